@@ -1,0 +1,21 @@
+// The root class's heap operators and default comparison.
+#include "foundation/vxobject.h"
+
+#include <cstdlib>
+
+VxObject::~VxObject() = default;
+
+int16_t VxObject::compare(const VxObject*) const { return 0; }
+
+void* VxObject::operator new(size_t size) noexcept { return malloc(size == 0 ? 1 : size); }
+
+void* VxObject::operator new[](size_t size) noexcept { return malloc(size == 0 ? 1 : size); }
+
+void VxObject::operator delete(void* p) noexcept { free(p); }
+
+void VxObject::operator delete[](void* p) noexcept { free(p); }
+
+void* operator new(size_t size, RamInitType init) noexcept {
+  if (size == 0) size = 1;
+  return init == 0 ? calloc(1, size) : malloc(size);
+}

@@ -1,0 +1,48 @@
+// VxObject: the root of the library's class tree.
+//
+// Every library class derives from VxObject, so `new` of any of them goes
+// through VxObject::operator new, which returns null when the heap is
+// exhausted instead of throwing. Callers test the result of every `new`
+// and report the failure themselves (error 1503 or the memory record).
+//
+// VxObject holds no data besides its virtual table; copying it copies
+// nothing. Thread-safety: as safe as the runtime library's heap.
+#ifndef VX_FOUNDATION_VXOBJECT_H_
+#define VX_FOUNDATION_VXOBJECT_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "foundation/vxexport.h"
+
+// Second argument of the initialising global operator new: 0 asks for
+// zero-filled memory, any other value for uninitialised memory.
+typedef int RamInitType;
+
+class VX_EXPORT VxObject {
+ public:
+  VxObject() = default;
+  VxObject(const VxObject&) {}
+  VxObject& operator=(const VxObject&) { return *this; }
+  virtual ~VxObject();
+
+  // Orders this object against another: negative, 0 or positive. The root
+  // version calls all objects equal; container elements override it.
+  virtual int16_t compare(const VxObject* other) const;
+
+  // malloc of the size (a size of 0 allocates 1 byte); null on exhaustion.
+  // Declared noexcept so that a new-expression tests for null before it
+  // runs the constructor.
+  static void* operator new(size_t size) noexcept;
+  static void* operator new[](size_t size) noexcept;
+  static void* operator new(size_t size, void* where) noexcept { return where; }
+  static void operator delete(void* p) noexcept;
+  static void operator delete[](void* p) noexcept;
+  static void operator delete(void*, void*) noexcept {}
+};
+
+// Zero-filled (init 0) or uninitialised (any other init) memory from the
+// heap; a size of 0 becomes 1; null on exhaustion.
+VX_EXPORT void* operator new(size_t size, RamInitType init) noexcept;
+
+#endif  // VX_FOUNDATION_VXOBJECT_H_
