@@ -16,6 +16,7 @@ VX_EXPORT char* ramAllocStr(const char* s);
 
 // Reallocates *p to n bytes with realloc. On success stores the new pointer
 // and returns false (0); on failure leaves *p alone and returns true (1).
+// A size of 0 keeps a 1-byte block.
 VX_EXPORT bool ramResize(void** p, VXSIZE_T n);
 // The same for a pointer of any type.
 template <typename T>
