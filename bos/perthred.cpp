@@ -1,0 +1,169 @@
+// Per-thread data: the list of VxThreadInfo entries and each thread's
+// constant-time access to its own entry.
+//
+// The list (head in per-task slot 13) is walked and changed only under
+// MDS_PERTHREAD_LOCK. Each thread also remembers, in a thread-local word,
+// the entry it last found for itself. That entry is still its own exactly
+// when its use count is above 0 and its thread id is the caller's: only the
+// owning thread releases an entry, and another thread may claim it only
+// after the release. The claim stores the new thread id before it stores
+// the use count (release), and the check loads the use count (acquire)
+// before the thread id, so a thread that sees the new owner's use count
+// also sees the new owner's id and falls back to the list.
+#include <pthread.h>
+
+#include "bos/mdsint.h"
+
+namespace {
+
+// The calling thread's id and the entry it last found for itself.
+struct OwnEntryCache {
+  VxThreadInfo* entry;
+  uint64_t threadId;  // 0 until first needed
+};
+thread_local OwnEntryCache ownCache = {nullptr, 0};
+
+uint64_t callingThreadId() {
+  if (ownCache.threadId == 0) ownCache.threadId = uint64_t(pthread_self());
+  return ownCache.threadId;
+}
+
+VxThreadInfo* listHead() { return static_cast<VxThreadInfo*>(MDS_PER_TASK_GLOBALS[MDS_TASK_THREAD_LIST]); }
+
+// Lock held.
+VxThreadInfo* findLiveEntry(uint64_t threadId) {
+  for (VxThreadInfo* e = listHead(); e; e = e->next) {
+    if (e->useCount.load(std::memory_order_relaxed) != 0 &&
+        e->threadId.load(std::memory_order_relaxed) == threadId) {
+      return e;
+    }
+  }
+  return nullptr;
+}
+
+// Lock held. Deliberate: only the first three slots are cleared; slots 3 to
+// 5 keep what the previous owner left in them.
+void claimEntry(VxThreadInfo* e, uint64_t threadId) {
+  e->threadId.store(threadId, std::memory_order_relaxed);
+  e->data[0] = e->data[1] = e->data[2] = nullptr;
+  e->useCount.store(1, std::memory_order_release);
+}
+
+// Lock held. A fresh entry for the thread, or null when memory is short.
+VxThreadInfo* newEntry(uint64_t threadId) {
+  VxThreadInfo* e = new VxThreadInfo;
+  if (e) claimEntry(e, threadId);
+  return e;
+}
+
+// The calling thread's live entry, or null.
+VxThreadInfo* ownLiveEntry() {
+  uint64_t self = callingThreadId();
+  VxThreadInfo* e = ownCache.entry;
+  if (e && e->useCount.load(std::memory_order_acquire) != 0 &&
+      e->threadId.load(std::memory_order_relaxed) == self) {
+    return e;
+  }
+  MDS_PERTHREAD_LOCK.enter();
+  e = findLiveEntry(self);
+  MDS_PERTHREAD_LOCK.leave();
+  if (e) ownCache.entry = e;
+  return e;
+}
+
+// Frees the list when the library is unloaded (or the process ends).
+struct ThreadListReleaser {
+  ~ThreadListReleaser() { mdsReleaseThreadList(); }
+};
+ThreadListReleaser threadListReleaser __attribute__((init_priority(101)));
+
+}  // namespace
+
+// Registration. Under the lock:
+//  1. a live entry of the calling thread counts one more use;
+//  2. an empty list gets a new entry as its head;
+//  3. a free head is claimed;
+//  4. otherwise the walk claims the first free entry that has a successor.
+//     Deliberate: the last entry is never tested for reuse; when no earlier
+//     entry was free a new entry is appended behind it.
+uint16_t mdsPerThreadInit() {
+  uint64_t self = callingThreadId();
+  MDS_PERTHREAD_LOCK.enter();
+  VxThreadInfo* e = findLiveEntry(self);
+  if (e) {
+    e->useCount.store(e->useCount.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+  } else if (!listHead()) {
+    e = newEntry(self);
+    MDS_PER_TASK_GLOBALS[MDS_TASK_THREAD_LIST] = e;
+  } else if (listHead()->useCount.load(std::memory_order_relaxed) == 0) {
+    e = listHead();
+    claimEntry(e, self);
+  } else {
+    VxThreadInfo* last = listHead();
+    for (; last->next; last = last->next) {
+      VxThreadInfo* candidate = last->next;
+      if (candidate->next && candidate->useCount.load(std::memory_order_relaxed) == 0) {
+        e = candidate;
+        claimEntry(e, self);
+        break;
+      }
+    }
+    if (!e) {
+      e = newEntry(self);
+      last->next = e;
+    }
+  }
+  MDS_PERTHREAD_LOCK.leave();
+  if (!e) return 0;
+  ownCache.entry = e;
+  return 1;
+}
+
+void mdsPerThreadTerm() {
+  VxThreadInfo* e = ownLiveEntry();
+  if (!e) return;
+  MDS_PERTHREAD_LOCK.enter();
+  e->useCount.store(e->useCount.load(std::memory_order_relaxed) - 1, std::memory_order_release);
+  MDS_PERTHREAD_LOCK.leave();
+}
+
+void* mdsGetPerThreadData(uint16_t index) {
+  VxThreadInfo* e = ownLiveEntry();
+  return e ? e->data[index] : nullptr;
+}
+
+uint16_t mdsSetPerThreadData(uint16_t index, void* value) {
+  VxThreadInfo* e = ownLiveEntry();
+  if (!e) return 1;
+  e->data[index] = value;
+  return 0;
+}
+
+void** mdsGetPerThreadDataAddress(uint16_t index) {
+  VxThreadInfo* e = ownLiveEntry();
+  return e ? &e->data[index] : nullptr;
+}
+
+VxThreadInfo* getThreadInfo(uint64_t threadId) {
+  MDS_PERTHREAD_LOCK.enter();
+  VxThreadInfo* e = findLiveEntry(threadId);
+  MDS_PERTHREAD_LOCK.leave();
+  return e;
+}
+
+VxThreadInfo* getThreadInfo() { return getThreadInfo(callingThreadId()); }
+
+void mdsReleaseThreadList() {
+  VxThreadInfo* e = listHead();
+  MDS_PER_TASK_GLOBALS[MDS_TASK_THREAD_LIST] = nullptr;
+  while (e) {
+    VxThreadInfo* next = e->next;
+    delete e;
+    e = next;
+  }
+  ownCache.entry = nullptr;
+}
+
+uint16_t bosCreateThread(void* (*)(void*), void*, uint64_t*) { return 1; }
+
+void thr_yield() {}
