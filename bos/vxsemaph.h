@@ -138,7 +138,7 @@ class VX_EXPORT SemArray : public VxObject {
 class VX_EXPORT VxSemaphoreInfo : public VxObject {
  public:
   // Most sets the table records.
-  static const uint16_t kMaxSets = 32;
+  static constexpr uint16_t kMaxSets = 32;
 
   VxSemaphoreInfo() = default;
   ~VxSemaphoreInfo() override;
