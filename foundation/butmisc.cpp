@@ -1,6 +1,8 @@
-// Swapping areas and array elements, the short-string primitives and bit
-// sets.
+// Swapping areas and array elements, the short-string primitives, bit sets
+// and the locked word exchanges.
 #include <cstring>
+
+#include "bos/mdsint.h"
 
 #include "foundation/but.h"
 #include "foundation/ram_internal.h"
@@ -55,3 +57,22 @@ int16_t BUTSTCMP(const char* a, const char* b) { return static_cast<int16_t>(str
 void bitset(uint8_t* set, uint16_t n) { set[n / 8] |= uint8_t(1u << (n % 8)); }
 
 uint8_t bitcheck(const uint8_t* set, uint16_t n) { return set[n / 8] & uint8_t(1u << (n % 8)); }
+
+// Both exchanges hold their process-wide lock across the read and the
+// store, so that they also serialise against any other holder of that
+// lock, not only against each other.
+uint64_t atomicTaskExchange(uint64_t* word, uint64_t value) {
+  VX_TASK_EXCHANGE_LOCK.SemaphoreEnter();
+  uint64_t previous = *word;
+  *word = value;
+  VX_TASK_EXCHANGE_LOCK.SemaphoreExit();
+  return previous;
+}
+
+uint64_t atomicThreadExchange(uint64_t* word, uint64_t value) {
+  VX_THREAD_EXCHANGE_LOCK.enter();
+  uint64_t previous = *word;
+  *word = value;
+  VX_THREAD_EXCHANGE_LOCK.leave();
+  return previous;
+}

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <thread>
 #include <vector>
 
 #include "foundation/but.h"
@@ -109,6 +111,57 @@ TEST(Bits, CheckReturnsBitValueInPlaceNotNormalised) {
   EXPECT_EQ(0x20, bitcheck(set, 13));
   EXPECT_EQ(0, bitcheck(set, 12));
   EXPECT_EQ(0, bitcheck(set, 5));
+}
+
+}  // namespace
+
+namespace {
+
+TEST(WordExchange, TaskExchangeStoresAndReturnsPrevious) {
+  uint64_t word = 5;
+  EXPECT_EQ(5u, atomicTaskExchange(&word, 9));
+  EXPECT_EQ(9u, word);
+  EXPECT_EQ(9u, atomicTaskExchange(&word, UINT64_MAX));
+  EXPECT_EQ(UINT64_MAX, word);
+}
+
+TEST(WordExchange, ThreadExchangeStoresAndReturnsPrevious) {
+  uint64_t word = 0;
+  EXPECT_EQ(0u, atomicThreadExchange(&word, 42));
+  EXPECT_EQ(42u, word);
+  EXPECT_EQ(42u, atomicThreadExchange(&word, 0));
+  EXPECT_EQ(0u, word);
+}
+
+// Every value handed in must come out exactly once across all threads'
+// returns plus the final word: a lost update would drop one.
+void checkNoLostExchange(uint64_t (*exchange)(uint64_t*, uint64_t)) {
+  constexpr int kThreads = 4;
+  constexpr uint64_t kPerThread = 5000;
+  uint64_t word = 0;
+  std::vector<std::vector<uint64_t>> seen(kThreads);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (uint64_t k = 1; k <= kPerThread; ++k)
+        seen[t].push_back(exchange(&word, uint64_t(t) * kPerThread + k));
+    });
+  }
+  for (std::thread& th : threads) th.join();
+  std::vector<uint64_t> all;
+  for (auto& v : seen) all.insert(all.end(), v.begin(), v.end());
+  all.push_back(word);
+  std::sort(all.begin(), all.end());
+  ASSERT_EQ(kThreads * kPerThread + 1, all.size());
+  for (uint64_t k = 0; k < all.size(); ++k) ASSERT_EQ(k, all[k]);
+}
+
+TEST(WordExchange, TaskExchangeLosesNoValueUnderContention) {
+  checkNoLostExchange(atomicTaskExchange);
+}
+
+TEST(WordExchange, ThreadExchangeLosesNoValueUnderContention) {
+  checkNoLostExchange(atomicThreadExchange);
 }
 
 }  // namespace
