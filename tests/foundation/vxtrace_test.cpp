@@ -1,0 +1,56 @@
+#include "foundation/vxtrace.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+// Runs the probe program with VX_DEBUGGING set to value (unset when null)
+// and returns its output.
+std::string probe(const char* value) {
+  std::string command = value != nullptr ? std::string("VX_DEBUGGING='") + value + "' "
+                                         : std::string("env -u VX_DEBUGGING ");
+  command += VX_TRACE_PROBE;
+  FILE* p = popen(command.c_str(), "r");
+  if (p == nullptr) return "popen failed";
+  std::string out;
+  char line[256];
+  while (fgets(line, sizeof line, p)) out += line;
+  EXPECT_EQ(0, pclose(p));
+  return out;
+}
+
+TEST(RunTimeDebug, ValueIsReadAsHexadecimalSo101TurnsOnBits1And100) {
+  EXPECT_EQ("mask=101 low32=101 file=1 exists=100 locate=0\nafter=101\n", probe("101"));
+}
+
+TEST(RunTimeDebug, ValueWhereNothingParsesLeavesMaskZero) {
+  EXPECT_EQ("mask=0 low32=0 file=0 exists=0 locate=0\nafter=0\n", probe("zz"));
+}
+
+TEST(RunTimeDebug, UnsetVariableLeavesMaskZero) {
+  EXPECT_EQ("mask=0 low32=0 file=0 exists=0 locate=0\nafter=0\n", probe(nullptr));
+}
+
+TEST(RunTimeDebug, ParsingStopsAtTheFirstNonHexCharacter) {
+  EXPECT_EQ("mask=3 low32=3 file=1 exists=0 locate=2\nafter=3\n", probe("3zz"));
+  EXPECT_EQ("mask=ff low32=ff file=1 exists=0 locate=2\nafter=ff\n", probe("0xff"));
+}
+
+TEST(RunTimeDebug, DebugItemTestsOnlyTheLow32Bits) {
+  EXPECT_EQ("mask=100000002 low32=2 file=0 exists=0 locate=2\nafter=100000002\n",
+            probe("100000002"));
+}
+
+TEST(RunTimeDebug, MaskOfThisProcessWasReadAtLoad) {
+  // The test program itself loaded the library with whatever the
+  // environment held; setting the variable now cannot change the mask.
+  uint64_t before = BOS_RUNTIME_DEBUG.getDebugMask();
+  setenv("VX_DEBUGGING", "ffff", 1);
+  EXPECT_EQ(before, BOS_RUNTIME_DEBUG.getDebugMask());
+  unsetenv("VX_DEBUGGING");
+}
+
+}  // namespace
