@@ -21,3 +21,5 @@ void* operator new(size_t size, RamInitType init) noexcept {
   if (size == 0) size = 1;
   return init == 0 ? ramAllocZeroed(size) : ramAlloc(size);
 }
+
+void* operator new[](size_t size, RamInitType init) noexcept { return operator new(size, init); }

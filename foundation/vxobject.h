@@ -41,8 +41,23 @@ class VX_EXPORT VxObject {
   static void operator delete(void*, void*) noexcept {}
 };
 
+// Global allocation. The library deliberately does NOT replace the global
+// operator new, new[] and delete: a replacement compiled into libvx.so (or
+// into a program through the static library) would take over allocation
+// for the whole host process, and a plain operator new that returns null
+// is undefined behaviour for ordinary C++ callers, which assume it never
+// does. Instead:
+//  - every library class derives from VxObject, whose class operators give
+//    malloc'd memory (a size of 0 becomes 1) and null on exhaustion;
+//  - raw blocks come from the initialising forms below, which have their
+//    own signatures and so cannot interpose on anything: a block from them
+//    is released with free() (as the library's global delete would);
+//  - the host's own operator new(0) keeps returning a valid, distinct
+//    pointer, and libvx.so exports none of the replaceable operators.
+
 // Zero-filled (init 0) or uninitialised (any other init) memory from the
-// heap; a size of 0 becomes 1; null on exhaustion.
+// heap; a size of 0 becomes 1; null on exhaustion. Release with free().
 VX_EXPORT void* operator new(size_t size, RamInitType init) noexcept;
+VX_EXPORT void* operator new[](size_t size, RamInitType init) noexcept;
 
 #endif  // VX_FOUNDATION_VXOBJECT_H_
