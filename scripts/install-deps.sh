@@ -8,7 +8,7 @@ packages=(
   cmake ninja-build g++ clang libclang-rt-dev pkg-config make
   libgtest-dev libgmock-dev libbenchmark-dev
   libicu-dev libsqlite3-dev unixodbc-dev unixodbc odbcinst
-  libc-bin valgrind
+  libc-bin locales valgrind
 )
 
 missing=()
