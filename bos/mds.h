@@ -30,11 +30,11 @@
 #define MDS_PER_TASK_SLOTS 16
 #define MDS_PER_THREAD_SLOTS 6
 
-// One registered (or released, reusable) thread. The list link and the
-// slots are guarded by MDS_PERTHREAD_LOCK; the owning thread reads and
-// writes its own slots without a lock. threadId and useCount are atomic so
-// that a thread may check, without the lock, whether the entry it last used
-// is still its own.
+// One registered (or released, reusable) thread. The list link, the thread
+// id and the use count change only under MDS_PERTHREAD_LOCK; the owning
+// thread reads and writes its own slots without a lock. threadId and
+// useCount are atomic so that other threads may read them (through
+// getThreadInfo) while they change.
 class VX_EXPORT VxThreadInfo : public VxObject {
  public:
   VxThreadInfo() = default;

@@ -2,14 +2,16 @@
 // constant-time access to its own entry.
 //
 // The list (head in per-task slot 13) is walked and changed only under
-// MDS_PERTHREAD_LOCK. Each thread also remembers, in a thread-local word,
-// the entry it last found for itself. That entry is still its own exactly
-// when its use count is above 0 and its thread id is the caller's: only the
-// owning thread releases an entry, and another thread may claim it only
-// after the release. The claim stores the new thread id before it stores
-// the use count (release), and the check loads the use count (acquire)
-// before the thread id, so a thread that sees the new owner's use count
-// also sees the new owner's id and falls back to the list.
+// MDS_PERTHREAD_LOCK. Each thread also keeps, in a thread-local word, the
+// entry it registered or last found for itself, and clears that word when
+// its use count drops to 0. The word is therefore set only while the entry
+// is live and owned by this thread; as only the owner releases an entry and
+// another thread may claim it only after the release, no other thread can
+// take over an entry this word points to, and the lookup needs neither the
+// lock nor a second look at the entry. A thread without the word set (never
+// registered here, or released) looks the list up by its thread id, which
+// also finds an entry left live by an exited thread whose id the system
+// gave to this one.
 #include <pthread.h>
 
 #include "bos/mdsint.h"
@@ -46,7 +48,7 @@ VxThreadInfo* findLiveEntry(uint64_t threadId) {
 void claimEntry(VxThreadInfo* e, uint64_t threadId) {
   e->threadId.store(threadId, std::memory_order_relaxed);
   e->data[0] = e->data[1] = e->data[2] = nullptr;
-  e->useCount.store(1, std::memory_order_release);
+  e->useCount.store(1, std::memory_order_relaxed);
 }
 
 // Lock held. A fresh entry for the thread, or null when memory is short.
@@ -56,19 +58,20 @@ VxThreadInfo* newEntry(uint64_t threadId) {
   return e;
 }
 
-// The calling thread's live entry, or null.
-VxThreadInfo* ownLiveEntry() {
-  uint64_t self = callingThreadId();
-  VxThreadInfo* e = ownCache.entry;
-  if (e && e->useCount.load(std::memory_order_acquire) != 0 &&
-      e->threadId.load(std::memory_order_relaxed) == self) {
-    return e;
-  }
+// The list lookup behind ownLiveEntry, kept out of line so that the
+// cached path stays small.
+__attribute__((noinline)) VxThreadInfo* findOwnEntryInList(uint64_t self) {
   MDS_PERTHREAD_LOCK.enter();
-  e = findLiveEntry(self);
+  VxThreadInfo* e = findLiveEntry(self);
   MDS_PERTHREAD_LOCK.leave();
   if (e) ownCache.entry = e;
   return e;
+}
+
+// The calling thread's live entry, or null.
+inline VxThreadInfo* ownLiveEntry() {
+  VxThreadInfo* e = ownCache.entry;
+  return e ? e : findOwnEntryInList(callingThreadId());
 }
 
 // Frees the list when the library is unloaded (or the process ends).
@@ -123,8 +126,10 @@ void mdsPerThreadTerm() {
   VxThreadInfo* e = ownLiveEntry();
   if (!e) return;
   MDS_PERTHREAD_LOCK.enter();
-  e->useCount.store(e->useCount.load(std::memory_order_relaxed) - 1, std::memory_order_release);
+  uint32_t uses = e->useCount.load(std::memory_order_relaxed) - 1;
+  e->useCount.store(uses, std::memory_order_relaxed);
   MDS_PERTHREAD_LOCK.leave();
+  if (uses == 0) ownCache.entry = nullptr;
 }
 
 void* mdsGetPerThreadData(uint16_t index) {

@@ -13,8 +13,7 @@ VxCriticalSection LIST_LOCK __attribute__((init_priority(101)));
 VxCriticalSection VM_LOCK __attribute__((init_priority(101)));
 VxCriticalSection VX_THREAD_EXCHANGE_LOCK __attribute__((init_priority(101)));
 
-VxCriticalSection::VxCriticalSection(int32_t disabledFlag)
-    : disabled(disabledFlag), holder(pthread_t()), depth(0) {
+VxCriticalSection::VxCriticalSection(int32_t disabledFlag) : disabled(disabledFlag), depth(0) {
   pthread_mutexattr_init(&attributes);
   pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
   pthread_mutex_init(&mutex, &attributes);
@@ -22,11 +21,16 @@ VxCriticalSection::VxCriticalSection(int32_t disabledFlag)
 
 // A thread that destroys a section it holds releases one level first, so
 // that the mutex is not destroyed locked in the common case of a single
-// level. The holder check keeps the release from touching a mutex the
-// destroying thread does not own.
+// level. Unlocking a mutex the thread does not hold is undefined, so the
+// destructor first tries to take it: that succeeds only when the mutex is
+// free or already this thread's, and with the mutex held `depth` says
+// which (0: it was free).
 VxCriticalSection::~VxCriticalSection() {
-  if (holder.load(std::memory_order_relaxed) == pthread_self()) {
-    if (--depth == 0) holder.store(pthread_t(), std::memory_order_relaxed);
+  if (pthread_mutex_trylock(&mutex) == 0) {
+    if (depth > 0) {
+      --depth;
+      pthread_mutex_unlock(&mutex);
+    }
     pthread_mutex_unlock(&mutex);
   }
   pthread_mutex_destroy(&mutex);
@@ -36,12 +40,12 @@ VxCriticalSection::~VxCriticalSection() {
 void VxCriticalSection::enter() {
   if (disabled) return;
   pthread_mutex_lock(&mutex);
-  if (depth++ == 0) holder.store(pthread_self(), std::memory_order_relaxed);
+  ++depth;
 }
 
 void VxCriticalSection::leave() {
   if (disabled) return;
-  if (--depth == 0) holder.store(pthread_t(), std::memory_order_relaxed);
+  --depth;
   pthread_mutex_unlock(&mutex);
 }
 

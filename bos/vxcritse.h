@@ -17,7 +17,6 @@
 
 #include <pthread.h>
 
-#include <atomic>
 #include <cstdint>
 
 #include "foundation/vxexport.h"
@@ -42,11 +41,10 @@ class VX_EXPORT VxCriticalSection : public VxObject {
   int32_t disabled;
   pthread_mutex_t mutex;
   pthread_mutexattr_t attributes;
-  // Bookkeeping that lets the destructor release a level only when the
-  // destroying thread is the holder: unlocking a mutex another thread (or
-  // no thread) holds is undefined and flagged by thread checkers.
-  std::atomic<pthread_t> holder;
-  uint32_t depth;  // levels held by `holder`; touched only by the holder
+  // Levels held by the present holder; changed only while the mutex is
+  // held. Lets the destructor tell whether the destroying thread holds
+  // the section before it releases a level.
+  uint32_t depth;
 };
 
 // Kept for callers that used to switch the static sections off; does nothing.
