@@ -4,6 +4,8 @@
 #   make check     build (RelWithDebInfo) and run every test
 #   make sanitize  the whole suite built with ASan + UBSan (clang)
 #   make tsan      the whole suite built with ThreadSanitizer (clang)
+#   make tsan-threads  only the tests that run several threads at once
+#                  (named "Threads...") under ThreadSanitizer
 #   make bench     build and run the benchmarks (Release)
 #   make fuzz      run each libFuzzer target for FUZZ_SECONDS (default 30)
 #   make demo      a scripted tour of vxtool over the bundled samples
@@ -13,7 +15,7 @@ FUZZ_SECONDS ?= 30
 CMAKE        := cmake -G Ninja -Wno-dev
 CTEST        := ctest --output-on-failure -j $(JOBS) --timeout 600
 
-.PHONY: all deps build check sanitize tsan bench fuzz demo install clean
+.PHONY: all deps build check sanitize tsan tsan-threads bench fuzz demo install clean
 
 all: build
 
@@ -42,6 +44,10 @@ build-tsan/build.ninja: | deps
 tsan: deps build-tsan/build.ninja
 	cmake --build build-tsan -j $(JOBS)
 	cd build-tsan && TSAN_OPTIONS=halt_on_error=1 $(CTEST)
+
+tsan-threads: deps build-tsan/build.ninja
+	cmake --build build-tsan -j $(JOBS)
+	cd build-tsan && TSAN_OPTIONS=halt_on_error=1 $(CTEST) -R Threads
 
 build-bench/build.ninja: | deps
 	$(CMAKE) -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DVX_BUILD_TESTS=OFF -DVX_BUILD_BENCH=ON
