@@ -18,12 +18,16 @@
 
 namespace {
 
-// The calling thread's id and the entry it last found for itself.
+// The calling thread's id and the entry it last found for itself. The
+// initial-exec model makes the read one %fs-relative load even in the
+// shared library (the general model calls the TLS resolver on every
+// lookup); the 16 bytes come from the static TLS reserve that the dynamic
+// loader keeps for libraries loaded later, and it is given back at unload.
 struct OwnEntryCache {
   VxThreadInfo* entry;
   uint64_t threadId;  // 0 until first needed
 };
-thread_local OwnEntryCache ownCache = {nullptr, 0};
+thread_local OwnEntryCache ownCache __attribute__((tls_model("initial-exec"))) = {nullptr, 0};
 
 uint64_t callingThreadId() {
   if (ownCache.threadId == 0) ownCache.threadId = uint64_t(pthread_self());
