@@ -15,7 +15,12 @@
 // VxReplaceString rewrites a VxString (its target, not owned) in place from
 // left to right: the target's buffer holds the output at the front, then a
 // gap, then the not yet consumed source, which is this object's own view.
-// The destructor closes the gap and trims the target.
+// The view always shows exactly the unconsumed rest: source bytes are kept
+// with increaseInsertionPoint and dropped by moving the view's start on
+// (VxSubString::initialize over the rest) or shortening it. The target must
+// not be touched by anyone else while a rewrite is under way (after its
+// buffer moved, call reInitialize). The destructor closes the gap and
+// trims the target.
 //
 // VxResourceString holds the catalog text of one message number.
 //
@@ -112,6 +117,14 @@ class VX_EXPORT VxReplaceString : public VxSubString {
   VXSIZE_T getGapEnd() const { return gapEnd_; }
 
  private:
+  // Makes the gap at least need bytes wide (growing the target by need +
+  // 512 when it is narrower); *bytes is re-based when it points into the
+  // target's buffer. 1 when the target cannot grow.
+  unsigned widenGap(VXSIZE_T need, const char** bytes);
+  // The gap ends where the view starts: picks up source bytes the caller
+  // dropped by moving the view on.
+  void syncGapEnd() { gapEnd_ = static_cast<VXSIZE_T>(data_ - target_->data_); }
+
   VxString* target_;
   VXSIZE_T outputLength_;
   VXSIZE_T gapEnd_;

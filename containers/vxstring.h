@@ -228,6 +228,9 @@ class VX_EXPORT VxString : public VxSubString {
   void decrypt(uint16_t method, const char* key);
 
  protected:
+  // The in-place rewriter moves the target's length while it works.
+  friend class VxReplaceString;
+
   // Buffer state
   VXSIZE_T capacity_;
   bool ownsBuffer_;
