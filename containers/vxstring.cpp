@@ -368,7 +368,14 @@ unsigned VxString::clearAndSet(const VxSubString& view) {
   return concat(view);
 }
 
-unsigned VxString::concat(char byte) { return concat(&byte, 1); }
+unsigned VxString::concat(char byte) {
+  // The common case of a loop that reserved its room: no growth, one store.
+  if (isEnoughSpace(1)) {
+    data_[length_++] = byte;
+    return 0;
+  }
+  return concat(&byte, 1);
+}
 
 unsigned VxString::concat(const char* text) {
   return text == nullptr ? 0 : concat(text, strLen(text));
