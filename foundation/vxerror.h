@@ -54,11 +54,12 @@ class VxString;
 class VxSubString;
 class VxThreadInfo;
 
-// Whether a record is an error or a warning.
-enum ErrorType { VX_ERROR_TYPE_ERROR = 0, VX_ERROR_TYPE_WARNING = 1 };
+// Whether a record is an error or a warning. The type is an int: callers
+// may pass other values, which count as errors.
+enum ErrorType : int { VX_ERROR_TYPE_ERROR = 0, VX_ERROR_TYPE_WARNING = 1 };
 
 // The two special records.
-enum ErrSpecialError { VX_MEMORY_ERROR = 1, VX_DUMMY_ERROR = 2 };
+enum ErrSpecialError : int { VX_MEMORY_ERROR = 1, VX_DUMMY_ERROR = 2 };
 
 // Number of the memory record's message.
 constexpr uint16_t VX_OUT_OF_MEMORY_MESSAGE = 30190;
