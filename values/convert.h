@@ -67,8 +67,8 @@ VX_EXPORT unsigned convert(const char* text, uint8_t* target);
 VX_EXPORT unsigned convert(const char* text, int8_t* target);
 
 // Counted forms: exactly `length` bytes of text, copied into a local buffer
-// of 88 bytes and NUL-terminated there. `length` must be at most 87; longer
-// lengths are the caller's to avoid (they are not checked).
+// of 88 bytes and NUL-terminated there (so an embedded NUL ends the text).
+// A length above 87 does not fit: it fails with 2701.
 VX_EXPORT unsigned convert(const char* text, VXSIZE_T length, uint16_t* target);
 VX_EXPORT unsigned convert(const char* text, VXSIZE_T length, int32_t* target);
 VX_EXPORT unsigned convert(const char* text, VXSIZE_T length, uint32_t* target);
@@ -78,8 +78,9 @@ VX_EXPORT unsigned convert(const char* text, VXSIZE_T length, VXSIZE_T* target);
 // ---- Floating point ----------------------------------------------------
 // Writes value with 7 significant digits (singlePrecision non-zero) or 15,
 // in plain form when that is at most digits + 2 characters long, otherwise
-// in exponent form ("1.5E20", "-2E-9"). Returns the count of characters
-// written; the buffer needs 24 bytes. Deliberate: no NUL is written after
+// in exponent form ("1.5E20", "-2E-9"). A value below 1 has no "0" before
+// its point (".25"); infinities and NaN are written "inf", "-inf", "nan".
+// Returns the count of characters written; the buffer needs 24 bytes. Deliberate: no NUL is written after
 // the text; callers use the returned count.
 VX_EXPORT uint16_t convertFloat(char* buffer, double value, int singlePrecision);
 

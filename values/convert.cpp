@@ -1,0 +1,358 @@
+// convert: integers to and from decimal text, and doubles to text.
+#include "values/convert.h"
+
+#include <cmath>
+#include <cstdlib>
+
+#include "foundation/but.h"
+#include "foundation/vxdbcs.h"
+#include "foundation/vxerror.h"
+
+namespace {
+
+const uint16_t kOutOfRange = 2701;
+const uint16_t kInvalidCharacter = 2702;
+
+// Counted forms copy the text into a stack buffer of this size, NUL included.
+const VXSIZE_T kCountedBufferSize = 88;
+
+// (2^64 - 1) / 10: a value above it cannot take one more digit, and a value
+// equal to it can take a digit up to 5 (2^64 - 1 ends in 5).
+const VXSIZE_T kLastSafeTenth = 1844674407370955161ULL;
+
+// Two ASCII digits for every value 0..99, used to write numbers a pair of
+// digits at a time.
+const char kDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// vxSkipBlanks asks the locale about every character it passes. A digit,
+// a sign or the end of the text is never white space, so when the text
+// starts with one of them (the common case) that call is not needed.
+const char* skipWhiteSpace(const char* p) {
+  if (isDigit(*p) || *p == '+' || *p == '-' || *p == '\0') return p;
+  return vxSkipBlanks(p);
+}
+
+unsigned fail(uint16_t number, const char* text) {
+  addError(number) << text;
+  return 1;
+}
+
+// Number of decimal digits of value (1 for 0).
+uint16_t digitCount(VXSIZE_T value) {
+  uint16_t n = 1;
+  while (value >= 10000) {
+    value /= 10000;
+    n += 4;
+  }
+  if (value >= 1000) return n + 3;
+  if (value >= 100) return n + 2;
+  if (value >= 10) return n + 1;
+  return n;
+}
+
+// Writes the `count` digits of value ending just before `end`.
+void writeDigitsBackwards(char* end, VXSIZE_T value, uint16_t count) {
+  while (count >= 2) {
+    unsigned pair = unsigned(value % 100);
+    value /= 100;
+    end -= 2;
+    end[0] = kDigitPairs[2 * pair];
+    end[1] = kDigitPairs[2 * pair + 1];
+    count -= 2;
+  }
+  if (count) *--end = char('0' + value);
+}
+
+// Magnitude of a signed value, correct for the most negative one.
+VXSIZE_T magnitude(VXSSIZE_T value) {
+  return value < 0 ? 0 - VXSIZE_T(value) : VXSIZE_T(value);
+}
+
+// Copies a counted text into `local` (kCountedBufferSize bytes) and adds a
+// NUL. A text too long for the buffer cannot be copied: it fails with 2701,
+// its first 87 bytes as the parameter.
+bool copyCounted(char* local, const char* text, VXSIZE_T length) {
+  if (length >= kCountedBufferSize) {
+    memCopy(local, text, kCountedBufferSize - 1);
+    local[kCountedBufferSize - 1] = '\0';
+    fail(kOutOfRange, local);
+    return false;
+  }
+  memCopy(local, text, length);
+  local[length] = '\0';
+  return true;
+}
+
+}  // namespace
+
+// ---- Number to text ----------------------------------------------------
+
+uint16_t convert(char* buffer, VXSIZE_T value) {
+  uint16_t count = digitCount(value);
+  writeDigitsBackwards(buffer + count, value, count);
+  buffer[count] = '\0';
+  return count;
+}
+
+uint16_t convert(char* buffer, VXSSIZE_T value) {
+  if (value >= 0) return convert(buffer, VXSIZE_T(value));
+  buffer[0] = '-';
+  return uint16_t(1 + convert(buffer + 1, magnitude(value)));
+}
+
+// Fixed-width field, unsigned.
+//
+//  - The field is `width` blanks followed by a NUL.
+//  - At most 10 positions carry digits: the last 10 of a right-justified
+//    field, the first 10 of a left-justified one.
+//  - Walking the positions from the most significant, a right-justified
+//    field writes a blank for each leading zero and a left-justified one
+//    writes nothing, so its digits start at the field's first byte.
+//  - A value with more digits than positions puts "*" into every digit
+//    position but the last (which stays blank), and the result is 0.
+//  - Deliberate: value 0 has no significant digit, so nothing is written,
+//    the field stays blank and the result is 0.
+uint16_t convert(char* buffer, uint16_t width, VXSIZE_T value, bool leftJustify) {
+  memFill(buffer, ' ', width);
+  buffer[width] = '\0';
+  uint16_t positions = width > 10 ? 10 : width;
+  char* first = leftJustify ? buffer : buffer + (width - positions);
+
+  if (value == 0) return 0;
+  uint16_t digits = digitCount(value);
+  if (digits > positions) {
+    if (positions > 0) memFill(first, '*', VXSIZE_T(positions - 1));
+    return 0;
+  }
+  char* start = leftJustify ? first : first + (positions - digits);
+  writeDigitsBackwards(start + digits, value, digits);
+  return digits;
+}
+
+// Fixed-width field, signed: a negative value is written as its magnitude
+// into the field one byte shorter that starts one byte later; the "-" then
+// goes into the first byte (left-justified) or just before the digits
+// (right-justified). The "-" is not counted. A field of width 0 has no
+// room for the sign: it stays empty.
+uint16_t convert(char* buffer, uint16_t width, VXSSIZE_T value, bool leftJustify) {
+  if (value >= 0 || width == 0) return convert(buffer, width, VXSIZE_T(value < 0 ? 0 : value), leftJustify);
+  buffer[0] = ' ';
+  uint16_t digits = convert(buffer + 1, uint16_t(width - 1), magnitude(value), leftJustify);
+  if (leftJustify)
+    buffer[0] = '-';
+  else
+    buffer[width - digits - 1] = '-';
+  return digits;
+}
+
+// ---- Text to number ----------------------------------------------------
+
+// Unsigned parsing, the base of every text-to-number form:
+//
+//  1. Skip any mix of white space and "+" signs ("+ +5" is 5).
+//  2. Accumulate decimal digits. Before a digit is added, a value above
+//     1844674407370955161, or equal to it with a digit above 5, would pass
+//     2^64 - 1: 2701 with the text from step 1's end.
+//  3. Skip trailing white space; anything else left is 2702.
+// Deliberate: a text with no digits at all (empty, blanks, "+") is 0.
+unsigned convert(const char* text, VXSIZE_T* target) {
+  const char* p = skipWhiteSpace(text);
+  while (*p == '+') p = skipWhiteSpace(p + 1);
+  const char* number = p;
+
+  VXSIZE_T value = 0;
+  for (; isDigit(*p); ++p) {
+    unsigned digit = unsigned(*p - '0');
+    if (value > kLastSafeTenth || (value == kLastSafeTenth && digit > 5)) return fail(kOutOfRange, number);
+    value = value * 10 + digit;
+  }
+  if (*skipWhiteSpace(p) != '\0') return fail(kInvalidCharacter, number);
+  *target = value;
+  return 0;
+}
+
+// Signed 64-bit: white space, one optional "-", then the unsigned rules.
+// Only a negative text may reach 2^63 (the most negative value).
+unsigned convert(const char* text, VXSSIZE_T* target) {
+  const char* p = skipWhiteSpace(text);
+  bool negative = *p == '-';
+  if (negative) ++p;
+  VXSIZE_T value;
+  if (convert(p, &value)) return 1;
+  const VXSIZE_T topBit = VXSIZE_T(1) << 63;
+  if ((value & topBit) && !(negative && value == topBit)) return fail(kOutOfRange, text);
+  *target = negative ? VXSSIZE_T(0 - value) : VXSSIZE_T(value);
+  return 0;
+}
+
+// Signed 32-bit. Deliberate asymmetries, kept on purpose:
+//  - the form takes its own "-" and checks the rest's value against the
+//    32-bit range before applying that sign, so "-2147483648" is 2701;
+//  - the rest is parsed as a signed number, so a second "-" cancels the
+//    first ("--5" is 5), and "--2147483648" wraps to -2147483648.
+unsigned convert(const char* text, int32_t* target) {
+  const char* p = skipWhiteSpace(text);
+  bool negative = *p == '-';
+  if (negative) ++p;
+  VXSSIZE_T value;
+  if (convert(p, &value)) return 1;
+  if (value < INT32_MIN || value > INT32_MAX) return fail(kOutOfRange, text);
+  uint32_t bits = uint32_t(value);
+  if (negative) bits = 0 - bits;
+  *target = int32_t(bits);
+  return 0;
+}
+
+// Unsigned 32-bit: a leading "-" is an invalid character rather than a
+// value out of range; a null target only validates the text.
+unsigned convert(const char* text, uint32_t* target) {
+  const char* p = skipWhiteSpace(text);
+  if (*p == '-') return fail(kInvalidCharacter, text);
+  VXSIZE_T value;
+  if (convert(p, &value)) return 1;
+  if (value > UINT32_MAX) return fail(kOutOfRange, text);
+  if (target) *target = uint32_t(value);
+  return 0;
+}
+
+unsigned convert(const char* text, uint16_t* target) {
+  VXSIZE_T value;
+  if (convert(text, &value)) return 1;
+  if (value > UINT16_MAX) return fail(kOutOfRange, text);
+  *target = uint16_t(value);
+  return 0;
+}
+
+unsigned convert(const char* text, uint8_t* target) {
+  VXSIZE_T value;
+  if (convert(text, &value)) return 1;
+  if (value > UINT8_MAX) return fail(kOutOfRange, text);
+  *target = uint8_t(value);
+  return 0;
+}
+
+unsigned convert(const char* text, int16_t* target) {
+  VXSSIZE_T value;
+  if (convert(text, &value)) return 1;
+  if (value < INT16_MIN || value > INT16_MAX) return fail(kOutOfRange, text);
+  *target = int16_t(value);
+  return 0;
+}
+
+unsigned convert(const char* text, int8_t* target) {
+  VXSSIZE_T value;
+  if (convert(text, &value)) return 1;
+  if (value < INT8_MIN || value > INT8_MAX) return fail(kOutOfRange, text);
+  *target = int8_t(value);
+  return 0;
+}
+
+// ---- Counted text to number --------------------------------------------
+
+unsigned convert(const char* text, VXSIZE_T length, uint16_t* target) {
+  char local[kCountedBufferSize];
+  return copyCounted(local, text, length) ? convert(local, target) : 1;
+}
+
+unsigned convert(const char* text, VXSIZE_T length, int32_t* target) {
+  char local[kCountedBufferSize];
+  return copyCounted(local, text, length) ? convert(local, target) : 1;
+}
+
+unsigned convert(const char* text, VXSIZE_T length, uint32_t* target) {
+  char local[kCountedBufferSize];
+  return copyCounted(local, text, length) ? convert(local, target) : 1;
+}
+
+unsigned convert(const char* text, VXSIZE_T length, VXSSIZE_T* target) {
+  char local[kCountedBufferSize];
+  return copyCounted(local, text, length) ? convert(local, target) : 1;
+}
+
+unsigned convert(const char* text, VXSIZE_T length, VXSIZE_T* target) {
+  char local[kCountedBufferSize];
+  return copyCounted(local, text, length) ? convert(local, target) : 1;
+}
+
+// ---- Floating point ----------------------------------------------------
+
+// Double to text:
+//
+//  1. Significant digits: 7 for single precision, 15 otherwise; the plain
+//     form may be at most that many + 2 characters long.
+//  2. ecvt_r gives the digit string, the decimal-point position and the sign.
+//  3. Leading zeros (and blanks) are dropped, each moving the point one to
+//     the left; trailing zeros are dropped. No digit left: "0".
+//  4. The plain text's length: a "-" for a negative value, then either the
+//     digits, a "." and the zeros a negative point position calls for, or,
+//     when the point lies at or past the last digit, `point` characters.
+//  5. Longer than the limit: exponent form, "-1.2345E-20" (the first digit,
+//     further digits while the text stays below 23 characters less the
+//     exponent's own length, "E", the exponent point - 1 in decimal).
+//  6. Otherwise plain form: "123.5", "1500", ".0025", "-42". There is no
+//     "0" before the point of a value below 1.
+// Infinities and NaN are written as ecvt_r spells them ("inf", "-inf",
+// "nan"). Deliberate: no NUL is written; the caller uses the count.
+uint16_t convertFloat(char* buffer, double value, int singlePrecision) {
+  const int significant = singlePrecision ? 7 : 15;
+  const int limit = significant + 2;
+  char work[20];
+  int point = 0;
+  int negative = 0;
+  ecvt_r(value, significant, &point, &negative, work, sizeof work);
+
+  if (!std::isfinite(value)) {
+    uint16_t n = uint16_t(BUTSTLEN(work));
+    memCopy(buffer, work, n);
+    return n;
+  }
+
+  const char* digits = work;
+  while (*digits == '0' || *digits == ' ') {
+    ++digits;
+    --point;
+  }
+  int count = int(BUTSTLEN(digits));
+  while (count > 0 && digits[count - 1] == '0') --count;
+  if (count == 0) {
+    buffer[0] = '0';
+    return 1;
+  }
+
+  int length = negative ? 1 : 0;
+  if (point < count)
+    length += count + 1 + (point < 0 ? -point : 0);
+  else
+    length += point;
+
+  char* out = buffer;
+  if (negative) *out++ = '-';
+  if (length > limit) {
+    char exponent[24];
+    uint16_t exponentLength = convert(exponent, VXSSIZE_T(point - 1));
+    const long room = 23 - long(exponentLength);
+    *out++ = digits[0];
+    if (count > 1 && out - buffer < room) {
+      *out++ = '.';
+      for (int i = 1; i < count && out - buffer < room; ++i) *out++ = digits[i];
+    }
+    *out++ = 'E';
+    memCopy(out, exponent, exponentLength);
+    return uint16_t(out + exponentLength - buffer);
+  }
+
+  // Plain form: `length` (at most `limit`) characters exactly.
+  int next = 0;
+  for (int i = 0; i < point; ++i) *out++ = next < count ? digits[next++] : '0';
+  if (point < 0 || next < count) {
+    *out++ = '.';
+    for (int i = point; i < 0; ++i) *out++ = '0';
+    while (next < count) *out++ = digits[next++];
+  }
+  return uint16_t(out - buffer);
+}
