@@ -1,0 +1,75 @@
+// Mapping of system error numbers to library error records.
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "bos/bos.h"
+#include "foundation/msgtext_internal.h"
+#include "foundation/vxerror.h"
+
+namespace {
+
+struct ErrorMapping {
+  int code;
+  uint16_t error;
+  bool withName;
+};
+
+const ErrorMapping kErrorMappings[] = {
+    {EPERM, 1519, true},  {ENOENT, 1509, true},  {EIO, 30041, true},    {EBADF, 1507, false},
+    {EAGAIN, 1512, false}, {ENOMEM, 1503, false}, {EACCES, 1508, true},  {EEXIST, 1520, true},
+    {EMFILE, 30045, false}, {ENOSPC, 1506, true}, {EROFS, 30049, true},  {EDEADLK, 1521, true},
+    {ENOLCK, 1514, false},
+};
+
+const uint16_t kUnmappedError = 30041;
+const uint16_t kSystemTextAndNameFormat = 30050;  // of the message module "nvutl21"
+
+// True when `format` has exactly two conversions and both are "%s", so it
+// can safely take the system's text and the name.
+bool takesTwoStrings(const char* format) {
+  int strings = 0;
+  for (const char* p = strchr(format, '%'); p; p = strchr(p + 2, '%')) {
+    if (p[1] != 's') return false;
+    ++strings;
+  }
+  return strings == 2;
+}
+
+// Loads message 30050 (up to 512 bytes) into `format`. It is used only when
+// the message catalog gives a real text: the lookup answers with the number
+// itself when no catalog carries the message, which counts as a failed
+// load, and so does a text that is not a format of two strings.
+bool loadSystemTextAndNameFormat(char (&format)[512]) {
+  loadMessageText(kSystemTextAndNameFormat, format, sizeof format);
+  char number[8];
+  snprintf(number, sizeof number, "%u", unsigned(kSystemTextAndNameFormat));
+  return strcmp(format, number) != 0 && takesTwoStrings(format);
+}
+
+}  // namespace
+
+// Unmapped codes: 30041 without parameter, then text appended to that
+// record. Deliberate: the text describes the current errno, not `code`
+// (callers pass errno itself). Nothing is appended when the text is empty
+// or when the report was dropped (a static record came back).
+uint16_t bosMapError(int code, const char* name) {
+  if (!name) name = "";
+  for (const ErrorMapping& m : kErrorMappings) {
+    if (m.code != code) continue;
+    VxError& record = addError(m.error);
+    if (m.withName) record << name;
+    return m.error;
+  }
+  const char* systemText = strerror(errno);
+  VxError& record = addError(kUnmappedError);
+  char text[1024];
+  char format[512];
+  if (*name && loadSystemTextAndNameFormat(format)) {
+    snprintf(text, sizeof text, format, systemText, name);
+  } else {
+    snprintf(text, sizeof text, "%s", systemText);
+  }
+  if (*text && !record.isStatic()) record.appendText(text);
+  return kUnmappedError;
+}
