@@ -17,7 +17,7 @@ typedef uint16_t (*InitFunction)();
 typedef void (*TermFunction)();
 typedef void* (*GetFunction)(uint16_t);
 typedef uint16_t (*SetFunction)(uint16_t, void*);
-typedef void (*LazyFunction)(void**);
+typedef uint16_t (*RegionLockFunction)(int, uint16_t, uint64_t, uint64_t);
 
 template <typename T>
 bool find(void* library, const char* name, T* function) {
@@ -27,16 +27,23 @@ bool find(void* library, const char* name, T* function) {
 }
 
 // One round: register this thread and a second one, store and read back a
-// slot, release both. Returns false on a wrong answer.
+// slot, release both; lock a byte range and leave it in the library's list
+// of held ranges, which the unload must free. Returns false on a wrong
+// answer.
 bool useLibrary(void* library) {
   InitFunction init;
   TermFunction term;
   GetFunction get;
   SetFunction set;
+  RegionLockFunction regionLock;
   if (!find(library, "_Z16mdsPerThreadInitv", &init) || !find(library, "_Z16mdsPerThreadTermv", &term) ||
-      !find(library, "_Z19mdsGetPerThreadDatat", &get) || !find(library, "_Z19mdsSetPerThreadDatatPv", &set)) {
+      !find(library, "_Z19mdsGetPerThreadDatat", &get) || !find(library, "_Z19mdsSetPerThreadDatatPv", &set) ||
+      !find(library, "_Z13bosRegionLockitmm", &regionLock)) {
     return false;
   }
+  FILE* scratch = tmpfile();
+  if (!scratch || regionLock(fileno(scratch), 0, 0, 10) != 0) return false;
+  fclose(scratch);  // the system lock goes with the descriptor
   bool ok = true;
   auto round = [&](uintptr_t value) {
     if (init() != 1 || set(0, reinterpret_cast<void*>(value)) != 0 ||
