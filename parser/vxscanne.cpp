@@ -1,0 +1,579 @@
+// The SQL scanner: token rules, the operator table and the token utilities.
+#include "parser/vxscanne.h"
+
+#include <unicode/uchar.h>
+
+#include <cstring>
+#include <initializer_list>
+
+#include "containers/vxarray.h"
+#include "foundation/vxdbcs.h"
+#include "foundation/vxstr.h"
+
+const OperatorInfo Operators[OperatorCount] = {
+    {'?'},
+    {','},
+    {'('},
+    {')'},
+    {'.'},
+    {'='},
+    {'=' * 256 + '='},
+    {'=' * 256 + '*'},
+    {'=' * 256 + '<'},
+    {'=' * 256 + '>'},
+    {'+'},
+    {'+' * 256 + '+'},
+    {'&'},
+    {'&' * 256 + '&'},
+    {'|'},
+    {'|' * 256 + '|'},
+    {'-'},
+    {'-' * 256 + '-'},
+    {'/'},
+    {'/' * 256 + '/'},
+    {'*'},
+    {'*' * 256 + '*'},
+    {'*' * 256 + '='},
+    {'>'},
+    {'>' * 256 + '='},
+    {'<'},
+    {'<' * 256 + '='},
+    {'<' * 256 + '>'},
+    {'!'},
+    {'!' * 256 + '='},
+    {'!' * 256 + '<'},
+    {'!' * 256 + '>'},
+    {';'},
+    {':'},
+    {'{'},
+    {'}'},
+    {'$'},
+    {'#'},
+    {'%'},
+    {'@'},
+    {'"'},
+    {'\''},
+    {'`'},
+    {0},
+};
+
+namespace {
+
+// Byte classes of the ASCII range, looked up once per byte on the hot path.
+enum : uint8_t { kSpace = 1, kLetter = 2, kDigit = 4 };
+
+struct AsciiClasses {
+  uint8_t of[256];
+  // For each byte, the index of its single-character entry in Operators,
+  // or -1.
+  int8_t operatorIndex[256];
+
+  AsciiClasses() : of(), operatorIndex() {
+    for (int c = 0; c < 256; ++c) operatorIndex[c] = -1;
+    for (int c : {' ', '\t', '\n', '\v', '\f', '\r'}) of[c] = kSpace;
+    for (int c = 'a'; c <= 'z'; ++c) of[c] = kLetter;
+    for (int c = 'A'; c <= 'Z'; ++c) of[c] = kLetter;
+    for (int c = '0'; c <= '9'; ++c) of[c] = kDigit;
+    for (int i = 0; i < OperatorCount - 1; ++i)
+      if (Operators[i].getOpLen() == 1) operatorIndex[Operators[i].code] = int8_t(i);
+  }
+};
+
+const AsciiClasses kAscii;
+
+unsigned char byteAt(const char* text, VXSIZE_T at) { return static_cast<unsigned char>(text[at]); }
+
+// Decodes the UTF-8 character at p (at most n bytes) into a code point, or
+// returns -1 for a malformed or cut-off sequence.
+int32_t decodeUtf8(const unsigned char* p, VXSIZE_T n) {
+  unsigned char b = p[0];
+  int size = b < 0xC0 ? 1 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : 4;
+  if (size == 1 || VXSIZE_T(size) > n) return -1;
+  int32_t cp = b & (0x7F >> size);
+  for (int i = 1; i < size; ++i) {
+    if ((p[i] & 0xC0) != 0x80) return -1;
+    cp = (cp << 6) | (p[i] & 0x3F);
+  }
+  return cp;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- VxToken
+
+VxToken::VxToken() : type_(VX_TOKEN_END), offset_(0) {}
+
+void VxToken::setToken(const char* text, VXSIZE_T offset, VXSIZE_T length, vxCPType cp,
+                       int32_t type) {
+  initialize(const_cast<char*>(text) + offset, length, cp);
+  offset_ = offset;
+  type_ = type;
+}
+
+void VxToken::incTokenSize(VXSIZE_T n) { length_ += n; }
+
+// -------------------------------------------------------------- VxScanner
+
+VxScanner::VxScanner() : VxScanner(VX_CP_LOCALE) {}
+
+VxScanner::VxScanner(vxCPType cp) : text_(""), length_(0), codePage_(cp), editable_(nullptr), position_(0) {
+  resetSettings();
+}
+
+VxScanner::VxScanner(const char* text, VXSIZE_T length, vxCPType cp) : VxScanner(cp) {
+  setScanString(text, length, cp);
+}
+
+VxScanner::VxScanner(const char* text, vxCPType cp) : VxScanner(cp) {
+  setScanString(text, strlen(text), cp);
+}
+
+VxScanner::VxScanner(const VxSubString& text) : VxScanner(text.getCodePage()) { setScanString(text); }
+
+VxScanner::VxScanner(VxString& text) : VxScanner(text.getCodePage()) { setScanString(text); }
+
+void VxScanner::resetSettings() {
+  setDefaultQuotes();
+  extraOpen_ = extraClose_ = 0;
+  matchParentheses_ = matchBraces_ = comments_ = decimalNumbers_ = false;
+  resetValidChars();
+}
+
+void VxScanner::setScanString(const char* text, VXSIZE_T length) {
+  text_ = text ? text : "";
+  length_ = text ? length : 0;
+  editable_ = nullptr;
+  position_ = 0;
+}
+
+void VxScanner::setScanString(const char* text, VXSIZE_T length, vxCPType cp) {
+  codePage_ = cp;
+  setScanString(text, length);
+}
+
+void VxScanner::setScanString(const char* text) { setScanString(text, text ? strlen(text) : 0); }
+
+void VxScanner::setScanString(const VxSubString& text) {
+  setScanString(text.asPascalStr(), text.getLength(), text.getCodePage());
+}
+
+void VxScanner::setScanString(VxString& text) {
+  setScanString(static_cast<const VxSubString&>(text));
+  editable_ = &text;
+}
+
+void VxScanner::setQuotes(char q1, char q2, char q3) {
+  quotes_[0] = static_cast<unsigned char>(q1);
+  quotes_[1] = static_cast<unsigned char>(q2);
+  quotes_[2] = static_cast<unsigned char>(q3);
+}
+
+void VxScanner::setDefaultQuotes() { setQuotes('\'', '"', '`'); }
+
+void VxScanner::setMatchingPair(char open, char close) {
+  extraOpen_ = static_cast<unsigned char>(open);
+  extraClose_ = static_cast<unsigned char>(close);
+}
+
+namespace {
+void fillSet(uint64_t* bits, const char* chars) {
+  bits[0] = bits[1] = bits[2] = bits[3] = 0;
+  for (const unsigned char* p = reinterpret_cast<const unsigned char*>(chars); p && *p; ++p)
+    bits[*p >> 6] |= uint64_t(1) << (*p & 63);
+}
+}  // namespace
+
+void VxScanner::setValidFirstChars(const char* chars) { fillSet(validFirst_.bits, chars); }
+void VxScanner::setValidMiddleChars(const char* chars) { fillSet(validMiddle_.bits, chars); }
+void VxScanner::setValidChars(const char* chars) { fillSet(validChars_.bits, chars); }
+
+void VxScanner::resetValidChars() {
+  validFirst_.clear();
+  validMiddle_.clear();
+  validChars_.clear();
+}
+
+// Size of the character at `at`, never reaching past the end of the text
+// (a cut-off multibyte character at the end counts as what is left).
+VXSIZE_T VxScanner::charSize(VXSIZE_T at) const {
+  unsigned char c = byteAt(text_, at);
+  if (c < 0x80) return 1;
+  VXSIZE_T size = vxCharSize(text_ + at, codePage_);
+  VXSIZE_T left = length_ - at;
+  return size < left ? size : left;
+}
+
+bool VxScanner::isSpaceAt(VXSIZE_T at) const {
+  unsigned char c = byteAt(text_, at);
+  if (c < 0x80) return kAscii.of[c] & kSpace;
+  return codePage_ != VX_CP_UTF8 && vxIsWhiteSpace(text_ + at);
+}
+
+// A letter of the scanner's code page. ASCII letters come from a table; a
+// UTF-8 character is decoded and asked of the Unicode character database,
+// any other multibyte character of the process locale's library.
+bool VxScanner::isLetterAt(VXSIZE_T at) const {
+  unsigned char c = byteAt(text_, at);
+  if (c < 0x80) return kAscii.of[c] & kLetter;
+  if (codePage_ == VX_CP_UTF8) {
+    int32_t cp = decodeUtf8(reinterpret_cast<const unsigned char*>(text_ + at), length_ - at);
+    return cp >= 0 && u_isalpha(cp);
+  }
+  // A character cut off by the end of the text is no letter.
+  if (vxCharSize(text_ + at, codePage_) > length_ - at) return false;
+  return vxIsAlpha(text_ + at);
+}
+
+bool VxScanner::isQuote(unsigned char c) const {
+  return c != 0 && (c == quotes_[0] || c == quotes_[1] || c == quotes_[2]);
+}
+
+VXSIZE_T VxScanner::skipSpace(VXSIZE_T at) const {
+  while (at < length_ && !validFirst_.has(byteAt(text_, at)) && isSpaceAt(at)) at += charSize(at);
+  return at;
+}
+
+// Reads a quoted literal whose opening quote is at `at`; returns the offset
+// after it. A doubled quote stands for itself; a quote byte that is part of
+// a multibyte character does not count. *terminated tells whether the
+// closing quote was found before the end of the text.
+VXSIZE_T VxScanner::skipQuoted(VXSIZE_T at, bool* terminated) const {
+  unsigned char quote = byteAt(text_, at);
+  VXSIZE_T p = at + 1;
+  while (p < length_) {
+    VXSIZE_T size = charSize(p);
+    if (size == 1 && byteAt(text_, p) == quote) {
+      if (p + 1 < length_ && byteAt(text_, p + 1) == quote) {
+        p += 2;
+        continue;
+      }
+      *terminated = true;
+      return p + 1;
+    }
+    p += size;
+  }
+  *terminated = false;
+  return length_;
+}
+
+int32_t VxScanner::finish(VxToken& token, VXSIZE_T start, VXSIZE_T end, int32_t type) {
+  token.setToken(text_, start, end - start, codePage_, type);
+  position_ = end;
+  return type;
+}
+
+// The operator table holds every single character followed by its
+// two-character forms: find the character's own entry, then look among the
+// entries right after it for one whose second symbol is the next byte.
+int32_t VxScanner::readOperator(VxToken& token, VXSIZE_T start) {
+  unsigned char c = byteAt(text_, start);
+  int index = kAscii.operatorIndex[c];
+  if (index < 0) return finish(token, start, start + charSize(start), VX_TOKEN_CHAR);
+  if (start + 1 < length_) {
+    unsigned char next = byteAt(text_, start + 1);
+    for (int i = index + 1; i < OperatorCount - 1 && Operators[i].getOpLen() == 2; ++i)
+      if (Operators[i].getSecondSymbol() == next) return finish(token, start, start + 2, Operators[i].code);
+  }
+  return finish(token, start, start + 1, Operators[index].code);
+}
+
+int32_t VxScanner::getQuotedToken(VxToken& token) {
+  VXSIZE_T start = position_;
+  if (start >= length_) return finish(token, length_, length_, VX_TOKEN_END);
+  bool terminated;
+  VXSIZE_T end = skipQuoted(start, &terminated);
+  return finish(token, start, end, terminated ? VX_TOKEN_QUOTED : VX_TOKEN_UNTERMINATED);
+}
+
+// A bracketed group: the opening character adds one to a nesting count and
+// the closing character takes one away; the group ends when the count is
+// back at zero. Quoted literals inside are skipped whole, so brackets in
+// them do not count.
+int32_t VxScanner::getMatchingSymbols(VxToken& token, char open, char close) {
+  VXSIZE_T start = position_;
+  if (start >= length_) return finish(token, length_, length_, VX_TOKEN_END);
+  unsigned char o = static_cast<unsigned char>(open), cl = static_cast<unsigned char>(close);
+  VXSIZE_T depth = 0;
+  VXSIZE_T p = start;
+  while (p < length_) {
+    unsigned char c = byteAt(text_, p);
+    VXSIZE_T size = charSize(p);
+    if (size == 1 && isQuote(c) && p != start) {
+      bool terminated;
+      p = skipQuoted(p, &terminated);
+      continue;
+    }
+    if (size == 1 && c == o) {
+      ++depth;
+    } else if (size == 1 && c == cl) {
+      if (--depth == 0) return finish(token, start, p + 1, VX_TOKEN_QUOTED);
+    }
+    p += size;
+  }
+  return finish(token, start, length_, VX_TOKEN_UNTERMINATED);
+}
+
+int32_t VxScanner::getComment(VxToken& token) {
+  VXSIZE_T start = position_;
+  if (start >= length_) return finish(token, length_, length_, VX_TOKEN_END);
+  if (byteAt(text_, start) == '-') {
+    const void* lf = memchr(text_ + start, '\n', length_ - start);
+    VXSIZE_T end = lf ? VXSIZE_T(static_cast<const char*>(lf) - text_) : length_;
+    return finish(token, start, end, VX_TOKEN_COMMENT);
+  }
+  for (VXSIZE_T p = start + 2; p + 1 < length_; ++p)
+    if (text_[p] == '*' && text_[p + 1] == '/') return finish(token, start, p + 2, VX_TOKEN_COMMENT);
+  return finish(token, start, length_, VX_TOKEN_COMMENT);
+}
+
+// getToken: the rules are tried in this order at the first character c
+// that is not white space (valid-first characters are never skipped):
+//   quote                     -> quoted literal (3, or 4 when unterminated)
+//   opening bracket, when its matching is on -> bracketed group (3 or 4)
+//   "--" or "/*", when comments are on       -> comment (11)
+//   mode 1: anything but , ( ) |             -> list item (6) up to a byte
+//                                               below 33 or one of those
+//   mode 2: letter or #                      -> name (7) over letters,
+//           digits, # and $, and the valid-middle set (or, with a valid-
+//           characters set, everything outside it)
+//   valid-characters set non-empty, c not in it -> word (2) up to a member
+//   letter or valid-first character          -> word (2) over letters,
+//                                               digits and valid-middle
+//   digit (or point + digit with decimals on)-> number (5)
+//   "(+)"                                    -> outer-join mark (12)
+//   operator table                           -> the operator's code
+//   anything else                            -> single character (10)
+int32_t VxScanner::getToken(VxToken& token, int mode) {
+  VXSIZE_T start = skipSpace(position_);
+  if (start >= length_) return finish(token, length_, length_, VX_TOKEN_END);
+  position_ = start;
+  unsigned char c = byteAt(text_, start);
+  bool single = c < 0x80 || charSize(start) == 1;
+
+  if (single && isQuote(c)) return getQuotedToken(token);
+  if (single && ((c == '(' && matchParentheses_) || (c == '{' && matchBraces_)))
+    return getMatchingSymbols(token, char(c), c == '(' ? ')' : '}');
+  if (single && extraOpen_ != 0 && c == extraOpen_) return getMatchingSymbols(token, char(c), char(extraClose_));
+  if (comments_ && start + 1 < length_) {
+    unsigned char next = byteAt(text_, start + 1);
+    if ((c == '-' && next == '-') || (c == '/' && next == '*')) return getComment(token);
+  }
+
+  if (mode == kListItems && !(c == ',' || c == '(' || c == ')' || c == '|')) {
+    VXSIZE_T p = start;
+    while (p < length_) {
+      unsigned char b = byteAt(text_, p);
+      if (b < 33 || b == ',' || b == '(' || b == ')' || b == '|') break;
+      p += charSize(p);
+    }
+    return finish(token, start, p, VX_TOKEN_LIST_ITEM);
+  }
+
+  if (mode == kNames && (c == '#' || isLetterAt(start))) {
+    bool delimited = !validChars_.empty();
+    VXSIZE_T p = start + charSize(start);
+    while (p < length_) {
+      unsigned char b = byteAt(text_, p);
+      bool more = (b < 0x80 && (kAscii.of[b] & (kLetter | kDigit))) || b == '#' || b == '$' ||
+                  (delimited ? !validChars_.has(b) : validMiddle_.has(b)) || (b >= 0x80 && isLetterAt(p));
+      if (!more) break;
+      p += charSize(p);
+    }
+    return finish(token, start, p, VX_TOKEN_NAME);
+  }
+
+  if (!validChars_.empty() && !validChars_.has(c)) {
+    VXSIZE_T p = start + charSize(start);
+    while (p < length_ && !validChars_.has(byteAt(text_, p))) p += charSize(p);
+    return finish(token, start, p, VX_TOKEN_WORD);
+  }
+
+  if (validFirst_.has(c) || isLetterAt(start)) {
+    VXSIZE_T p = start + charSize(start);
+    while (p < length_) {
+      unsigned char b = byteAt(text_, p);
+      if (b < 0x80) {
+        if (!(kAscii.of[b] & (kLetter | kDigit)) && !validMiddle_.has(b)) break;
+        ++p;
+      } else {
+        if (!isLetterAt(p) && !validMiddle_.has(b)) break;
+        p += charSize(p);
+      }
+    }
+    return finish(token, start, p, VX_TOKEN_WORD);
+  }
+
+  bool pointThenDigit = c == '.' && decimalNumbers_ && start + 1 < length_ &&
+                        (kAscii.of[byteAt(text_, start + 1)] & kDigit);
+  if ((kAscii.of[c] & kDigit) || pointThenDigit) {
+    int32_t state = pointThenDigit ? VX_TOKEN_DECIMAL : VX_TOKEN_NUMBER;
+    VXSIZE_T p = start + 1;
+    while (p < length_) {
+      unsigned char b = byteAt(text_, p);
+      if (kAscii.of[b] & kDigit) {
+        ++p;
+      } else if (b == '.' && decimalNumbers_ && state == VX_TOKEN_NUMBER) {
+        state = VX_TOKEN_DECIMAL;
+        ++p;
+      } else {
+        break;
+      }
+    }
+    return finish(token, start, p, VX_TOKEN_NUMBER);
+  }
+
+  if (c == '(' && start + 2 < length_ && text_[start + 1] == '+' && text_[start + 2] == ')')
+    return finish(token, start, start + 3, VX_TOKEN_OUTER_JOIN);
+
+  return readOperator(token, start);
+}
+
+int32_t VxScanner::getToken(VxToken& token, VXSIZE_T start, VXSIZE_T length) {
+  if (start > length_) start = length_;
+  if (length > length_ - start) length = length_ - start;
+  return finish(token, start, start + length, VX_TOKEN_WORD);
+}
+
+void VxScanner::unGetToken(const VxToken& token) {
+  position_ = token.getBegOfToken() <= length_ ? token.getBegOfToken() : length_;
+}
+
+int32_t VxScanner::getDelimitedToken(VxToken& token, char separator) {
+  VXSIZE_T start = skipSpace(position_);
+  if (start >= length_) return finish(token, length_, length_, VX_TOKEN_END);
+  unsigned char sep = static_cast<unsigned char>(separator);
+  VXSIZE_T p = start;
+  VXSIZE_T end = start;  // just past the last character that is not white space
+  while (p < length_) {
+    unsigned char c = byteAt(text_, p);
+    VXSIZE_T size = charSize(p);
+    if (size == 1 && c == sep) break;
+    if (size == 1 && isQuote(c)) {
+      bool terminated;
+      p = skipQuoted(p, &terminated);
+      end = p;
+      continue;
+    }
+    if (!isSpaceAt(p)) end = p + size;
+    p += size;
+  }
+  int32_t type = finish(token, start, end, VX_TOKEN_WORD);
+  position_ = p < length_ ? p + 1 : length_;
+  return type;
+}
+
+unsigned char VxScanner::getSymbol() {
+  if (position_ >= length_) return 0;
+  unsigned char c = byteAt(text_, position_);
+  position_ += charSize(position_);
+  return c;
+}
+
+void VxScanner::unGetSymbol() {
+  if (position_ > 0) position_ = vxCharPrev(text_, position_, codePage_);
+}
+
+unsigned char VxScanner::lookAhead(VXSIZE_T distance) const {
+  VXSIZE_T p = position_;
+  for (VXSIZE_T i = 0; i < distance && p < length_; ++i) p += charSize(p);
+  return p < length_ ? byteAt(text_, p) : 0;
+}
+
+unsigned VxScanner::splitList(VxArray& array, char separator, bool copy) {
+  VxToken piece;
+  while (getDelimitedToken(piece, separator) != VX_TOKEN_END) {
+    VxSubString* item;
+    if (copy) {
+      VxString* owned = new VxString(codePage_);
+      if (owned && owned->initialize(piece) != 0) {
+        delete owned;
+        owned = nullptr;
+      }
+      item = owned;
+    } else {
+      item = new VxSubString(piece.asPascalStr(), piece.getLength(), codePage_);
+    }
+    if (!item) return 1;
+    if (array.add(item) != 0) {
+      delete item;
+      return 1;
+    }
+  }
+  return 0;
+}
+
+unsigned VxScanner::parseList(VxArray& array, char separator) { return splitList(array, separator, false); }
+
+unsigned VxScanner::parseListVxString(VxArray& array, char separator) {
+  return splitList(array, separator, true);
+}
+
+// Replaces oldLength bytes at `at` of the scanned VxString and re-points the
+// scanner at the string's (possibly moved) buffer; the cursor follows the
+// text that was after the edited stretch.
+unsigned VxScanner::editScanned(VXSIZE_T at, VXSIZE_T oldLength, const char* newText, VXSIZE_T newLength) {
+  if (!editable_ || at > length_ || oldLength > length_ - at) return 1;
+  if (newLength == 0 && oldLength == 0) return 0;
+  // changeBytes deletes for a null replacement and measures a non-null one
+  // of length 0 itself: give it exactly what is meant.
+  const char* replacement = newLength == 0 ? nullptr : newText;
+  if (editable_->changeBytes(at, oldLength, replacement, newLength) != 0) return 1;
+  if (position_ >= at + oldLength)
+    position_ = position_ - oldLength + newLength;
+  else if (position_ > at)
+    position_ = at + newLength;
+  text_ = editable_->asPascalStr();
+  length_ = editable_->getLength();
+  return 0;
+}
+
+unsigned VxScanner::changeToken(VxToken& token, const char* newText, VXSIZE_T newLength) {
+  VXSIZE_T at = token.getBegOfToken();
+  if (editScanned(at, token.getLength(), newText, newLength) != 0) return 1;
+  token.setToken(text_, at, newLength, codePage_, token.getTokenType());
+  return 0;
+}
+
+unsigned VxScanner::insertToken(VxToken& token, const char* newText, VXSIZE_T newLength) {
+  VXSIZE_T at = token.getBegOfToken();
+  if (editScanned(at, 0, newText, newLength) != 0) return 1;
+  token.setToken(text_, at, newLength, codePage_, VX_TOKEN_WORD);
+  return 0;
+}
+
+bool VxScanner::isEqual(const VxToken& token, const char* text) { return token.isEqual(text); }
+
+bool VxScanner::isEqualCi(const VxToken& token, const char* text) { return token.isEqualCi(text); }
+
+uint16_t VxScanner::isInSet(const VxToken& token, const char* const* list, uint16_t count) {
+  return token.indexInSet(list, count);
+}
+
+uint16_t VxScanner::isInSetCi(const VxToken& token, const char* const* list, uint16_t count) {
+  return token.indexInSetCi(list, count);
+}
+
+namespace {
+// Walks the blank-separated words of text and tells whether one of them
+// equals the token (exactly or ignoring case).
+bool tokenIsOneOfWords(const VxToken& token, const char* text, bool ignoreCase) {
+  const char* p = text;
+  while (p && *p) {
+    while (*p == ' ') ++p;
+    const char* word = p;
+    while (*p && *p != ' ') ++p;
+    VXSIZE_T n = VXSIZE_T(p - word);
+    if (n == 0) break;
+    if (ignoreCase ? token.isEqualCi(word, n) : token.isEqual(word, n)) return true;
+  }
+  return false;
+}
+}  // namespace
+
+bool VxScanner::isTokenWithin(const VxToken& token, const char* text) {
+  return tokenIsOneOfWords(token, text, false);
+}
+
+bool VxScanner::isTokenWithinCi(const VxToken& token, const char* text) {
+  return tokenIsOneOfWords(token, text, true);
+}
