@@ -114,11 +114,27 @@ TEST_F(MessageCatalog, SystemErrorFormatTakesTwoTexts) {
   EXPECT_EQ(2, conversions);
 }
 
+// The markers match what the reporting code streams into each record.
 TEST_F(MessageCatalog, ParameterMessagesCarryTheirMarkers) {
-  EXPECT_NE(std::string::npos, text(1509).find("%s1"));
-  EXPECT_NE(std::string::npos, text(2701).find("%s1"));
-  EXPECT_NE(std::string::npos, text(1523).find("%s2"));
+  auto markers = [this](int n) {
+    std::vector<int> numbers;
+    EXPECT_TRUE(markerNumbers(text(n), &numbers)) << n;
+    return numbers.size();
+  };
+  // A file or object name streamed in.
+  for (int n : {1502, 1504, 1506, 1508, 1509, 1519, 1520, 1521, 1524, 2701, 2702, 30049})
+    EXPECT_NE(std::string::npos, text(n).find("%s1")) << n;
+  // Two texts streamed in.
+  for (int n : {1523, 30042}) EXPECT_NE(std::string::npos, text(n).find("%s2")) << n;
+  // A position, then a source name.
+  EXPECT_NE(std::string::npos, text(2704).find("%d1"));
   EXPECT_NE(std::string::npos, text(2705).find("%d1"));
+  EXPECT_NE(std::string::npos, text(2705).find("%s2"));
+  // Reported without parameters, or with text appended afterwards: a
+  // marker would stay visible in the message.
+  for (int n : {4, 1503, 1507, 1512, 1514, 2706, 2707, 2708, 2710, 2716, 2735, 2736, 2737, 2738,
+                2739, 7500, 7501, 7503, 7504, 7505, 7508, 30041, 30045, 30190})
+    EXPECT_EQ(0u, markers(n)) << n << ": " << text(n);
 }
 
 }  // namespace
