@@ -80,8 +80,9 @@ VX_EXPORT unsigned convert(const char* text, VXSIZE_T length, VXSIZE_T* target);
 // in plain form when that is at most digits + 2 characters long, otherwise
 // in exponent form ("1.5E20", "-2E-9"). A value below 1 has no "0" before
 // its point (".25"); infinities and NaN are written "inf", "-inf", "nan".
-// Returns the count of characters written; the buffer needs 24 bytes. Deliberate: no NUL is written after
-// the text; callers use the returned count.
+// Returns the count of characters written; the buffer needs 24 bytes.
+// Deliberate: no NUL is written after the text; callers use the returned
+// count.
 VX_EXPORT uint16_t convertFloat(char* buffer, double value, int singlePrecision);
 
 #endif  // VX_VALUES_CONVERT_H_
