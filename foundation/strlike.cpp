@@ -1,4 +1,8 @@
 // The SQL LIKE matcher.
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "foundation/vxdbcs.h"
 #include "foundation/vxdbcs_internal.h"
 
@@ -29,34 +33,85 @@ inline unsigned char otherAsciiCase(unsigned char c) {
   return c;
 }
 
-// After a '%' the matcher tries each text position in turn against the
-// pattern character at p. When that character is a plain ASCII byte the
-// positions that cannot match it are skipped here in one tight loop: an
-// ASCII text byte is a whole character in every code-page kind and equals
-// the pattern byte only as itself or, ignoring case, as its other case.
-// The loop stops at the first byte that could match or that is not ASCII,
-// leaving the general step to decide there. Returns the new position.
-inline const char* skipHopeless(const char* t, const char* tend, const char* p,
-                                const char* pend, char escape, int16_t caseSensitive) {
-  if (*p == escape) {
-    ++p;
-    if (p >= pend) return t;
+// Upper case of the ASCII bytes, as strUpper leaves a one-byte string.
+inline unsigned char asciiUpper(unsigned char c) {
+  return (c >= 'a' && c <= 'z') ? static_cast<unsigned char>(c - 0x20) : c;
+}
+
+// What the text must hold at a candidate position after a '%': the first
+// pattern character in both cases and, when the pattern character after it
+// is a plain ASCII byte too, that one in both cases.
+struct Candidate {
+  unsigned char first, firstOther;
+  unsigned char second, secondOther;
+  bool hasSecond;
+};
+
+// First position from t on that could begin a match: its byte is first or
+// firstOther and, when there is a second, the next byte is second or
+// secondOther; or either byte is 0x80 or above (left to the general step).
+// tend when there is none. Sixteen positions at a time with SSE2.
+inline const char* findCandidate(const char* t, const char* tend, const Candidate& c) {
+#if defined(__SSE2__)
+  const __m128i f = _mm_set1_epi8(static_cast<char>(c.first));
+  const __m128i fo = _mm_set1_epi8(static_cast<char>(c.firstOther));
+  const __m128i s = _mm_set1_epi8(static_cast<char>(c.second));
+  const __m128i so = _mm_set1_epi8(static_cast<char>(c.secondOther));
+  const __m128i all = _mm_set1_epi8(-1);
+  while (tend - t >= 17) {
+    __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(t));
+    __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(t + 1));
+    __m128i firstHit = _mm_or_si128(_mm_cmpeq_epi8(x, f), _mm_cmpeq_epi8(x, fo));
+    __m128i secondHit =
+        c.hasSecond ? _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(y, s), _mm_cmpeq_epi8(y, so)), y)
+                    : all;
+    __m128i stop = _mm_or_si128(_mm_and_si128(firstHit, secondHit), x);
+    int mask = _mm_movemask_epi8(stop);
+    if (mask != 0) return t + __builtin_ctz(static_cast<unsigned>(mask));
+    t += 16;
   }
-  unsigned char want = static_cast<unsigned char>(*p);
-  if (want >= 0x80) return t;
-  unsigned char other = caseSensitive == 0 ? otherAsciiCase(want) : want;
-  while (t < tend) {
-    unsigned char c = static_cast<unsigned char>(*t);
-    if (c == want || c == other || c >= 0x80) break;
-    ++t;
+#endif
+  for (; t < tend; ++t) {
+    unsigned char b = static_cast<unsigned char>(*t);
+    if (b >= 0x80) break;
+    if (b != c.first && b != c.firstOther) continue;
+    if (!c.hasSecond || t + 1 >= tend) break;
+    unsigned char n = static_cast<unsigned char>(t[1]);
+    if (n >= 0x80 || n == c.second || n == c.secondOther) break;
   }
   return t;
 }
 
-}  // namespace
+// After a '%' the matcher tries each text position in turn against the
+// pattern from p on. When the pattern starts with plain ASCII bytes, the
+// positions that cannot match them are skipped here in one search: an ASCII
+// text byte is a whole character in every code-page kind and equals an
+// ASCII pattern byte only as itself or, ignoring case, as its other case.
+// The search stops at the first position that could match or whose bytes
+// are not ASCII, leaving the general step to decide there. Returns the new
+// position.
+inline const char* skipHopeless(const char* t, const char* tend, const char* p,
+                                const char* pend, char anySeq, char anyChar, char escape,
+                                int16_t caseSensitive) {
+  if (*p == escape) {
+    ++p;
+    if (p >= pend) return t;
+  }
+  Candidate c;
+  c.first = static_cast<unsigned char>(*p);
+  if (c.first >= 0x80) return t;
+  c.firstOther = caseSensitive == 0 ? otherAsciiCase(c.first) : c.first;
+  const char* q = p + 1;
+  c.hasSecond = q < pend && *q != anySeq && *q != anyChar && *q != escape &&
+                static_cast<unsigned char>(*q) < 0x80;
+  c.second = c.hasSecond ? static_cast<unsigned char>(*q) : 0;
+  c.secondOther = caseSensitive == 0 ? otherAsciiCase(c.second) : c.second;
+  return findCandidate(t, tend, c);
+}
 
-// LIKE matching. The rules, with % standing for anySeq, _ for anyChar and
-// \ for escape (each recognised as a single pattern byte):
+// LIKE matching, compiled once for each case mode. The rules, with %
+// standing for anySeq, _ for anyChar and \ for escape (each recognised as a
+// single pattern byte):
 //
 //   - When trailing blanks are not significant, trailing white space is cut
 //     off both text and pattern first.
@@ -80,24 +135,32 @@ inline const char* skipHopeless(const char* t, const char* tend, const char* p,
 // after that %. This is right because any earlier % can absorb what the
 // later one would have taken. The cost is usually linear but can reach
 // (text length) x (pattern length) in the worst case.
-bool strLike(const char* text, VXSIZE_T textLength, const char* pattern, VXSIZE_T patternLength,
-             char anySeq, char anyChar, char escape, int16_t caseSensitive,
-             int16_t trailingBlanksSignificant, vxCPType cp) {
-  if (trailingBlanksSignificant == 0) {
-    textLength = strRightTrim(text, textLength, cp);
-    patternLength = strRightTrim(pattern, patternLength, cp);
-  }
-  const char* t = text;
-  const char* tend = text + textLength;
-  const char* p = pattern;
-  const char* pend = pattern + patternLength;
+//
+// Speed on ASCII: a pair of plain ASCII bytes is compared directly (such a
+// byte is a whole character in every kind), and after a % the positions
+// that cannot begin a match are skipped in bulk (skipHopeless). Both are
+// shortcuts of the rules above, not changes to them.
+template <bool kFoldCase>
+bool matchLike(const char* t, const char* tend, const char* p, const char* pend, char anySeq,
+               char anyChar, char escape, vxCPType cp) {
+  const int16_t kCaseFlag = kFoldCase ? 0 : 1;
   const char* savedText = nullptr;
   const char* savedPattern = nullptr;
 
   while (t < tend) {
     if (p < pend) {
       char pc = *p;
-      if (pc == anySeq) {
+      unsigned char tc = static_cast<unsigned char>(*t);
+      unsigned char uc = static_cast<unsigned char>(pc);
+      bool special = pc == anySeq || pc == anyChar || pc == escape;
+      if (!special && (tc | uc) < 0x80) {
+        // Both plain ASCII: single-byte characters in every kind.
+        if (tc == uc || (kFoldCase && asciiUpper(tc) == asciiUpper(uc))) {
+          ++t;
+          ++p;
+          continue;
+        }
+      } else if (pc == anySeq) {
         do {
           while (p < pend && *p == anySeq) ++p;
           while (p < pend && *p == anyChar && t < tend) {
@@ -106,34 +169,55 @@ bool strLike(const char* text, VXSIZE_T textLength, const char* pattern, VXSIZE_
           }
         } while (p < pend && *p == anySeq);
         if (p >= pend) return true;
-        if (t < tend) t = skipHopeless(t, tend, p, pend, escape, caseSensitive);
+        if (t < tend) t = skipHopeless(t, tend, p, pend, anySeq, anyChar, escape, kCaseFlag);
         savedText = t;
         savedPattern = p;
         continue;
-      }
-      if (pc == anyChar) {
-        t += sizeAt(t, tend, cp);
-        p += sizeAt(p, pend, cp);
+      } else if (pc == anyChar) {
+        t += tc < 0x80 ? 1 : sizeAt(t, tend, cp);
+        p += uc < 0x80 ? 1 : sizeAt(p, pend, cp);
         continue;
-      }
-      const char* literal = p;
-      if (pc == escape) ++literal;
-      if (literal < pend && charEqual(t, tend, literal, pend, caseSensitive)) {
-        t += sizeAt(t, tend, cp);
-        p = literal + sizeAt(literal, pend, cp);
-        continue;
+      } else {
+        const char* literal = p;
+        if (pc == escape) ++literal;
+        if (literal < pend && charEqual(t, tend, literal, pend, kCaseFlag)) {
+          t += sizeAt(t, tend, cp);
+          p = literal + sizeAt(literal, pend, cp);
+          continue;
+        }
       }
     }
     // Mismatch: retry from the latest %, one text character further on.
     if (savedText == nullptr) return false;
     savedText += sizeAt(savedText, tend, cp);
-    if (savedText < tend) savedText = skipHopeless(savedText, tend, savedPattern, pend, escape,
-                                                   caseSensitive);
+    if (savedText < tend) {
+      savedText = skipHopeless(savedText, tend, savedPattern, pend, anySeq, anyChar, escape,
+                               kCaseFlag);
+    }
     t = savedText;
     p = savedPattern;
   }
   while (p < pend && *p == anySeq) ++p;
   return p >= pend;
+}
+
+}  // namespace
+
+// Trailing white space is cut first when it is not significant; the
+// matching itself is matchLike above.
+bool strLike(const char* text, VXSIZE_T textLength, const char* pattern, VXSIZE_T patternLength,
+             char anySeq, char anyChar, char escape, int16_t caseSensitive,
+             int16_t trailingBlanksSignificant, vxCPType cp) {
+  if (trailingBlanksSignificant == 0) {
+    textLength = strRightTrim(text, textLength, cp);
+    patternLength = strRightTrim(pattern, patternLength, cp);
+  }
+  const char* t = text;
+  const char* p = pattern;
+  if (caseSensitive == 0) {
+    return matchLike<true>(t, t + textLength, p, p + patternLength, anySeq, anyChar, escape, cp);
+  }
+  return matchLike<false>(t, t + textLength, p, p + patternLength, anySeq, anyChar, escape, cp);
 }
 
 bool strLike(const char* text, const char* pattern, char anySeq, char anyChar, char escape,

@@ -75,6 +75,34 @@ TEST(StrLikeSqlite, AgreesWithSqliteLikeOnRandomAscii) {
   EXPECT_LT(matches, kCases - kCases / 20);
 }
 
+// Longer texts with the pattern's literals planted in them, so that the
+// bulk search after % runs over many positions.
+TEST(StrLikeSqlite, AgreesWithSqliteLikeOnLongAsciiTexts) {
+  setlocale(LC_ALL, "C");
+  std::mt19937 rng(99);
+  std::uniform_int_distribution<int> length(0, 200);
+  std::uniform_int_distribution<int> pick(0, 5);
+  static const char kText[] = "abAB c";
+  int matches = 0;
+  const int kCases = 5000;
+  for (int i = 0; i < kCases; ++i) {
+    std::string text;
+    for (int n = length(rng); n > 0; --n) text += kText[pick(rng)];
+    std::string pattern = randomPattern(rng);
+    if (i % 2 == 0 && !text.empty()) {
+      std::uniform_int_distribution<size_t> at(0, text.size() - 1);
+      text.insert(at(rng), pattern.substr(0, 3));
+    }
+    bool sqlite = sqlite3_strlike(pattern.c_str(), text.c_str(), '\\') == 0;
+    bool ours = strLike(text.data(), text.size(), pattern.data(), pattern.size(), '%', '_', '\\',
+                        0, 1, VX_CP_LOCALE);
+    ASSERT_EQ(sqlite, ours) << "text [" << text << "] pattern [" << pattern << "]";
+    matches += ours;
+  }
+  EXPECT_GT(matches, kCases / 20);
+  EXPECT_LT(matches, kCases - kCases / 20);
+}
+
 TEST(StrLikeSqlite, AgreesWithSqliteLikeQuery) {
   setlocale(LC_ALL, "C");
   sqlite3* db = nullptr;

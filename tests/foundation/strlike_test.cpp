@@ -138,4 +138,42 @@ TEST_F(StrLike, TwoByteCharactersMatchWhole) {
   EXPECT_FALSE(like("\x81\x41", "%A"));  // 0x41 here is a trail byte
 }
 
+TEST_F(StrLike, SearchAfterPercentFindsMatchesInLongText) {
+  std::string text(300, 'x');
+  text.replace(250, 6, "NeEdLe");
+  EXPECT_TRUE(like(text, "%needle%"));
+  EXPECT_FALSE(like(text, "%needle%", 1));
+  EXPECT_TRUE(like(text, "%NeEdLe%", 1));
+  EXPECT_TRUE(like(text, "%x"));
+  EXPECT_FALSE(like(text, "%needlf%"));
+  // A first byte that occurs often with the wrong second byte.
+  std::string near(100, 'n');
+  near += "ne";
+  EXPECT_TRUE(like(near, "%ne"));
+  EXPECT_FALSE(like(near, "%nf"));
+  EXPECT_TRUE(like(std::string(40, 'a') + "%b", "%\\%b"));
+}
+
+TEST_F(StrLike, SearchAfterPercentStopsAtMultibyteCharacters) {
+  // 40 bytes of x, then a two-byte character, then the wanted text: the
+  // bulk search hands the character to the general step.
+  std::string text = std::string(40, 'x') + "\xC3\xA9" + "abc";
+  EXPECT_TRUE(like(text, "%\xC3\xA9" "abc", 0, 1, VX_CP_UTF8));
+  EXPECT_TRUE(like(text, "%_abc", 0, 1, VX_CP_UTF8));
+  EXPECT_TRUE(like(text, "%abc", 0, 1, VX_CP_UTF8));
+  EXPECT_TRUE(like(text, "%x_abc", 0, 1, VX_CP_UTF8));
+  EXPECT_FALSE(like(text, "%x_abc", 0, 1, VX_CP_LOCALE));  // two characters in C
+}
+
+TEST_F(StrLike, NonAsciiByteMayFoldToAsciiLetter) {
+  ScopedTestLocale turkish("tr_TR.ISO-8859-9", "tr_TR", "ISO-8859-9");
+  if (!turkish.available()) GTEST_SKIP() << "ISO-8859-9 locale unavailable";
+  // Dotless i (0xFD) upper-cases to I, so it matches i ignoring case, also
+  // far into a long text where the bulk search runs.
+  std::string text = std::string(40, 'x') + "\xFD" + "y";
+  EXPECT_TRUE(like(text, "%iy"));
+  EXPECT_FALSE(like(text, "%iy", 1));
+  EXPECT_TRUE(like("\xFD", "I"));
+}
+
 }  // namespace

@@ -20,6 +20,14 @@ TEST_F(StrTrim, RightTrimCutsTrailingWhiteSpace) {
   EXPECT_EQ(2u, strRightTrim("ab   ", 2, VX_CP_LOCALE));
 }
 
+TEST_F(StrTrim, CharacterThatSwallowsBlanksIsNotTrimmed) {
+  // In UTF-8 the byte 0xE2 begins a three-byte character, which here takes
+  // the a and the blank; only the final blank is trailing white space.
+  EXPECT_EQ(3u, strRightTrim("\xE2" "a  ", 4, VX_CP_UTF8));
+  EXPECT_EQ(2u, strRightTrim("\xE2" "a  ", 4, VX_CP_LOCALE));
+  EXPECT_EQ(4u, strRightTrim("\xF0" "abc ", 5, VX_CP_UTF8));
+}
+
 TEST_F(StrTrim, TerminatedRightTrimWritesNul) {
   char s[] = "abc \r\n";
   EXPECT_EQ(3u, strRightTrim(s));
