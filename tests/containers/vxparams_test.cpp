@@ -222,6 +222,17 @@ TEST_F(VxReplaceStringTest, ConcatMayCopyFromTheUnconsumedSource) {
   EXPECT_EQ("aaaab", text(target));
 }
 
+TEST_F(VxReplaceStringTest, ConcatMayCopyFromTheOutputWhileGrowing) {
+  VxString target;
+  ASSERT_EQ(0u, target.initialize("abc"));
+  {
+    VxReplaceString r(&target);
+    r.increaseInsertionPoint(2);
+    ASSERT_EQ(0u, r.concat(target.asPascalStr(), 2));  // no gap yet: grows
+  }
+  EXPECT_EQ("ababc", text(target));
+}
+
 TEST_F(VxReplaceStringTest, AddQuotedBytesWritesTheQuotedForm) {
   VxString target;
   ASSERT_EQ(0u, target.initialize("v=;"));
