@@ -360,7 +360,9 @@ int32_t VxScanner::getToken(VxToken& token, int mode) {
   }
 
   if (mode == kListItems && !(c == ',' || c == '(' || c == ')' || c == '|')) {
-    VXSIZE_T p = start;
+    // The first character always belongs to the item, even a control
+    // character below 33, so that the scan moves on.
+    VXSIZE_T p = start + charSize(start);
     while (p < length_) {
       unsigned char b = byteAt(text_, p);
       if (b < 33 || b == ',' || b == '(' || b == ')' || b == '|') break;

@@ -211,6 +211,14 @@ TEST(VxScannerModes, ListItemsRunToBlanksAndListPunctuation) {
   EXPECT_EQ(expected, toks);
 }
 
+TEST(VxScannerModes, ListItemStartingWithAControlCharacterStillAdvances) {
+  std::string text("\x01\x02a", 3);
+  std::vector<Tok> toks = scan(text, VxScanner::kListItems);
+  ASSERT_EQ(3u, toks.size());
+  EXPECT_EQ((Tok{VX_TOKEN_LIST_ITEM, 0, "\x01"}), toks[0]);
+  EXPECT_EQ((Tok{VX_TOKEN_LIST_ITEM, 1, "\x02a"}), toks[1]);
+}
+
 TEST(VxScannerModes, NamesTakeHashAndDollar) {
   std::vector<Tok> toks = scan("#tmp$1 x-y 9", VxScanner::kNames);
   EXPECT_EQ((Tok{VX_TOKEN_NAME, 0, "#tmp$1"}), toks[0]);
