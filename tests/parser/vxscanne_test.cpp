@@ -212,11 +212,11 @@ TEST(VxScannerModes, ListItemsRunToBlanksAndListPunctuation) {
 }
 
 TEST(VxScannerModes, ListItemStartingWithAControlCharacterStillAdvances) {
-  std::string text("\x01\x02a", 3);
+  std::string text("\x01\x02" "a", 3);
   std::vector<Tok> toks = scan(text, VxScanner::kListItems);
   ASSERT_EQ(3u, toks.size());
   EXPECT_EQ((Tok{VX_TOKEN_LIST_ITEM, 0, "\x01"}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_LIST_ITEM, 1, "\x02a"}), toks[1]);
+  EXPECT_EQ((Tok{VX_TOKEN_LIST_ITEM, 1, "\x02" "a"}), toks[1]);
 }
 
 TEST(VxScannerModes, NamesTakeHashAndDollar) {
