@@ -61,7 +61,7 @@ class VX_EXPORT VxDictionary : public VxSet {
   // The slot holding the association for the key, or the empty slot where
   // the probe stopped. An integer key matches an association whose
   // getIntKey() equals it; a string key one whose isEqual (isEqualCi when
-  // caseInsensitive) of the string is true.
+  // caseInsensitive) of the string is true. String keys must not be null.
   uint16_t getIndexForKey(VXSIZE_T key) const;
   uint16_t getIndexForKey(const VxSubString* key) const;
 
