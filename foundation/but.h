@@ -41,7 +41,8 @@ VX_EXPORT void memCopyReverse(void* dst, const void* src, VXSIZE_T n);
 // aligned; the areas must not overlap.
 VX_EXPORT void memCopyAligned(void* dst, const void* src, VXSIZE_T n);
 // Copies with the widest unit (1, 2, 4 or 8 bytes) that both pointers'
-// alignment allows. The areas must not overlap.
+// alignment allows. The areas must not overlap, except that the byte steps
+// (taken when either pointer is odd) run from the highest offset down.
 VX_EXPORT void fastMemCopy(void* dst, const void* src, VXSIZE_T n);
 
 // Store `byte` n times from dst.
