@@ -109,8 +109,9 @@ class VX_EXPORT VxSubString : public VxObject {
   // the NUL written.
   char* getCopyQuoted(char* dst, char quote) const;
   // The view starts with a quote (its first byte). Appends to string the
-  // bytes after it up to the closing quote, doubled quotes reduced to one.
-  // 1 when string cannot grow, else 0.
+  // bytes after it up to the closing quote (a quote that ends the view),
+  // doubled quotes reduced to one; a single quote inside is dropped and
+  // the byte after it kept. 1 when string cannot grow, else 0.
   unsigned copyQuotedStr(VxString& string) const;
   // Writes a NUL at data[length], then appends to array one new heap
   // VxString (same kind) per non-empty line. Every line must end with a
@@ -214,11 +215,14 @@ class VX_EXPORT VxString : public VxSubString {
   // When longer than width: breaks at the last blank outside quotes
   // whenever more than width bytes have passed since the last break
   // (the blank is dropped). q1, q2, q3 open a quoted stretch that the same
-  // byte closes; quotes are ignored when q1 is 0.
+  // byte closes; quotes are ignored when q1 is 0. A line feed already in
+  // the text also counts as a break. Works in place (a blank becomes the
+  // line feed), so it cannot fail: always 0.
   unsigned insertLineBreaks(VXSIZE_T width, char q1, char q2, char q3);
   // Outside quoted stretches each line feed (tab / carriage return or
   // line feed) becomes one blank, except that no blank is added before
-  // another such byte or the end. 1 when memory runs out (unchanged).
+  // another such byte or the end. The text only shrinks, so the work is
+  // done in place and cannot fail: always 0.
   unsigned removeLineBreaks(char q1, char q2, char q3);
   unsigned removeTabs(char q1, char q2, char q3);
   unsigned removeLineFeeds(char q1, char q2, char q3);

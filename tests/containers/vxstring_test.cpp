@@ -151,6 +151,12 @@ TEST_F(SubStringTest, CopyQuotedStrStopsAtTheClosingQuote) {
   EXPECT_EQ("<it'sa\"", text(s));
 }
 
+TEST_F(SubStringTest, CopyQuotedStrDropsASingleQuoteInside) {
+  VxString s;
+  EXPECT_EQ(0u, VxSubString("'a'b'").copyQuotedStr(s));
+  EXPECT_EQ("ab", text(s));
+}
+
 TEST_F(SubStringTest, CopyQuotedStrFailsWhenTheStringCannotGrow) {
   VxString s;
   ASSERT_EQ(0u, s.initialize("<"));
@@ -515,6 +521,13 @@ TEST_F(VxStringTest, InsertLineBreaksNeverBreaksInsideQuotesOrAStretchWithoutBla
   ASSERT_EQ(0u, shortText.initialize("a b"));
   ASSERT_EQ(0u, shortText.insertLineBreaks(3, 0, 0, 0));
   EXPECT_STREQ("a b", shortText.asCStr());
+}
+
+TEST_F(VxStringTest, InsertLineBreaksCountsLineFeedsAlreadyInTheText) {
+  VxString s;
+  ASSERT_EQ(0u, s.initialize("ab\ncd ef"));
+  ASSERT_EQ(0u, s.insertLineBreaks(5, 0, 0, 0));
+  EXPECT_STREQ("ab\ncd ef", s.asCStr());  // the second line is only 5 long
 }
 
 TEST_F(VxStringTest, RemoveLineBreaksFoldsRunsIntoOneBlank) {
