@@ -103,13 +103,6 @@ int32_t decodeUtf8(const unsigned char* p, VXSIZE_T n) {
 
 VxToken::VxToken() : type_(VX_TOKEN_END), offset_(0) {}
 
-void VxToken::setToken(const char* text, VXSIZE_T offset, VXSIZE_T length, vxCPType cp,
-                       int32_t type) {
-  initialize(const_cast<char*>(text) + offset, length, cp);
-  offset_ = offset;
-  type_ = type;
-}
-
 void VxToken::incTokenSize(VXSIZE_T n) { length_ += n; }
 
 // -------------------------------------------------------------- VxScanner
@@ -133,6 +126,7 @@ VxScanner::VxScanner(const VxSubString& text) : VxScanner(text.getCodePage()) { 
 VxScanner::VxScanner(VxString& text) : VxScanner(text.getCodePage()) { setScanString(text); }
 
 void VxScanner::resetSettings() {
+  tablesReady_ = false;
   setDefaultQuotes();
   extraOpen_ = extraClose_ = 0;
   matchParentheses_ = matchBraces_ = comments_ = decimalNumbers_ = false;
@@ -163,6 +157,7 @@ void VxScanner::setScanString(VxString& text) {
 }
 
 void VxScanner::setQuotes(char q1, char q2, char q3) {
+  tablesReady_ = false;
   quotes_[0] = static_cast<unsigned char>(q1);
   quotes_[1] = static_cast<unsigned char>(q2);
   quotes_[2] = static_cast<unsigned char>(q3);
@@ -171,6 +166,7 @@ void VxScanner::setQuotes(char q1, char q2, char q3) {
 void VxScanner::setDefaultQuotes() { setQuotes('\'', '"', '`'); }
 
 void VxScanner::setMatchingPair(char open, char close) {
+  tablesReady_ = false;
   extraOpen_ = static_cast<unsigned char>(open);
   extraClose_ = static_cast<unsigned char>(close);
 }
@@ -183,11 +179,23 @@ void fillSet(uint64_t* bits, const char* chars) {
 }
 }  // namespace
 
-void VxScanner::setValidFirstChars(const char* chars) { fillSet(validFirst_.bits, chars); }
-void VxScanner::setValidMiddleChars(const char* chars) { fillSet(validMiddle_.bits, chars); }
-void VxScanner::setValidChars(const char* chars) { fillSet(validChars_.bits, chars); }
+void VxScanner::setValidFirstChars(const char* chars) {
+  fillSet(validFirst_.bits, chars);
+  tablesReady_ = false;
+}
+
+void VxScanner::setValidMiddleChars(const char* chars) {
+  fillSet(validMiddle_.bits, chars);
+  tablesReady_ = false;
+}
+
+void VxScanner::setValidChars(const char* chars) {
+  fillSet(validChars_.bits, chars);
+  tablesReady_ = false;
+}
 
 void VxScanner::resetValidChars() {
+  tablesReady_ = false;
   validFirst_.clear();
   validMiddle_.clear();
   validChars_.clear();
@@ -241,8 +249,12 @@ VXSIZE_T VxScanner::skipQuoted(VXSIZE_T at, bool* terminated) const {
   unsigned char quote = byteAt(text_, at);
   VXSIZE_T p = at + 1;
   while (p < length_) {
-    VXSIZE_T size = charSize(p);
-    if (size == 1 && byteAt(text_, p) == quote) {
+    unsigned char c = byteAt(text_, p);
+    if (c >= 0x80) {
+      p += charSize(p);
+      continue;
+    }
+    if (c == quote) {
       if (p + 1 < length_ && byteAt(text_, p + 1) == quote) {
         p += 2;
         continue;
@@ -250,16 +262,10 @@ VXSIZE_T VxScanner::skipQuoted(VXSIZE_T at, bool* terminated) const {
       *terminated = true;
       return p + 1;
     }
-    p += size;
+    ++p;
   }
   *terminated = false;
   return length_;
-}
-
-int32_t VxScanner::finish(VxToken& token, VXSIZE_T start, VXSIZE_T end, int32_t type) {
-  token.setToken(text_, start, end - start, codePage_, type);
-  position_ = end;
-  return type;
 }
 
 // The operator table holds every single character followed by its
@@ -343,7 +349,83 @@ int32_t VxScanner::getComment(VxToken& token) {
 //   "(+)"                                    -> outer-join mark (12)
 //   operator table                           -> the operator's code
 //   anything else                            -> single character (10)
+// The fast path's tables. A byte gets a fast class only when the general
+// rules could not treat it differently: bracket openers with matching on,
+// comment openers with comments on, the valid-first set and every byte
+// from 0x80 up go the general way.
+void VxScanner::buildTables() {
+  for (int c = 0; c < 256; ++c) {
+    unsigned char b = static_cast<unsigned char>(c);
+    uint8_t cls = kStartGeneral;
+    if (c < 0x80) {
+      if (kAscii.of[c] & kSpace)
+        cls = kStartSpace;
+      else if (kAscii.of[c] & kLetter)
+        cls = kStartWord;
+      else if (kAscii.of[c] & kDigit)
+        cls = kStartDigit;
+      else if (isQuote(b))
+        cls = kStartQuote;
+      else if (c == '(')
+        cls = matchParentheses_ ? kStartGeneral : kStartParenthesis;
+      else if (c == '.')
+        cls = decimalNumbers_ ? kStartPoint : kStartOperator;
+      else if (kAscii.operatorIndex[c] >= 0)
+        cls = kStartOperator;
+    }
+    if (validFirst_.has(b) || (c == '{' && matchBraces_) || (extraOpen_ != 0 && b == extraOpen_) ||
+        (comments_ && (c == '-' || c == '/')))
+      cls = kStartGeneral;
+    startClass_[c] = cls;
+    continuesWord_[c] = c < 0x80 && ((kAscii.of[c] & (kLetter | kDigit)) || validMiddle_.has(b));
+  }
+  tablesReady_ = true;
+}
+
+// Plain SQL in the default mode takes the fast path: blanks, ASCII words,
+// numbers, quoted literals, "(" and plain operators are read straight from
+// the tables; anything else (and a word that runs into a byte from 0x80 up)
+// is handed to the general rules from the token's start, which give the
+// same answer for the bytes the fast path would have read.
 int32_t VxScanner::getToken(VxToken& token, int mode) {
+  if (mode != kNormal || !validChars_.empty()) return getTokenGeneral(token, mode);
+  if (!tablesReady_) buildTables();
+  const unsigned char* text = reinterpret_cast<const unsigned char*>(text_);
+  VXSIZE_T p = position_;
+  while (p < length_ && startClass_[text[p]] == kStartSpace) ++p;
+  if (p >= length_) return finish(token, length_, length_, VX_TOKEN_END);
+  position_ = p;
+  VXSIZE_T q = p + 1;
+  switch (startClass_[text[p]]) {
+    case kStartWord:
+      while (q < length_ && continuesWord_[text[q]]) ++q;
+      if (q < length_ && text[q] >= 0x80) break;
+      return finish(token, p, q, VX_TOKEN_WORD);
+    case kStartPoint:
+      if (q >= length_ || !(kAscii.of[text[q]] & kDigit)) return readOperator(token, p);
+      while (q < length_ && (kAscii.of[text[q]] & kDigit)) ++q;
+      return finish(token, p, q, VX_TOKEN_NUMBER);
+    case kStartDigit:
+      while (q < length_ && (kAscii.of[text[q]] & kDigit)) ++q;
+      if (decimalNumbers_ && q < length_ && text[q] == '.')
+        for (++q; q < length_ && (kAscii.of[text[q]] & kDigit);) ++q;
+      return finish(token, p, q, VX_TOKEN_NUMBER);
+    case kStartQuote:
+      return getQuotedToken(token);
+    case kStartParenthesis:
+      if (p + 2 < length_ && text[p + 1] == '+' && text[p + 2] == ')')
+        return finish(token, p, p + 3, VX_TOKEN_OUTER_JOIN);
+      return readOperator(token, p);
+    case kStartOperator:
+      return readOperator(token, p);
+    default:
+      break;
+  }
+  return getTokenGeneral(token, mode);
+}
+
+// The general rules.
+int32_t VxScanner::getTokenGeneral(VxToken& token, int mode) {
   VXSIZE_T start = skipSpace(position_);
   if (start >= length_) return finish(token, length_, length_, VX_TOKEN_END);
   position_ = start;

@@ -67,7 +67,13 @@ class VX_EXPORT VxToken : public VxSubString {
 
   // Makes the token the view [offset, offset + length) of text, of class
   // type.
-  void setToken(const char* text, VXSIZE_T offset, VXSIZE_T length, vxCPType cp, int32_t type);
+  void setToken(const char* text, VXSIZE_T offset, VXSIZE_T length, vxCPType cp, int32_t type) {
+    data_ = const_cast<char*>(text) + offset;
+    length_ = initialLength_ = length;
+    codePage_ = cp;
+    offset_ = offset;
+    type_ = type;
+  }
 
   // Extends the view by n bytes.
   void incTokenSize(VXSIZE_T n);
@@ -110,12 +116,24 @@ class VX_EXPORT VxScanner : public VxObject {
   // the extra pair, comments and decimal numbers are off by default.
   void setQuotes(char q1, char q2, char q3);
   void setDefaultQuotes();
-  void setMatchParentheses(bool on) { matchParentheses_ = on; }
-  void setMatchBraces(bool on) { matchBraces_ = on; }
+  void setMatchParentheses(bool on) {
+    matchParentheses_ = on;
+    tablesReady_ = false;
+  }
+  void setMatchBraces(bool on) {
+    matchBraces_ = on;
+    tablesReady_ = false;
+  }
   // One more pair of matching characters (0, 0 for none).
   void setMatchingPair(char open, char close);
-  void setComments(bool on) { comments_ = on; }
-  void setDecimalNumbers(bool on) { decimalNumbers_ = on; }
+  void setComments(bool on) {
+    comments_ = on;
+    tablesReady_ = false;
+  }
+  void setDecimalNumbers(bool on) {
+    decimalNumbers_ = on;
+    tablesReady_ = false;
+  }
   // The three character sets, each given as a NUL-terminated list of
   // bytes. Valid-first characters start words (and are not skipped as
   // white space); valid-middle characters continue them; when the
@@ -206,14 +224,34 @@ class VX_EXPORT VxScanner : public VxObject {
     void clear() { bits[0] = bits[1] = bits[2] = bits[3] = 0; }
   };
 
+  // How the fast path of getToken treats a token's first byte.
+  enum StartClass : uint8_t {
+    kStartGeneral = 0,
+    kStartSpace,
+    kStartWord,
+    kStartDigit,
+    kStartPoint,
+    kStartQuote,
+    kStartParenthesis,
+    kStartOperator
+  };
+
   void resetSettings();
+  void buildTables();
+  int32_t getTokenGeneral(VxToken& token, int mode);
   VXSIZE_T charSize(VXSIZE_T at) const;
   bool isSpaceAt(VXSIZE_T at) const;
   bool isLetterAt(VXSIZE_T at) const;
   bool isQuote(unsigned char c) const;
   VXSIZE_T skipQuoted(VXSIZE_T at, bool* terminated) const;
   VXSIZE_T skipSpace(VXSIZE_T at) const;
-  int32_t finish(VxToken& token, VXSIZE_T start, VXSIZE_T end, int32_t type);
+  // Makes token the piece [start, end) of class type and moves the cursor
+  // after it; returns the class.
+  int32_t finish(VxToken& token, VXSIZE_T start, VXSIZE_T end, int32_t type) {
+    token.setToken(text_, start, end - start, codePage_, type);
+    position_ = end;
+    return type;
+  }
   int32_t readOperator(VxToken& token, VXSIZE_T start);
   unsigned splitList(VxArray& array, char separator, bool copy);
   unsigned editScanned(VXSIZE_T at, VXSIZE_T oldLength, const char* newText, VXSIZE_T newLength);
@@ -236,6 +274,12 @@ class VX_EXPORT VxScanner : public VxObject {
   ByteSet validFirst_;
   ByteSet validMiddle_;
   ByteSet validChars_;
+
+  // Byte tables of the fast path, derived from the settings above and
+  // rebuilt by the first getToken after a setting changed.
+  bool tablesReady_;
+  uint8_t startClass_[256];
+  bool continuesWord_[256];  // ASCII letters, digits and the valid-middle set
 };
 
 #endif  // VX_PARSER_VXSCANNE_H_
