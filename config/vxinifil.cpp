@@ -1,0 +1,638 @@
+// The INI file cache: loading, refreshing, lookups and rewrites of one
+// configuration file, and the per-task list of caches.
+#include "config/vxinifil.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "bos/bosfile.h"
+#include "bos/vxcritse.h"
+#include "config/iniscan_internal.h"
+#include "foundation/ram.h"
+#include "foundation/vxerror.h"
+#include "foundation/vxstr.h"
+#include "foundation/vxtrace.h"
+#include "values/convert.h"
+
+namespace {
+
+// Trace bits: loads; lookups of one value; key lists and writes.
+const uint32_t kTraceLoad = 0x80;
+const uint32_t kTraceValue = 0x20;
+const uint32_t kTraceKeysAndWrites = 0x10;
+
+// The first open mode: redirect, read-write, create if missing.
+const uint32_t kInitialMode = BOS_OPEN_REDIRECT | BOS_OPEN_READ_WRITE | BOS_OPEN_CREATE_IF_MISSING;
+
+// Pieces of a rewrite: the file layer reports writes of 65536 bytes or
+// more as failures.
+const VXSIZE_T kWritePiece = 32768;
+
+// Error numbers the load and the rewrite look at.
+const uint16_t kNoPermission = 1519;
+const uint16_t kAccessDenied = 1508;
+const uint16_t kAccessDeniedToo = 30040;
+const uint16_t kFileNotFound = 1509;
+const uint16_t kLockHeld = 1512;
+const uint16_t kNameTooLong = 1524;
+const uint16_t kOutOfMemory = 1503;
+
+bool tracing(uint32_t bit) { return BOS_RUNTIME_DEBUG.debugItem(bit) != 0; }
+
+const char* orNull(const char* text) { return text ? text : "<NULL>"; }
+
+// Serialises every read and rewrite of a configuration file by the caches
+// of this process. The byte-1 tokens are record locks, which belong to the
+// whole process: a second descriptor of the same file opened and closed by
+// another thread would change or drop them. Recursive, so a write may
+// reload while holding it.
+VxCriticalSection& fileIoLock() {
+  static VxCriticalSection lock;
+  return lock;
+}
+
+class FileIoGuard {
+ public:
+  FileIoGuard() { fileIoLock().enter(); }
+  ~FileIoGuard() { fileIoLock().leave(); }
+  FileIoGuard(const FileIoGuard&) = delete;
+  FileIoGuard& operator=(const FileIoGuard&) = delete;
+};
+
+class SemaphoreGuard {
+ public:
+  explicit SemaphoreGuard(VxSemaphore& lock) : lock_(lock) { lock_.SemaphoreEnter(); }
+  ~SemaphoreGuard() { lock_.SemaphoreExit(); }
+  SemaphoreGuard(const SemaphoreGuard&) = delete;
+  SemaphoreGuard& operator=(const SemaphoreGuard&) = delete;
+
+ private:
+  VxSemaphore& lock_;
+};
+
+// The library error number of the open that just failed: the last record
+// when the thread has a list, else what errno says.
+uint16_t lastOpenError() {
+  if (VxErrorKeeper::getErrorList()) return VxErrorKeeper::getLastErrorNumber();
+  switch (errno) {
+    case ENOENT: return kFileNotFound;
+    case EACCES: return kAccessDenied;
+    case EPERM: return kNoPermission;
+    case EAGAIN: return kLockHeld;
+    default: return 0;
+  }
+}
+
+uint64_t nowMs() {
+  struct timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return uint64_t(now.tv_sec) * 1000 + uint64_t(now.tv_nsec) / 1000000;
+}
+
+void pause(long nanoseconds) {
+  struct timespec wait = {0, nanoseconds};
+  nanosleep(&wait, nullptr);
+}
+
+// bosFileOpen of `name` into the path buffer `path`, retried while another
+// process holds a conflicting byte-1 token, for at most kIniLockWaitMs.
+// 0 with the descriptor in *handle; 1 with the failure in the error list.
+uint16_t openWaitingForToken(const char* name, char* path, uint32_t mode, int* handle) {
+  uint64_t deadline = nowMs() + kIniLockWaitMs;
+  for (long backoff = 200000;; backoff = backoff < 8000000 ? backoff * 2 : backoff) {
+    strcpy(path, name);
+    if (bosFileOpen(path, mode, handle, "V+X?", "TEXT") == 0) return 0;
+    if (lastOpenError() != kLockHeld || nowMs() >= deadline) return 1;
+    if (VxErrorKeeper::getErrorList()) VxErrorKeeper::clearLastError();
+    pause(backoff);
+  }
+}
+
+// The installed-drivers file, whose absence counts as an empty file: its
+// last path component is "odbcinst.ini" or ".odbcinst.ini", in any case.
+bool isInstalledDriversFile(const char* name) {
+  const char* slash = strrchr(name, '/');
+  const char* base = slash ? slash + 1 : name;
+  return strEqualCi(base, "odbcinst.ini") || strEqualCi(base, ".odbcinst.ini");
+}
+
+// Reads the whole open file into a fresh NUL-terminated block. 0 with the
+// block and its length; 1 (error 1503 filed) when it cannot be allocated.
+uint16_t readWholeFile(int handle, VXSIZE_T size, char** image, VXSIZE_T* length) {
+  char* block = static_cast<char*>(malloc(size + 1));
+  if (!block) {
+    addError(kOutOfMemory);
+    return 1;
+  }
+  VXSIZE_T done = 0;
+  while (done < size) {
+    int32_t count = 0;
+    bosFileRead(handle, int64_t(done), block + done, size - done, &count);
+    if (count <= 0) break;
+    done += VXSIZE_T(count);
+  }
+  block[done] = '\0';
+  *image = block;
+  *length = done;
+  return 0;
+}
+
+// The size of the open file, from its descriptor.
+VXSIZE_T openFileSize(int handle) {
+  int32_t end = bosFileSeek(handle, 0, SEEK_END);
+  return end > 0 ? VXSIZE_T(end) : 0;
+}
+
+// Writes [data, data+length) at `offset` in pieces the file layer accepts.
+uint16_t writeAt(int handle, VXSIZE_T offset, const char* data, VXSIZE_T length) {
+  for (VXSIZE_T done = 0; done < length;) {
+    VXSIZE_T piece = length - done < kWritePiece ? length - done : kWritePiece;
+    if (bosFileWrite(handle, int64_t(offset + done), data + done, piece) != 0) return 1;
+    done += piece;
+  }
+  return 0;
+}
+
+// "entry=value" and its line end, in a fresh block (null: out of memory).
+char* makeEntryLine(const char* entry, const char* value, bool withLineEnd) {
+  size_t entryLength = strlen(entry), valueLength = strlen(value);
+  char* line = static_cast<char*>(malloc(entryLength + valueLength + 3));
+  if (!line) return nullptr;
+  memcpy(line, entry, entryLength);
+  line[entryLength] = '=';
+  memcpy(line + entryLength + 1, value, valueLength);
+  size_t end = entryLength + 1 + valueLength;
+  if (withLineEnd) line[end++] = '\n';
+  line[end] = '\0';
+  return line;
+}
+
+// "[section]" in a fresh block (null: out of memory).
+char* makeHeader(const char* section) {
+  size_t length = strlen(section);
+  char* header = static_cast<char*>(malloc(length + 3));
+  if (!header) return nullptr;
+  header[0] = '[';
+  memcpy(header + 1, section, length);
+  header[length + 1] = ']';
+  header[length + 2] = '\0';
+  return header;
+}
+
+}  // namespace
+
+// ---- VxIniFileCache ------------------------------------------------------
+
+VxIniFileCache::VxIniFileCache(const char* name) {
+  SemaphoreGuard guard(lock_);
+  loadLocked(name);
+}
+
+VxIniFileCache::~VxIniFileCache() {
+  freeImage();
+  free(path_);
+}
+
+void VxIniFileCache::freeImage() {
+  free(image_);
+  image_ = nullptr;
+  imageLength_ = 0;
+}
+
+uint16_t VxIniFileCache::bosVxIniOpen(const char* name) {
+  SemaphoreGuard guard(lock_);
+  return loadLocked(name);
+}
+
+// Loading. The file is opened with the cache's mode, starting read-write
+// (0x206) and falling back to read-only when the system refuses write
+// access: with an error list, only for errors 1519, 1508 and 30040; without
+// one, for any failure. The installed-drivers file falls back after any
+// first failure, and when it is then not found at all it loads as an empty
+// image: an absent odbcinst.ini is an empty one. Every other failure fails
+// the load, marked as a warning. The shared byte-1 token is held while the
+// file is read, so that a rewrite by another process is never read half
+// done; a token held elsewhere is waited for (openWaitingForToken).
+uint16_t VxIniFileCache::loadLocked(const char* name) {
+  char saved[BOS_MAX_PATH];
+  if (strlen(name) >= sizeof saved) {
+    addError(kNameTooLong) << name;
+    return 1;
+  }
+  strcpy(saved, name);
+  freeImage();
+  free(path_);
+  path_ = nullptr;
+  size_ = 0;
+  time_ = 0;
+  open_ = false;
+  if (tracing(kTraceLoad)) printf("VxIniOpen: File:%s \n", saved);
+  openMode_ = kInitialMode;
+
+  bool installedDrivers = isInstalledDriversFile(saved);
+  bool haveList = VxErrorKeeper::getErrorList() != nullptr;
+  char path[BOS_MAX_PATH];
+  FileIoGuard io;
+  while (openWaitingForToken(saved, path, openMode_ | BOS_OPEN_SHARED_LOCK, &fileHandle_) != 0) {
+    uint16_t error = lastOpenError();
+    bool readWrite = (openMode_ & BOS_OPEN_READ_WRITE) != 0;
+    bool retry;
+    if (installedDrivers) {
+      if (!readWrite && error == kFileNotFound) {
+        if (haveList) VxErrorKeeper::clearLastError();
+        path_ = ramAllocStr(saved);
+        fileHandle_ = 0;
+        setOpen();
+        return 0;
+      }
+      retry = readWrite;
+    } else if (haveList) {
+      retry = readWrite && (error == kNoPermission || error == kAccessDenied || error == kAccessDeniedToo);
+    } else {
+      retry = readWrite;
+    }
+    if (!retry) {
+      fileHandle_ = 0;
+      if (haveList) VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);
+      return 1;
+    }
+    if (haveList) VxErrorKeeper::clearLastError();
+    openMode_ &= ~uint32_t(installedDrivers || !haveList
+                               ? BOS_OPEN_READ_WRITE | BOS_OPEN_CREATE_IF_MISSING
+                               : BOS_OPEN_READ_WRITE);
+  }
+
+  path_ = ramAllocStr(path);
+  uint16_t status = path_ ? 0 : 1;
+  if (!path_) addError(kOutOfMemory);
+  if (status == 0 && bosFileDateSize(path, &time_, &size_) != 0) size_ = openFileSize(fileHandle_);
+  if (status == 0) status = readWholeFile(fileHandle_, size_, &image_, &imageLength_);
+  bosFileClose(fileHandle_);
+  fileHandle_ = 0;
+  if (status != 0) {
+    if (haveList) VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);
+    return 1;
+  }
+  setOpen();
+  if (tracing(kTraceLoad)) printf("VxIniOpen: File:%s FileSize %d\n", path_, int(size_));
+  return 0;
+}
+
+uint16_t VxIniFileCache::proFileSync() {
+  SemaphoreGuard guard(lock_);
+  return syncLocked();
+}
+
+// Refresh: the time and size of the file at the saved path against those
+// read; a difference reloads the image. A file that cannot be examined
+// fails the refresh (callers then answer with their defaults).
+uint16_t VxIniFileCache::syncLocked() {
+  if (!path_) return 1;
+  uint32_t time = 0;
+  VXSIZE_T size = 0;
+  if (bosFileDateSize(path_, &time, &size) != 0) return 1;
+  if (time == time_ && size == size_) return 0;
+  char saved[BOS_MAX_PATH];
+  strcpy(saved, path_);
+  return loadLocked(saved);
+}
+
+void VxIniFileCache::Close() {
+  SemaphoreGuard guard(lock_);
+  freeImage();
+  free(path_);
+  path_ = nullptr;
+  setClose();
+}
+
+bool VxIniFileCache::isThisFile(const char* path) const {
+  SemaphoreGuard guard(lock_);
+  return path_ && path && strcmp(path_, path) == 0;
+}
+
+uint16_t VxIniFileCache::getSection(const char* name, VXSIZE_T* start, VXSIZE_T* end) const {
+  if (!image_) return 1;
+  return iniFindSection(image_, imageLength_, name, strlen(name), start, end);
+}
+
+uint16_t VxIniFileCache::getEntry(const char* key, VXSIZE_T sectionEnd, VXSIZE_T* cursor,
+                                  VXSIZE_T* valueStart, VXSIZE_T* valueEnd) const {
+  if (!image_) return 1;
+  VXSIZE_T lineEnd = 0;
+  return iniFindEntry(image_, sectionEnd, key, strlen(key), cursor, valueStart, valueEnd, &lineEnd);
+}
+
+VXSIZE_T VxIniFileCache::copyDefault(const char* defaultValue, char* buffer, VXSIZE_T size) const {
+  if (!buffer || size == 0) return 0;
+  const char* text = defaultValue ? defaultValue : "";
+  VXSIZE_T length = strlen(text);
+  if (length >= size) length = size - 1;
+  memcpy(buffer, text, length);
+  buffer[length] = '\0';
+  return length;
+}
+
+// Reading one value: the section, then the first matching key in it; the
+// value is copied, cut to size-1 bytes. Anything missing gives the
+// default.
+VXSIZE_T VxIniFileCache::bosGetProfileString(const char* section, const char* entry,
+                                             const char* defaultValue, char* buffer,
+                                             VXSIZE_T size) {
+  static const char kPrefix[] = "GetProfileString:";
+  SemaphoreGuard guard(lock_);
+  if (entry && tracing(kTraceValue)) {
+    printf("GetProfileString: File:%s Section:[%s] Entry:", orNull(path_), orNull(section));
+    printf("%s defaultStr:", entry);
+    if (defaultValue) printf("%s\n", defaultValue); else printf("NULL\n");
+  }
+  if (!section || !buffer) return copyDefault(defaultValue, buffer, size);
+  char* header = makeHeader(section);
+  if (!header) return copyDefault(defaultValue, buffer, size);
+  if (!entry) {
+    VXSIZE_T copied = copyKeysLocked(kPrefix, header, buffer, size);
+    free(header);
+    return copied ? copied : copyDefault(defaultValue, buffer, size);
+  }
+  VXSIZE_T copied = 0;
+  VXSIZE_T start = 0, end = 0, valueStart = 0, valueEnd = 0;
+  bool found = false;
+  if (syncLocked() == 0 && open_) {
+    bool sectionFound = getSection(header, &start, &end) == 0;
+    if (tracing(kTraceValue)) {
+      printf(sectionFound ? "%s Section %s found.\n" : "%s Section %s not found.\n", kPrefix, header);
+    }
+    if (sectionFound) {
+      found = getEntry(entry, end, &start, &valueStart, &valueEnd) == 0;
+      if (tracing(kTraceValue)) {
+        printf(found ? "%s Entry %s found.\n" : "%s Entry %s not found.\n", kPrefix, entry);
+        if (found) printf("%s Value=%.*s\n", kPrefix, int(valueEnd - valueStart), image_ + valueStart);
+      }
+    }
+  }
+  free(header);
+  if (found && size > 0) {
+    copied = valueEnd - valueStart;
+    if (copied >= size) copied = size - 1;
+    memcpy(buffer, image_ + valueStart, copied);
+    buffer[copied] = '\0';
+  } else if (!found) {
+    copied = copyDefault(defaultValue, buffer, size);
+  }
+  if (tracing(kTraceValue)) printf("%s Return Len=%d returnBuf=%s\n", kPrefix, int(copied), buffer);
+  return copied;
+}
+
+// Multi-entry output of the section whose header is `header`; 0 when it is
+// missing or empty (the caller substitutes its default). Caller holds the
+// lock.
+VXSIZE_T VxIniFileCache::copyKeysLocked(const char* prefix, const char* header, char* buffer,
+                                        VXSIZE_T size) {
+  bool trace = tracing(kTraceKeysAndWrites);
+  if (trace) printf("%s Fecthing all entries for %s\n", prefix, header);  // deliberate spelling
+  if (size == 0 || syncLocked() != 0 || !open_) return 0;
+  VXSIZE_T start = 0, end = 0;
+  if (getSection(header, &start, &end) != 0 || iniSectionBody(image_, start, end) >= end) {
+    if (trace) printf("%s No data found.\n", prefix);
+    return 0;
+  }
+  VXSIZE_T written = iniCopyKeys(image_, start, end, buffer, size);
+  if (trace) {
+    printf("%s Multi-Entry Output Requested.\n", prefix);
+    for (VXSIZE_T at = 0; at + 1 < written;) {
+      VXSIZE_T length = strlen(buffer + at);
+      printf("%s Entry %s Len=%d\n", prefix, buffer + at, int(length));
+      at += length + 1;
+    }
+  }
+  return written;
+}
+
+VXSIZE_T VxIniFileCache::bosGetProfileSection(const char* section, char* buffer, VXSIZE_T size) {
+  if (!section || !buffer) return 0;
+  char* header = makeHeader(section);
+  if (!header) return 0;
+  SemaphoreGuard guard(lock_);
+  VXSIZE_T written = copyKeysLocked("GetProfileSection:", header, buffer, size);
+  free(header);
+  if (written == 0 && size > 0) buffer[0] = '\0';
+  return written;
+}
+
+// The value, read into a 20-byte buffer, cut at its first non-digit and
+// converted; the default whenever that leaves nothing or does not convert.
+int32_t VxIniFileCache::bosGetProfileInt(const char* section, const char* entry,
+                                         VXSSIZE_T defaultValue) {
+  char text[20];
+  bosGetProfileString(section, entry, "", text, sizeof text);
+  VXSIZE_T digits = 0;
+  while (text[digits] >= '0' && text[digits] <= '9') ++digits;
+  text[digits] = '\0';
+  int32_t value = 0;
+  if (digits == 0) return int32_t(defaultValue);  // deliberate narrowing
+  if (convert(text, &value) != 0) {
+    VxErrorKeeper::clearLastError();  // the range error is not the caller's
+    return int32_t(defaultValue);
+  }
+  return value;
+}
+
+uint16_t VxIniFileCache::bosPutProfileString(const char* section, const char* entry,
+                                             const char* value) {
+  SemaphoreGuard guard(lock_);
+  if (!open_ || !section) return 1;
+  if (tracing(kTraceKeysAndWrites)) {
+    printf("PutProfileString: File:%s Section:[%s] Entry:", orNull(path_), section);
+    if (entry) printf("%s newStr:", entry); else printf("NULL\n");
+    if (value) printf("%s\n", value); else printf("NULL\n");
+  }
+  uint16_t status;
+  {
+    FileIoGuard io;
+    status = rewriteLocked(section, entry, value);
+    if (status == 0) {
+      // The rewrite may keep both time and size (same second, same
+      // length): forget them so that the refresh reads the new file.
+      size_ = VXSIZE_T(-1);
+      status = syncLocked();
+    }
+  }
+  if (status == 0 && tracing(kTraceKeysAndWrites)) {
+    static const char kPrefix[] = "PutProfileString:";
+    printf("%s Updated FileCache: Len=%d\n", kPrefix, int(imageLength_));
+    if (imageLength_ > 0) printf("%s Updated FileCache:\n|->%s\n", kPrefix, image_);
+    else printf("%s FileCache is empty.\n", kPrefix);
+  }
+  return status;
+}
+
+// Rewriting. The file is reopened with the cache's mode and the exclusive
+// byte-1 token (waiting a bounded time for other processes), and read
+// again through that descriptor, so that the change applies to the file as
+// it is now, not to an image that another process's write made stale. The
+// change is one splice of the image: bytes [cutStart, cutEnd) are replaced
+// by `insert` (an empty cut for additions, an empty insert for removals).
+// The file is then written from offset 0 (the part before the change, the
+// new text, the rest) and cut to its new length.
+//
+// The splice never changes what the rest of the file means. A line whose
+// value was cut by a "[" (no line end before the section's end) keeps that
+// "[" right after its replacement; when removing text would bring such a
+// "[" to a line start, where it could become a section header, a ";" is put
+// before it, which makes that line a comment (and the "[" still ends the
+// section, as before).
+uint16_t VxIniFileCache::rewriteLocked(const char* section, const char* entry, const char* value) {
+  static const char kPrefix[] = "PutProfileString:";
+  bool trace = tracing(kTraceKeysAndWrites);
+  if (!(openMode_ & BOS_OPEN_READ_WRITE)) {
+    addError(kAccessDenied) << path_;
+    return 1;
+  }
+  char saved[BOS_MAX_PATH], path[BOS_MAX_PATH];
+  strcpy(saved, path_);
+  int handle = 0;
+  // A failed open (1522, 1508 or 30040 for a file that may not be
+  // written) stays in the error list; the file is untouched.
+  if (openWaitingForToken(saved, path, openMode_ | BOS_OPEN_EXCLUSIVE_LOCK, &handle) != 0) return 1;
+  char* current = nullptr;
+  VXSIZE_T length = 0;
+  if (readWholeFile(handle, openFileSize(handle), &current, &length) != 0) {
+    bosFileClose(handle);
+    return 1;
+  }
+  freeImage();
+  image_ = current;
+  imageLength_ = length;
+
+  char* header = makeHeader(section);
+  char* line = entry && value ? makeEntryLine(entry, value, true) : nullptr;
+  if (!header || (entry && value && !line)) {
+    free(header);
+    free(line);
+    bosFileClose(handle);
+    addError(kOutOfMemory);
+    return 1;
+  }
+  VXSIZE_T start = 0, end = 0, lineStart = 0, valueStart = 0, valueEnd = 0, lineEnd = 0;
+  bool sectionFound = iniFindSection(image_, length, header, strlen(header), &start, &end) == 0;
+  if (trace) printf(sectionFound ? "%s Section %s found.\n" : "%s Section %s not found.\n", kPrefix, header);
+  bool entryFound = false;
+  if (sectionFound && entry) {
+    lineStart = start;
+    entryFound = iniFindEntry(image_, end, entry, strlen(entry), &lineStart, &valueStart, &valueEnd,
+                              &lineEnd) == 0;
+    if (trace) printf(entryFound ? "%s Entry %s found.\n" : "%s Entry %s not found.\n", kPrefix, entry);
+  }
+
+  // The splice: [cutStart, cutEnd) becomes before + text + after.
+  VXSIZE_T cutStart = 0, cutEnd = 0;
+  const char* before = "";
+  const char* text = "";
+  const char* after = "";
+  bool midLineEnd = end < length && end > 0 && image_[end - 1] != '\n';
+  bool change = true;
+  if (entry && value && entryFound) {
+    bool lineHasEnd = lineEnd > valueEnd;
+    line[strlen(line) - 1] = lineHasEnd ? '\n' : '\0';
+    cutStart = lineStart;
+    cutEnd = lineEnd;
+    text = line;
+    if (trace) printf("%s %s %s\n", kPrefix, "Updating Entry Value with:", line);
+  } else if (entry && value && sectionFound) {
+    cutStart = cutEnd = end;
+    bool openLine = end > 0 && image_[end - 1] != '\n';
+    before = openLine ? "\n" : "";
+    text = line;
+    after = midLineEnd ? ";" : "";
+    if (trace) printf("%s Entry missing adding it.\n|->%s\n", kPrefix, line);
+  } else if (entry && value) {
+    cutStart = cutEnd = length;
+    before = length > 0 && image_[length - 1] != '\n' ? "\n" : "";
+    if (trace) printf("%s Section missing adding it.\n|->%s\n", kPrefix, line);
+  } else if (entry && entryFound) {
+    cutStart = lineStart;
+    cutEnd = lineEnd;
+    after = lineEnd == end && midLineEnd ? ";" : "";
+    if (trace) printf("%s %s %s\n", kPrefix, "Deleting Entry:", entry);
+  } else if (!entry && sectionFound) {
+    cutStart = start;
+    cutEnd = end;
+    after = midLineEnd ? ";" : "";
+    if (trace) printf("%s Deleting section %s\n", kPrefix, header);
+  } else {
+    change = false;  // removing what is not there
+  }
+
+  uint16_t status = 0;
+  if (change) {
+    bool newSection = entry && value && !sectionFound;
+    VXSIZE_T offset = cutStart;
+    status = writeAt(handle, 0, image_, cutStart);
+    const char* pieces[] = {before, newSection ? header : "", newSection ? "\n" : "", text, after};
+    for (const char* piece : pieces) {
+      if (status == 0) status = writeAt(handle, offset, piece, strlen(piece));
+      offset += strlen(piece);
+    }
+    if (newSection && status == 0) {
+      status = writeAt(handle, offset, line, strlen(line));
+      offset += strlen(line);
+    }
+    if (status == 0) status = writeAt(handle, offset, image_ + cutEnd, length - cutEnd);
+    offset += length - cutEnd;
+    if (status == 0) status = bosFileSize(handle, offset);
+  }
+  free(header);
+  free(line);
+  bosFileClose(handle);
+  return status;
+}
+
+// ---- VxIniFileCacheList --------------------------------------------------
+
+VxIniFileCacheList::~VxIniFileCacheList() {
+  for (VXSIZE_T i = 0; i < getCount(); ++i) delete static_cast<VxIniFileCache*>(at(i));
+  reset();
+}
+
+VxIniFileCache* VxIniFileCacheList::open(const char* name, uint32_t) {
+  char path[BOS_MAX_PATH];
+  if (!name || strlen(name) >= sizeof path) return nullptr;
+  strcpy(path, name);
+  int handle = 0;
+  if (bosFileOpen(path, BOS_OPEN_REDIRECT | BOS_OPEN_NO_OPEN, &handle) != 0) return nullptr;
+  SemaphoreGuard guard(lock_);
+  for (VXSIZE_T i = 0; i < getCount(); ++i) {
+    VxIniFileCache* cache = static_cast<VxIniFileCache*>(at(i));
+    if (cache->isThisFile(path)) {
+      cache->incrementUseCount();
+      return cache;
+    }
+  }
+  VxIniFileCache* cache = new VxIniFileCache(name);
+  if (!cache) {
+    addError(kOutOfMemory);
+    return nullptr;
+  }
+  if (!cache->isOpen() || add(cache) != 0) {
+    delete cache;
+    return nullptr;
+  }
+  return cache;
+}
+
+void VxIniFileCacheList::close(VxIniFileCache* cache) {
+  SemaphoreGuard guard(lock_);
+  cache->decrementUseCount();
+}
+
+void VxIniFileCacheList::remove(VxIniFileCache* cache) {
+  SemaphoreGuard guard(lock_);
+  for (VXSIZE_T i = 0; i < getCount(); ++i) {
+    if (at(i) == cache) {
+      removeAtIndex(i);
+      return;
+    }
+  }
+}

@@ -1,0 +1,363 @@
+// VxIniFileCache and VxIniFileCacheList: loading, refreshing, lookups and
+// rewrites of real files.
+#include "config/vxinifil.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+
+#include "ini_test_support.h"
+
+namespace {
+
+class IniCacheTest : public IniTest {
+ protected:
+  // The value of key in section through cache, or the default "<none>".
+  static std::string get(VxIniFileCache& cache, const char* section, const char* key,
+                         VXSIZE_T size = 256) {
+    char buffer[512];
+    VXSIZE_T length = cache.bosGetProfileString(section, key, "<none>", buffer, size);
+    EXPECT_EQ(strlen(buffer), length);
+    return std::string(buffer, length);
+  }
+
+  // Sets the file's modification time a minute back, so that a rewrite in
+  // the same second is still seen as a change by time alone.
+  static void ageFile(const std::string& full) {
+    struct timespec times[2] = {{time(nullptr) - 60, 0}, {time(nullptr) - 60, 0}};
+    utimensat(AT_FDCWD, full.c_str(), times, 0);
+  }
+};
+
+// Runs body in a child process that has given up root (when the tests run
+// as root, permissions would not apply), and returns its exit status.
+template <typename Body>
+int runUnprivileged(Body body) {
+  pid_t child = fork();
+  if (child == 0) {
+    if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(99);
+    _exit(body());
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(IniCacheTest, LoadsTheWholeFileAndAnswersLookups) {
+  std::string full = writeFile("a.ini", "[dsn]\nDriver = /x/y.so\nPort=5000\n");
+  VxIniFileCache cache(full.c_str());
+  ASSERT_TRUE(cache.isOpen());
+  EXPECT_TRUE(cache.isThisFile(full.c_str()));
+  EXPECT_EQ(1, cache.getUseCount());
+  EXPECT_EQ("/x/y.so", get(cache, "dsn", "Driver"));
+  EXPECT_EQ("<none>", get(cache, "dsn", "Missing"));
+  EXPECT_EQ("<none>", get(cache, "other", "Driver"));
+}
+
+TEST_F(IniCacheTest, ValueLongerThanTheBufferIsCutToSizeMinusOne) {
+  std::string full = writeFile("a.ini", "[s]\nk=abcdefgh\n");
+  VxIniFileCache cache(full.c_str());
+  EXPECT_EQ("abcd", get(cache, "s", "k", 5));
+  EXPECT_EQ("abcdefgh", get(cache, "s", "k", 9));
+  EXPECT_EQ("<no", get(cache, "s", "missing", 4));
+}
+
+TEST_F(IniCacheTest, NullDefaultGivesAnEmptyText) {
+  std::string full = writeFile("a.ini", "[s]\nk=v\n");
+  VxIniFileCache cache(full.c_str());
+  char buffer[16] = "junk";
+  EXPECT_EQ(0u, cache.bosGetProfileString("s", "missing", nullptr, buffer, sizeof buffer));
+  EXPECT_STREQ("", buffer);
+  EXPECT_EQ(3u, cache.bosGetProfileString(nullptr, "k", "def", buffer, sizeof buffer));
+  EXPECT_STREQ("def", buffer);
+}
+
+TEST_F(IniCacheTest, SeesAChangeOfSizeOrTimeByAnotherWriter) {
+  std::string full = writeFile("a.ini", "[s]\nk=old\n");
+  ageFile(full);
+  VxIniFileCache cache(full.c_str());
+  EXPECT_EQ("old", get(cache, "s", "k"));
+  writeFile("a.ini", "[s]\nk=newer\n");  // other size
+  EXPECT_EQ("newer", get(cache, "s", "k"));
+  ageFile(full);
+  EXPECT_EQ("newer", get(cache, "s", "k"));
+  writeFile("a.ini", "[s]\nk=later\n");  // same size, other time
+  EXPECT_EQ("later", get(cache, "s", "k"));
+}
+
+TEST_F(IniCacheTest, RefreshOfAnUnchangedFileKeepsTheImage) {
+  std::string full = writeFile("a.ini", "[s]\nk=v\n");
+  VxIniFileCache cache(full.c_str());
+  EXPECT_EQ(0, cache.proFileSync());
+  EXPECT_EQ("v", get(cache, "s", "k"));
+}
+
+TEST_F(IniCacheTest, VanishedFileAnswersWithDefaults) {
+  std::string full = writeFile("a.ini", "[s]\nk=v\n");
+  VxIniFileCache cache(full.c_str());
+  unlink(full.c_str());
+  EXPECT_EQ(1, cache.proFileSync());
+  EXPECT_EQ("<none>", get(cache, "s", "k"));
+}
+
+TEST_F(IniCacheTest, AbsentInstalledDriversFileLoadsEmptyWithoutError) {
+  VxIniFileCache cache("odbcinst.ini");
+  EXPECT_TRUE(cache.isOpen());
+  EXPECT_EQ(0u, errors.getCount());
+  EXPECT_EQ("<none>", get(cache, "ODBC", "Trace"));
+}
+
+TEST_F(IniCacheTest, MissingRedirectedDataSourceFileFailsWithWarning) {
+  setEnv("ODBCINI", path("missing.ini"));
+  writeFile(".odbc.ini", "[s]\nk=v\n");
+  VxIniFileCache cache("odbc.ini");
+  EXPECT_FALSE(cache.isOpen());
+  ASSERT_EQ(1u, errors.getCount());
+  EXPECT_EQ(1509, errors.at(0)->getErrorNumber());
+  EXPECT_TRUE(errors.at(0)->isWarning());
+}
+
+TEST_F(IniCacheTest, RedirectedNameResolvesToTheFileTheEnvironmentNames) {
+  std::string full = writeFile("mine.ini", "[s]\nk=from-env\n");
+  setEnv("ODBCINI", full);
+  VxIniFileCache cache("odbc.ini");
+  EXPECT_TRUE(cache.isThisFile(full.c_str()));
+  EXPECT_EQ("from-env", get(cache, "s", "k"));
+}
+
+TEST_F(IniCacheTest, ReadOnlyFileLoadsReadOnlyAndRefusesWrites) {
+  std::string full = writeFile("ro.ini", "[s]\nk=v\n");
+  chmod(dir.c_str(), 0755);
+  chmod(full.c_str(), 0444);
+  int status = runUnprivileged([&] {
+    VxErrorList list(nullptr, VxErrorList::kSupportMultipleErrors);
+    VxErrorKeeper::setErrorList(&list);
+    VxIniFileCache cache(full.c_str());
+    if (!cache.isOpen() || list.getCount() != 0) return 1;
+    if (cache.getOpenMode() & 0x2) return 2;
+    if (get(cache, "s", "k") != "v") return 3;
+    if (cache.bosPutProfileString("s", "k", "w") != 1) return 4;
+    if (list.getCount() != 1 || list.at(0)->getErrorNumber() != 1508) return 5;
+    VxErrorKeeper::giveUpErrorList();
+    return 0;
+  });
+  EXPECT_EQ(0, status);
+  EXPECT_EQ("[s]\nk=v\n", readFile(full));
+}
+
+TEST_F(IniCacheTest, WriteToAFileThatBecameReadOnlyLeavesItUntouched) {
+  std::string full = writeFile("ro.ini", "[s]\nk=v\n");
+  chmod(dir.c_str(), 0755);
+  if (geteuid() == 0) ASSERT_EQ(0, chown(full.c_str(), 65534, 65534));
+  int status = runUnprivileged([&] {
+    VxErrorList list(nullptr, VxErrorList::kSupportMultipleErrors);
+    VxErrorKeeper::setErrorList(&list);
+    VxIniFileCache cache(full.c_str());
+    if (!cache.isOpen() || !(cache.getOpenMode() & 0x2)) return 1;
+    if (chmod(full.c_str(), 0444) != 0) return 2;
+    if (cache.bosPutProfileString("s", "k", "longer value") != 1) return 3;
+    if (list.getCount() != 1 || list.at(0)->getErrorNumber() != 1508) return 4;
+    VxErrorKeeper::giveUpErrorList();
+    return 0;
+  });
+  EXPECT_EQ(0, status);
+  EXPECT_EQ("[s]\nk=v\n", readFile(full));
+}
+
+TEST_F(IniCacheTest, MultiEntryOutputListsTheKeys) {
+  std::string full = writeFile("a.ini", "[s]\nA=1\nB=2\n[empty]\n[t]\nC=3\n");
+  VxIniFileCache cache(full.c_str());
+  char buffer[64];
+  memset(buffer, 'x', sizeof buffer);
+  EXPECT_EQ(5u, cache.bosGetProfileSection("s", buffer, sizeof buffer));
+  EXPECT_EQ(0, memcmp("A\0B\0\0", buffer, 5));
+  EXPECT_EQ(5u, cache.bosGetProfileString("s", nullptr, "dflt", buffer, sizeof buffer));
+  EXPECT_EQ(0, memcmp("A\0B\0\0", buffer, 5));
+}
+
+TEST_F(IniCacheTest, EmptyOrMissingSectionCountsAsMissingForTheKeyList) {
+  std::string full = writeFile("a.ini", "[s]\nA=1\n[empty]\n[t]\nC=3\n");
+  VxIniFileCache cache(full.c_str());
+  char buffer[64];
+  EXPECT_EQ(4u, cache.bosGetProfileString("empty", nullptr, "dflt", buffer, sizeof buffer));
+  EXPECT_STREQ("dflt", buffer);
+  EXPECT_EQ(0u, cache.bosGetProfileSection("nosuch", buffer, sizeof buffer));
+  EXPECT_STREQ("", buffer);
+}
+
+TEST_F(IniCacheTest, IntegerReadsLeadingDigitsOnly) {
+  std::string full = writeFile("a.ini",
+                               "[s]\nn=42\nm=12abc\nneg=-3\nword=abc\nhuge=99999999999\nmax=2147483647\n");
+  VxIniFileCache cache(full.c_str());
+  EXPECT_EQ(42, cache.bosGetProfileInt("s", "n", 7));
+  EXPECT_EQ(12, cache.bosGetProfileInt("s", "m", 7));
+  EXPECT_EQ(7, cache.bosGetProfileInt("s", "neg", 7));
+  EXPECT_EQ(7, cache.bosGetProfileInt("s", "word", 7));
+  EXPECT_EQ(7, cache.bosGetProfileInt("s", "missing", 7));
+  EXPECT_EQ(7, cache.bosGetProfileInt("s", "huge", 7));
+  EXPECT_EQ(2147483647, cache.bosGetProfileInt("s", "max", 7));
+  EXPECT_EQ(0u, errors.getCount());
+}
+
+TEST_F(IniCacheTest, DeliberateIntegerDefaultNarrowsTo32Bits) {
+  std::string full = writeFile("a.ini", "[s]\n");
+  VxIniFileCache cache(full.c_str());
+  EXPECT_EQ(int32_t(0x100000005LL & 0xffffffff),
+            cache.bosGetProfileInt("s", "missing", VXSSIZE_T(0x100000005LL)));
+}
+
+// ---- Writes ----
+
+TEST_F(IniCacheTest, WriteReplacesAnExistingEntry) {
+  std::string full = writeFile("a.ini", "[s]\n  k = old value\nj=1\n");
+  VxIniFileCache cache(full.c_str());
+  ASSERT_EQ(0, cache.bosPutProfileString("s", "K", "new"));
+  EXPECT_EQ("[s]\nK=new\nj=1\n", readFile(full));
+  EXPECT_EQ("new", get(cache, "s", "k"));
+}
+
+TEST_F(IniCacheTest, ShorterRewriteCutsTheFile) {
+  std::string full = writeFile("a.ini", "[s]\nk=a very long value indeed\nj=1\n");
+  VxIniFileCache cache(full.c_str());
+  ASSERT_EQ(0, cache.bosPutProfileString("s", "k", "x"));
+  EXPECT_EQ("[s]\nk=x\nj=1\n", readFile(full));
+}
+
+TEST_F(IniCacheTest, WriteAddsAMissingEntryAtTheEndOfItsSection) {
+  std::string full = writeFile("a.ini", "[s]\nk=1\n[t]\nm=2");
+  VxIniFileCache cache(full.c_str());
+  ASSERT_EQ(0, cache.bosPutProfileString("s", "n", "3"));
+  ASSERT_EQ(0, cache.bosPutProfileString("t", "o", "4"));
+  EXPECT_EQ("[s]\nk=1\nn=3\n[t]\nm=2\no=4\n", readFile(full));
+  EXPECT_EQ("4", get(cache, "t", "o"));
+}
+
+TEST_F(IniCacheTest, WriteAddsAMissingSectionAtTheEndOfTheFile) {
+  std::string full = writeFile("a.ini", "[s]\nk=1");
+  VxIniFileCache cache(full.c_str());
+  ASSERT_EQ(0, cache.bosPutProfileString("new", "a", "b"));
+  EXPECT_EQ("[s]\nk=1\n[new]\na=b\n", readFile(full));
+}
+
+TEST_F(IniCacheTest, WriteToAnEmptyFileCreatesTheSection) {
+  std::string full = writeFile("a.ini", "");
+  VxIniFileCache cache(full.c_str());
+  ASSERT_EQ(0, cache.bosPutProfileString("s", "k", "v"));
+  EXPECT_EQ("[s]\nk=v\n", readFile(full));
+}
+
+TEST_F(IniCacheTest, ReadOfAMissingPlainFileCreatesItEmpty) {
+  VxIniFileCache cache(path("new.ini").c_str());
+  EXPECT_TRUE(cache.isOpen());
+  EXPECT_EQ("", readFile(path("new.ini")));
+}
+
+TEST_F(IniCacheTest, NullValueDeletesTheEntry) {
+  std::string full = writeFile("a.ini", "[s]\nk=1\nj=2\n[t]\nk=3\n");
+  VxIniFileCache cache(full.c_str());
+  ASSERT_EQ(0, cache.bosPutProfileString("s", "k", nullptr));
+  EXPECT_EQ("[s]\nj=2\n[t]\nk=3\n", readFile(full));
+  EXPECT_EQ("<none>", get(cache, "s", "k"));
+  EXPECT_EQ("3", get(cache, "t", "k"));
+}
+
+TEST_F(IniCacheTest, NullEntryDeletesTheSection) {
+  std::string full = writeFile("a.ini", "[s]\nk=1\n[t]\nk=3\n");
+  VxIniFileCache cache(full.c_str());
+  ASSERT_EQ(0, cache.bosPutProfileString("s", nullptr, nullptr));
+  EXPECT_EQ("[t]\nk=3\n", readFile(full));
+}
+
+TEST_F(IniCacheTest, DeletingWhatIsNotThereChangesNothing) {
+  std::string full = writeFile("a.ini", "[s]\nk=1\n");
+  VxIniFileCache cache(full.c_str());
+  EXPECT_EQ(0, cache.bosPutProfileString("s", "missing", nullptr));
+  EXPECT_EQ(0, cache.bosPutProfileString("nosuch", nullptr, nullptr));
+  EXPECT_EQ("[s]\nk=1\n", readFile(full));
+}
+
+TEST_F(IniCacheTest, RewriteKeepsABracketInAValueFromBecomingAHeader) {
+  std::string full = writeFile("a.ini", "[s]\nk=a[b]\nx=1\n[b]\ny=2\n");
+  VxIniFileCache cache(full.c_str());
+  ASSERT_EQ(0, cache.bosPutProfileString("s", "k", nullptr));
+  EXPECT_EQ("<none>", get(cache, "b", "x"));
+  EXPECT_EQ("2", get(cache, "b", "y"));
+  ASSERT_EQ(0, cache.bosPutProfileString("s", "n", "v"));
+  EXPECT_EQ("v", get(cache, "s", "n"));
+  EXPECT_EQ("<none>", get(cache, "b", "x"));
+  ASSERT_EQ(0, cache.bosPutProfileString("s", nullptr, nullptr));
+  EXPECT_EQ("<none>", get(cache, "s", "n"));
+  EXPECT_EQ("<none>", get(cache, "b", "x"));
+  EXPECT_EQ("2", get(cache, "b", "y"));
+}
+
+TEST_F(IniCacheTest, ReplacingAValueCutByABracketKeepsTheRestOfTheLine) {
+  std::string full = writeFile("a.ini", "[s]\nk=a[b]\n");
+  VxIniFileCache cache(full.c_str());
+  ASSERT_EQ(0, cache.bosPutProfileString("s", "k", "new"));
+  EXPECT_EQ("[s]\nk=new[b]\n", readFile(full));
+  EXPECT_EQ("new", get(cache, "s", "k"));
+}
+
+TEST_F(IniCacheTest, WriteAppliesToTheFileAsItIsNotToAStaleImage) {
+  std::string full = writeFile("a.ini", "[s]\na=1\n");
+  VxIniFileCache first(full.c_str());
+  VxIniFileCache second(full.c_str());
+  ASSERT_EQ(0, first.bosPutProfileString("s", "b", "2"));
+  // Same second, and the second cache has not looked since.
+  ASSERT_EQ(0, second.bosPutProfileString("s", "a", "9"));
+  EXPECT_EQ("[s]\na=9\nb=2\n", readFile(full));
+  EXPECT_EQ("9", get(second, "s", "a"));
+  EXPECT_EQ("2", get(second, "s", "b"));
+}
+
+TEST_F(IniCacheTest, WriteOnAClosedCacheFails) {
+  std::string full = writeFile("a.ini", "[s]\nk=1\n");
+  VxIniFileCache cache(full.c_str());
+  cache.Close();
+  EXPECT_FALSE(cache.isOpen());
+  EXPECT_EQ(1, cache.bosPutProfileString("s", "k", "2"));
+  EXPECT_EQ("<none>", get(cache, "s", "k"));
+  EXPECT_EQ("[s]\nk=1\n", readFile(full));
+}
+
+// ---- The list ----
+
+TEST_F(IniCacheTest, ListSharesOneCachePerResolvedPath) {
+  std::string full = writeFile("mine.ini", "[s]\nk=v\n");
+  setEnv("ODBCINI", full);
+  VxIniFileCacheList list;
+  VxIniFileCache* byName = list.open("odbc.ini");
+  ASSERT_NE(nullptr, byName);
+  VxIniFileCache* byPath = list.open(full.c_str());
+  EXPECT_EQ(byName, byPath);
+  EXPECT_EQ(2, byName->getUseCount());
+  EXPECT_EQ(1u, list.getCount());
+  list.close(byName);
+  EXPECT_EQ(1, byName->getUseCount());
+  EXPECT_EQ(1u, list.getCount());
+}
+
+TEST_F(IniCacheTest, ListOpenFailsWhenTheNameDoesNotResolve) {
+  setEnv("ODBCINI", path("missing.ini"));
+  VxIniFileCacheList list;
+  EXPECT_EQ(nullptr, list.open("odbc.ini"));
+  EXPECT_EQ(0u, list.getCount());
+}
+
+TEST_F(IniCacheTest, ListRemoveHandsTheCacheToTheCaller) {
+  std::string full = writeFile("a.ini", "[s]\nk=v\n");
+  VxIniFileCacheList list;
+  VxIniFileCache* cache = list.open(full.c_str());
+  ASSERT_NE(nullptr, cache);
+  list.remove(cache);
+  EXPECT_EQ(0u, list.getCount());
+  EXPECT_EQ("v", get(*cache, "s", "k"));
+  delete cache;
+}
+
+}  // namespace
