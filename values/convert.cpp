@@ -42,30 +42,61 @@ unsigned fail(uint16_t number, const char* text) {
   return 1;
 }
 
-// Number of decimal digits of value (1 for 0).
+const VXSIZE_T kPowersOfTen[20] = {1ULL,
+                                   10ULL,
+                                   100ULL,
+                                   1000ULL,
+                                   10000ULL,
+                                   100000ULL,
+                                   1000000ULL,
+                                   10000000ULL,
+                                   100000000ULL,
+                                   1000000000ULL,
+                                   10000000000ULL,
+                                   100000000000ULL,
+                                   1000000000000ULL,
+                                   10000000000000ULL,
+                                   100000000000000ULL,
+                                   1000000000000000ULL,
+                                   10000000000000000ULL,
+                                   100000000000000000ULL,
+                                   1000000000000000000ULL,
+                                   10000000000000000000ULL};
+
+// Number of decimal digits of value (1 for 0). The bit length times
+// log10(2) (1233 / 4096) gives the count or one less; one comparison with
+// the power of ten settles it. `value | 1` makes 0 count as 1 without
+// moving any other value across a power of ten (those are even).
 uint16_t digitCount(VXSIZE_T value) {
-  uint16_t n = 1;
-  while (value >= 10000) {
-    value /= 10000;
-    n += 4;
-  }
-  if (value >= 1000) return n + 3;
-  if (value >= 100) return n + 2;
-  if (value >= 10) return n + 1;
-  return n;
+  unsigned bits = 64u - unsigned(__builtin_clzll(value | 1));
+  unsigned estimate = (bits * 1233u) >> 12;
+  return uint16_t(estimate + ((value | 1) >= kPowersOfTen[estimate]));
 }
 
-// Writes the `count` digits of value ending just before `end`.
-void writeDigitsBackwards(char* end, VXSIZE_T value, uint16_t count) {
-  while (count >= 2) {
+// Writes the digits of value so that they end just before `end`, two at a
+// time from the least significant.
+void writeDigitsBackwards(char* end, VXSIZE_T value) {
+  while (value >= 100) {
     unsigned pair = unsigned(value % 100);
     value /= 100;
     end -= 2;
     end[0] = kDigitPairs[2 * pair];
     end[1] = kDigitPairs[2 * pair + 1];
-    count -= 2;
   }
-  if (count) *--end = char('0' + value);
+  if (value >= 10) {
+    end[-2] = kDigitPairs[2 * value];
+    end[-1] = kDigitPairs[2 * value + 1];
+  } else {
+    end[-1] = char('0' + value);
+  }
+}
+
+// The plain unsigned form, shared by the exported plain forms.
+uint16_t writeDecimal(char* buffer, VXSIZE_T value) {
+  uint16_t count = digitCount(value);
+  writeDigitsBackwards(buffer + count, value);
+  buffer[count] = '\0';
+  return count;
 }
 
 // Magnitude of a signed value, correct for the most negative one.
@@ -92,17 +123,12 @@ bool copyCounted(char* local, const char* text, VXSIZE_T length) {
 
 // ---- Number to text ----------------------------------------------------
 
-uint16_t convert(char* buffer, VXSIZE_T value) {
-  uint16_t count = digitCount(value);
-  writeDigitsBackwards(buffer + count, value, count);
-  buffer[count] = '\0';
-  return count;
-}
+uint16_t convert(char* buffer, VXSIZE_T value) { return writeDecimal(buffer, value); }
 
 uint16_t convert(char* buffer, VXSSIZE_T value) {
-  if (value >= 0) return convert(buffer, VXSIZE_T(value));
+  if (value >= 0) return writeDecimal(buffer, VXSIZE_T(value));
   buffer[0] = '-';
-  return uint16_t(1 + convert(buffer + 1, magnitude(value)));
+  return uint16_t(1 + writeDecimal(buffer + 1, magnitude(value)));
 }
 
 // Fixed-width field, unsigned.
@@ -130,7 +156,7 @@ uint16_t convert(char* buffer, uint16_t width, VXSIZE_T value, bool leftJustify)
     return 0;
   }
   char* start = leftJustify ? first : first + (positions - digits);
-  writeDigitsBackwards(start + digits, value, digits);
+  writeDigitsBackwards(start + digits, value);
   return digits;
 }
 
@@ -150,22 +176,24 @@ uint16_t convert(char* buffer, uint16_t width, VXSSIZE_T value, bool leftJustify
   return digits;
 }
 
-// ---- Text to number ----------------------------------------------------
+namespace {
 
 // Unsigned parsing, the base of every text-to-number form:
 //
 //  1. Skip any mix of white space and "+" signs ("+ +5" is 5).
 //  2. Accumulate decimal digits. Before a digit is added, a value above
 //     1844674407370955161, or equal to it with a digit above 5, would pass
-//     2^64 - 1: 2701 with the text from step 1's end.
+//     2^64 - 1: 2701 with the text from step 1's end. Nineteen digits
+//     cannot pass it, so the check starts at the 20th.
 //  3. Skip trailing white space; anything else left is 2702.
 // Deliberate: a text with no digits at all (empty, blanks, "+") is 0.
-unsigned convert(const char* text, VXSIZE_T* target) {
+unsigned parseUnsigned(const char* text, VXSIZE_T* target) {
   const char* p = skipWhiteSpace(text);
   while (*p == '+') p = skipWhiteSpace(p + 1);
   const char* number = p;
 
   VXSIZE_T value = 0;
+  for (int n = 0; n < 19 && isDigit(*p); ++n, ++p) value = value * 10 + unsigned(*p - '0');
   for (; isDigit(*p); ++p) {
     unsigned digit = unsigned(*p - '0');
     if (value > kLastSafeTenth || (value == kLastSafeTenth && digit > 5)) return fail(kOutOfRange, number);
@@ -178,17 +206,25 @@ unsigned convert(const char* text, VXSIZE_T* target) {
 
 // Signed 64-bit: white space, one optional "-", then the unsigned rules.
 // Only a negative text may reach 2^63 (the most negative value).
-unsigned convert(const char* text, VXSSIZE_T* target) {
+unsigned parseSigned(const char* text, VXSSIZE_T* target) {
   const char* p = skipWhiteSpace(text);
   bool negative = *p == '-';
   if (negative) ++p;
   VXSIZE_T value;
-  if (convert(p, &value)) return 1;
+  if (parseUnsigned(p, &value)) return 1;
   const VXSIZE_T topBit = VXSIZE_T(1) << 63;
   if ((value & topBit) && !(negative && value == topBit)) return fail(kOutOfRange, text);
   *target = negative ? VXSSIZE_T(0 - value) : VXSSIZE_T(value);
   return 0;
 }
+
+}  // namespace
+
+// ---- Text to number ----------------------------------------------------
+
+unsigned convert(const char* text, VXSIZE_T* target) { return parseUnsigned(text, target); }
+
+unsigned convert(const char* text, VXSSIZE_T* target) { return parseSigned(text, target); }
 
 // Signed 32-bit. Deliberate asymmetries, kept on purpose:
 //  - the form takes its own "-" and checks the rest's value against the
@@ -200,7 +236,7 @@ unsigned convert(const char* text, int32_t* target) {
   bool negative = *p == '-';
   if (negative) ++p;
   VXSSIZE_T value;
-  if (convert(p, &value)) return 1;
+  if (parseSigned(p, &value)) return 1;
   if (value < INT32_MIN || value > INT32_MAX) return fail(kOutOfRange, text);
   uint32_t bits = uint32_t(value);
   if (negative) bits = 0 - bits;
@@ -214,7 +250,7 @@ unsigned convert(const char* text, uint32_t* target) {
   const char* p = skipWhiteSpace(text);
   if (*p == '-') return fail(kInvalidCharacter, text);
   VXSIZE_T value;
-  if (convert(p, &value)) return 1;
+  if (parseUnsigned(p, &value)) return 1;
   if (value > UINT32_MAX) return fail(kOutOfRange, text);
   if (target) *target = uint32_t(value);
   return 0;
@@ -222,7 +258,7 @@ unsigned convert(const char* text, uint32_t* target) {
 
 unsigned convert(const char* text, uint16_t* target) {
   VXSIZE_T value;
-  if (convert(text, &value)) return 1;
+  if (parseUnsigned(text, &value)) return 1;
   if (value > UINT16_MAX) return fail(kOutOfRange, text);
   *target = uint16_t(value);
   return 0;
@@ -230,7 +266,7 @@ unsigned convert(const char* text, uint16_t* target) {
 
 unsigned convert(const char* text, uint8_t* target) {
   VXSIZE_T value;
-  if (convert(text, &value)) return 1;
+  if (parseUnsigned(text, &value)) return 1;
   if (value > UINT8_MAX) return fail(kOutOfRange, text);
   *target = uint8_t(value);
   return 0;
@@ -238,7 +274,7 @@ unsigned convert(const char* text, uint8_t* target) {
 
 unsigned convert(const char* text, int16_t* target) {
   VXSSIZE_T value;
-  if (convert(text, &value)) return 1;
+  if (parseSigned(text, &value)) return 1;
   if (value < INT16_MIN || value > INT16_MAX) return fail(kOutOfRange, text);
   *target = int16_t(value);
   return 0;
@@ -246,7 +282,7 @@ unsigned convert(const char* text, int16_t* target) {
 
 unsigned convert(const char* text, int8_t* target) {
   VXSSIZE_T value;
-  if (convert(text, &value)) return 1;
+  if (parseSigned(text, &value)) return 1;
   if (value < INT8_MIN || value > INT8_MAX) return fail(kOutOfRange, text);
   *target = int8_t(value);
   return 0;
