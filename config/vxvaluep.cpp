@@ -18,10 +18,11 @@ bool needsQuotes(const char* value, VXSIZE_T length, char separator) {
   return false;
 }
 
-// Appends the text of a catalog message to a record.
+// Appends a blank and the text of a catalog message to a record.
 void appendMessage(VxError& error, uint16_t number) {
   char text[512];
   loadMessageText(number, text, sizeof text);
+  error.appendText(" ");
   error.appendText(text);
 }
 

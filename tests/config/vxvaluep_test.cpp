@@ -95,7 +95,7 @@ TEST_F(VxValueParserTest, RepeatedKeywordFailsWith2706AppendedUnlessAllowed) {
   std::string text = e->getErrorText();
   char repeated[512];
   loadMessageText(2706, repeated, sizeof repeated);
-  EXPECT_NE(std::string::npos, text.find(repeated)) << text;
+  EXPECT_NE(std::string::npos, text.find(std::string(" ") + repeated + " =")) << text;
   EXPECT_NE(std::string::npos, text.find("=")) << "the current token is appended: " << text;
   // The attributes parsed before the error stay.
   EXPECT_EQ((Pairs{{"DSN", "a"}}), attributes(p));
@@ -175,7 +175,7 @@ TEST_F(VxValueParserTest, SynonymsGivenTogetherAreAnError) {
   std::string text = errors.getNodeAtPos(0)->getErrorText();
   char both[512];
   loadMessageText(2707, both, sizeof both);
-  EXPECT_NE(std::string::npos, text.find(std::string(both) + " UID, USER")) << text;
+  EXPECT_NE(std::string::npos, text.find(" " + std::string(both) + " UID, USER")) << text;
 
   EXPECT_EQ(0u, p.getAttributeValue("PASSWORD", "PWD", &value));
   ASSERT_NE(nullptr, value);
