@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "foundation/but.h"
+#include "ratio_reporter.h"
 
 namespace {
 
@@ -127,39 +128,6 @@ void registerPair(const char* op, void (*vx)(benchmark::State&),
   }
 }
 
-// Console output as usual, plus a record of each run's time per iteration
-// keyed by "op/size" and the side (vx or libc).
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration) continue;
-      std::string name = run.benchmark_name();  // e.g. copy/vx/4096
-      size_t first = name.find('/'), second = name.find('/', first + 1);
-      if (first == std::string::npos || second == std::string::npos) continue;
-      std::string key = name.substr(0, first) + " " + name.substr(second + 1);
-      std::string side = name.substr(first + 1, second - first - 1);
-      times[key][side] = run.GetAdjustedRealTime();
-      if (std::find(order.begin(), order.end(), key) == order.end()) order.push_back(key);
-    }
-  }
-
-  void printRatios() const {
-    printf("\n%-16s %12s %12s %8s\n", "operation size", "vx ns", "libc ns", "vx/libc");
-    for (const std::string& key : order) {
-      const auto& sides = times.at(key);
-      if (!sides.count("vx") || !sides.count("libc")) continue;
-      double vx = sides.at("vx"), libc = sides.at("libc");
-      printf("%-16s %12.1f %12.1f %8.2f\n", key.c_str(), vx, libc, vx / libc);
-    }
-  }
-
- private:
-  std::map<std::string, std::map<std::string, double>> times;
-  std::vector<std::string> order;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -168,7 +136,7 @@ int main(int argc, char** argv) {
   registerPair("equal", equalVx, equalLibc);
   registerPair("zero", zeroVx, zeroLibc);
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  RatioReporter reporter("libc");
   benchmark::RunSpecifiedBenchmarks(&reporter);
   reporter.printRatios();
   benchmark::Shutdown();

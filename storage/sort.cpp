@@ -1,0 +1,418 @@
+// VxSort: key comparison, record collection and the in-memory quicksort.
+#include "storage/sort.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "foundation/but.h"
+#include "foundation/ram_internal.h"
+#include "foundation/vxerror.h"
+#include "foundation/vxstr.h"
+
+namespace {
+
+// A key's comparison negated for a descending key. The one value whose
+// negation does not fit 16 bits becomes the largest positive one.
+inline int16_t negated(int16_t c) { return c == INT16_MIN ? INT16_MAX : static_cast<int16_t>(-c); }
+
+// Key comparison. Keys first..count-1 are applied in order and the first
+// non-zero result decides; all keys equal (or no keys) gives 0. A field is
+// compared by the first of these its kind asks for:
+//   object        the VxObject pointers stored in the two fields, ordered
+//                 by the first object's compare(second);
+//   international locale collation of the two length-byte fields;
+//   function      the key's compareFunction (a key with the function bit
+//                 but no function compares equal);
+//   otherwise     length bytes as unsigned values.
+int16_t compareKeys(const VxSortKey* keys, VXSIZE_T first, VXSIZE_T count, const void* a,
+                    const void* b) {
+  for (VXSIZE_T k = first; k < count; ++k) {
+    const VxSortKey& key = keys[k];
+    const char* x = static_cast<const char*>(a) + key.offset;
+    const char* y = static_cast<const char*>(b) + key.offset;
+    int16_t c;
+    if (key.kind & VxSortKey::kObject) {
+      VxObject* ox;
+      VxObject* oy;
+      memcpy(&ox, x, sizeof ox);  // fields need not be aligned
+      memcpy(&oy, y, sizeof oy);
+      c = ox->compare(oy);
+    } else if (key.kind & VxSortKey::kInternational) {
+      c = strCompareIntl(x, key.length, y, key.length);
+    } else if (key.kind & VxSortKey::kFunction) {
+      c = key.compareFunction != nullptr
+              ? key.compareFunction(key.compareContext, x, y, &key)
+              : 0;
+    } else {
+      c = memCompare(x, y, key.length);
+    }
+    if (c != 0) return (key.kind & VxSortKey::kDescending) ? negated(c) : c;
+  }
+  return 0;
+}
+
+// Orders used by the quicksort. The general one dispatches on each key's
+// kind; when every key in play is a plain byte key the dispatch is dropped,
+// and a single one-byte key (the common sort on a flag or code column) is
+// compared in line.
+struct GeneralOrder {
+  const VxSortKey* keys;
+  VXSIZE_T first;
+  VXSIZE_T count;
+
+  int operator()(const char* a, const char* b) const {
+    return compareKeys(keys, first, count, a, b);
+  }
+};
+
+struct ByteKeyOrder {
+  const VxSortKey* keys;
+  VXSIZE_T first;
+  VXSIZE_T count;
+
+  int operator()(const char* a, const char* b) const {
+    for (VXSIZE_T k = first; k < count; ++k) {
+      const VxSortKey& key = keys[k];
+      int c = memCompare(a + key.offset, b + key.offset, key.length);
+      if (c != 0) return (key.kind & VxSortKey::kDescending) ? -c : c;
+    }
+    return 0;
+  }
+};
+
+struct OneByteKeyOrder {
+  VXSIZE_T offset;
+  int sign;  // 1 ascending, -1 descending
+
+  int operator()(const char* a, const char* b) const {
+    return sign * (static_cast<unsigned char>(a[offset]) - static_cast<unsigned char>(b[offset]));
+  }
+};
+
+// Record lengths. Exchanging records is the inner loop of the sort and
+// records are short, so they are exchanged in line rather than through
+// memSwap's 512-byte staging buffer; the common lengths of 8 bytes (an
+// array of pointers) and 16 bytes are fixed at compile time.
+template <VXSIZE_T N>
+struct FixedLength {
+  VXSIZE_T size() const { return N; }
+  void exchange(char* a, char* b) const {
+    char t[N];
+    memcpy(t, a, N);
+    memcpy(a, b, N);
+    memcpy(b, t, N);
+  }
+};
+
+struct AnyLength {
+  VXSIZE_T n;
+  VXSIZE_T size() const { return n; }
+  void exchange(char* a, char* b) const {
+    VXSIZE_T i = 0;
+    for (; i + 8 <= n; i += 8) {
+      uint64_t x, y;
+      memcpy(&x, a + i, 8);
+      memcpy(&y, b + i, 8);
+      memcpy(a + i, &y, 8);
+      memcpy(b + i, &x, 8);
+    }
+    for (; i < n; ++i) {
+      char t = a[i];
+      a[i] = b[i];
+      b[i] = t;
+    }
+  }
+};
+
+// Record n of records stored back to back from base.
+template <typename Length>
+struct ContiguousRecords {
+  char* base;
+  Length length;
+  char* operator()(VXSIZE_T n) const { return base + n * length.size(); }
+  void exchange(char* a, char* b) const { length.exchange(a, b); }
+};
+
+// Record n of records spread over 64 KB buffers of perBuffer records each.
+struct BufferedRecords {
+  char* const* buffers;
+  VXSIZE_T perBuffer;
+  AnyLength length;
+  char* operator()(VXSIZE_T n) const {
+    return buffers[n / perBuffer] + (n % perBuffer) * length.size();
+  }
+  void exchange(char* a, char* b) const { length.exchange(a, b); }
+};
+
+// The in-memory quicksort over record slots lo..hi (inclusive); records are
+// exchanged in place, nothing is allocated.
+//
+// Rules:
+//  - A range whose last index exceeds its first by more than 3 (five or
+//    more records) is partitioned; smaller ranges are finished by insertion
+//    through adjacent exchanges.
+//  - Pivot: below a difference of 151 the median of the first, middle and
+//    last records; from 151 on the median of three such medians taken over
+//    nine records spread evenly across the range, which resists runs of
+//    presorted or organ-pipe input.
+//  - The pivot is moved to the first slot and the rest is split with two
+//    scans that both stop on records equal to the pivot, so a range of
+//    equal keys splits in the middle instead of degrading to n^2.
+//  - The record just before a range is never above any record in it (it is
+//    an earlier pivot). When the new pivot equals that record, every record
+//    equal to the pivot is gathered at the front and left alone, so a range
+//    with many equal keys costs one pass per distinct key.
+//  - The smaller side is sorted by recursion and the larger by looping, so
+//    the stack holds at most log2(n) frames.
+// Equal records end in whatever order the exchanges leave them: the sort is
+// not stable.
+template <typename Records, typename Order>
+class QuickSort {
+ public:
+  QuickSort(const Records& records, const Order& order) : at_(records), order_(order) {}
+
+  void sort(VXSIZE_T lo, VXSIZE_T hi) {
+    while (hi - lo > 3) {
+      VXSIZE_T pivot = choosePivot(lo, hi);
+      if (pivot != lo) at_.exchange(at_(pivot), at_(lo));
+      if (lo > 0 && order_(at_(lo - 1), at_(lo)) == 0) {
+        VXSIZE_T lastEqual = partitionEqual(lo, hi);
+        if (lastEqual >= hi) return;
+        lo = lastEqual + 1;
+        continue;
+      }
+      VXSIZE_T split = partition(lo, hi);
+      if (split - lo < hi - split) {
+        if (split > lo) sort(lo, split - 1);
+        lo = split + 1;
+      } else {
+        if (split < hi) sort(split + 1, hi);
+        hi = split - 1;
+      }
+    }
+    finishSmallRange(lo, hi);
+  }
+
+ private:
+  VXSIZE_T medianOfThree(VXSIZE_T a, VXSIZE_T b, VXSIZE_T c) const {
+    const char* ra = at_(a);
+    const char* rb = at_(b);
+    const char* rc = at_(c);
+    if (order_(ra, rb) < 0) {
+      if (order_(rb, rc) < 0) return b;
+      return order_(ra, rc) < 0 ? c : a;
+    }
+    if (order_(ra, rc) < 0) return a;
+    return order_(rb, rc) < 0 ? c : b;
+  }
+
+  VXSIZE_T choosePivot(VXSIZE_T lo, VXSIZE_T hi) const {
+    VXSIZE_T mid = lo + (hi - lo) / 2;
+    if (hi - lo < 151) return medianOfThree(lo, mid, hi);
+    VXSIZE_T step = (hi - lo) / 8;
+    return medianOfThree(medianOfThree(lo, lo + step, lo + 2 * step),
+                         medianOfThree(mid - step, mid, mid + step),
+                         medianOfThree(hi - 2 * step, hi - step, hi));
+  }
+
+  // Splits lo..hi around the pivot held in slot lo; returns the pivot's
+  // final slot. Records before it are not greater, records after it are
+  // not smaller.
+  VXSIZE_T partition(VXSIZE_T lo, VXSIZE_T hi) {
+    const char* pivot = at_(lo);
+    VXSIZE_T i = lo;
+    VXSIZE_T j = hi + 1;
+    for (;;) {
+      do ++i; while (i <= hi && order_(at_(i), pivot) < 0);
+      do --j; while (j > lo && order_(at_(j), pivot) > 0);
+      if (i >= j) break;
+      at_.exchange(at_(i), at_(j));
+    }
+    if (j != lo) at_.exchange(at_(lo), at_(j));
+    return j;
+  }
+
+  // Used when the pivot in slot lo equals the record before the range, which
+  // no record of the range is below: gathers the records equal to the pivot
+  // at the front and returns the last slot of that group, which needs no
+  // further sorting.
+  VXSIZE_T partitionEqual(VXSIZE_T lo, VXSIZE_T hi) {
+    const char* pivot = at_(lo);
+    VXSIZE_T i = lo;
+    VXSIZE_T j = hi + 1;
+    for (;;) {
+      do ++i; while (i <= hi && order_(at_(i), pivot) <= 0);
+      do --j; while (j > lo && order_(at_(j), pivot) > 0);
+      if (i >= j) break;
+      at_.exchange(at_(i), at_(j));
+    }
+    if (j != lo) at_.exchange(at_(lo), at_(j));
+    return j;
+  }
+
+  void finishSmallRange(VXSIZE_T lo, VXSIZE_T hi) {
+    for (VXSIZE_T i = lo + 1; i <= hi; ++i) {
+      for (VXSIZE_T j = i; j > lo && order_(at_(j - 1), at_(j)) > 0; --j) {
+        at_.exchange(at_(j - 1), at_(j));
+      }
+    }
+  }
+
+  Records at_;
+  Order order_;
+};
+
+template <typename Records>
+void sortRecords(const Records& records, const VxSortKey* keys, VXSIZE_T first, VXSIZE_T keyCount,
+                 VXSIZE_T count) {
+  bool bytesOnly = true;
+  for (VXSIZE_T k = first; k < keyCount; ++k) {
+    if (keys[k].kind & (VxSortKey::kObject | VxSortKey::kInternational | VxSortKey::kFunction))
+      bytesOnly = false;
+  }
+  if (bytesOnly && keyCount - first == 1 && keys[first].length == 1) {
+    int sign = (keys[first].kind & VxSortKey::kDescending) ? -1 : 1;
+    QuickSort<Records, OneByteKeyOrder>(records, {keys[first].offset, sign}).sort(0, count - 1);
+  } else if (bytesOnly) {
+    QuickSort<Records, ByteKeyOrder>(records, {keys, first, keyCount}).sort(0, count - 1);
+  } else {
+    QuickSort<Records, GeneralOrder>(records, {keys, first, keyCount}).sort(0, count - 1);
+  }
+}
+
+}  // namespace
+
+VxSort::VxSort(uint16_t recordLength)
+    : keys(),
+      keyCount(0),
+      startKey(0),
+      buffers(),
+      bufferCount(0),
+      recordCount(0),
+      inMemory(0),
+      readPosition(0),
+      sortFlags(0) {
+  setRecordLength(recordLength);
+}
+
+VxSort::~VxSort() { releaseBuffers(); }
+
+void VxSort::releaseBuffers() {
+  if (sortFlags & kOwnsBuffers) {
+    for (uint16_t i = 0; i < bufferCount; ++i) free(buffers[i]);
+  }
+  bufferCount = 0;
+  sortFlags &= ~kOwnsBuffers;
+}
+
+void VxSort::setRecordLength(uint16_t n) {
+  recordLength = n;
+  recordsPerBuffer = n == 0 ? 0 : kBufferSize / n;
+}
+
+unsigned VxSort::addKey(uint16_t kind, VXSIZE_T offset, uint16_t length) {
+  return addKey(kind, offset, length, nullptr, nullptr);
+}
+
+unsigned VxSort::addKey(uint16_t kind, VXSIZE_T offset, uint16_t length,
+                        VxSortCompareFunction function, void* context) {
+  if (keyCount >= kMaxKeys) {
+    addError(2710);
+    return 1;
+  }
+  if (function != nullptr) kind |= VxSortKey::kFunction;
+  keys[keyCount++] = VxSortKey{kind, offset, length, function, context};
+  sortFlags |= kKeysAdded;
+  return 0;
+}
+
+int16_t VxSort::compare(const void* a, const void* b) const {
+  return compareKeys(keys, startKey, keyCount, a, b);
+}
+
+int16_t VxSort::fullCompare(const void* a, const void* b) const {
+  return compareKeys(keys, 0, keyCount, a, b);
+}
+
+char* VxSort::recordAddress(VXSIZE_T n) const {
+  if (sortFlags & kCallerBuffer) return buffers[0] + n * recordLength;
+  return buffers[n / recordsPerBuffer] + (n % recordsPerBuffer) * recordLength;
+}
+
+// Slot reservation. Record n goes to buffer n / recordsPerBuffer; a buffer
+// that does not exist yet is allocated (64 KB, at most 64 of them). When no
+// buffer can be had the record is refused and its slot taken back. This is
+// the point where a full memory would instead be sorted and written to a
+// temporary file as one run, restarting the buffers with this record;
+// until runs exist the sort holds what fits in its buffers.
+unsigned VxSort::nextSlot(void** slot) {
+  if ((sortFlags & kCallerBuffer) || recordsPerBuffer == 0) return 1;
+  VXSIZE_T n = inMemory;
+  VXSIZE_T buffer = n / recordsPerBuffer;
+  if (buffer >= bufferCount) {
+    sortFlags |= kOwnsBuffers;
+    char* fresh = nullptr;
+    if (bufferCount < kMaxBuffers) {
+      fresh = static_cast<char*>(ramAlloc(kBufferSize));
+    }
+    if (fresh == nullptr) {
+      addError(1503);
+      return 1;
+    }
+    buffers[bufferCount++] = fresh;
+  }
+  ++inMemory;
+  ++recordCount;
+  *slot = recordAddress(n);
+  return 0;
+}
+
+unsigned VxSort::addRecord(const void* record) {
+  void* slot;
+  if (nextSlot(&slot) != 0) return 1;
+  memcpy(slot, record, recordLength);
+  return 0;
+}
+
+void VxSort::setBuf(VXSIZE_T count, void* buffer) {
+  releaseBuffers();
+  buffers[0] = static_cast<char*>(buffer);
+  bufferCount = 1;
+  inMemory = count;
+  recordCount = count;
+  readPosition = 0;
+  sortFlags = static_cast<uint8_t>((sortFlags & kKeysAdded) | kCallerBuffer);
+}
+
+void VxSort::sortInMemory() {
+  if (inMemory < 2) return;
+  if (!(sortFlags & kCallerBuffer) && bufferCount > 1) {
+    sortRecords(BufferedRecords{buffers, recordsPerBuffer, AnyLength{recordLength}}, keys,
+                startKey, keyCount, inMemory);
+  } else if (recordLength == 8) {
+    sortRecords(ContiguousRecords<FixedLength<8>>{buffers[0], {}}, keys, startKey, keyCount,
+                inMemory);
+  } else if (recordLength == 16) {
+    sortRecords(ContiguousRecords<FixedLength<16>>{buffers[0], {}}, keys, startKey, keyCount,
+                inMemory);
+  } else {
+    sortRecords(ContiguousRecords<AnyLength>{buffers[0], {recordLength}}, keys, startKey,
+                keyCount, inMemory);
+  }
+}
+
+unsigned VxSort::sortBuf() {
+  if (!(sortFlags & kSorted)) {
+    sortInMemory();
+    sortFlags |= kSorted;
+    readPosition = 0;
+  }
+  return 0;
+}
+
+unsigned VxSort::getSorted(void** record) {
+  sortBuf();
+  *record = readPosition < inMemory ? recordAddress(readPosition++) : nullptr;
+  return 0;
+}
