@@ -9,6 +9,9 @@
 //  - sort: VxSort over 1 000 000 16-byte records with one byte key, sorted
 //    in place through setBuf/sortBuf, against std::sort with the equivalent
 //    comparator on the same input.
+// The arrays are reserved with resize() before they are filled: growth is
+// linear (16 slots at a time), so filling a million-element array one add
+// at a time would copy it some 60 000 times.
 // After the usual table it prints vxlib's time divided by std's.
 #include <benchmark/benchmark.h>
 
@@ -33,9 +36,10 @@ class Key : public VxObject {
   uint64_t key;
 };
 
-// The std peer orders Key pointers by the same virtual compare, so both
-// sides pay for the element's comparison in the same way.
-bool keyLess(const Key* a, const Key* b) { return a->compare(b) < 0; }
+// The std peer orders the same VxObject pointers by the same virtual
+// compare, so both sides pay for the element's comparison in the same way
+// (held as VxObject*, the call cannot be resolved at compile time).
+bool keyLess(const VxObject* a, const VxObject* b) { return a->compare(b) < 0; }
 
 std::vector<uint64_t> randomKeys(size_t n, unsigned seed) {
   std::mt19937_64 rng(seed);
@@ -46,18 +50,19 @@ std::vector<uint64_t> randomKeys(size_t n, unsigned seed) {
 
 // N keys in ascending order (every second value, so that half the probes
 // of the find benchmarks miss).
-std::vector<Key*> sortedKeyObjects(size_t n) {
-  std::vector<Key*> keys;
+std::vector<VxObject*> sortedKeyObjects(size_t n) {
+  std::vector<VxObject*> keys;
   for (size_t i = 0; i < n; ++i) keys.push_back(new Key(2 * i));
   return keys;
 }
 
 void addObjectVx(benchmark::State& state) {
   size_t n = size_t(state.range(0));
-  std::vector<Key*> keys = sortedKeyObjects(n);
+  std::vector<VxObject*> keys = sortedKeyObjects(n);
   VxSortedArray a;
   a.setDeleteContentsOnDestruct();
-  for (Key* k : keys) a.add(k);
+  a.resize(n + 16, 1);
+  for (VxObject* k : keys) a.add(k);
   std::vector<uint64_t> probes = randomKeys(4096, 1);
   Key probe(0);
   size_t p = 0;
@@ -73,21 +78,23 @@ void addObjectVx(benchmark::State& state) {
 
 void addObjectStd(benchmark::State& state) {
   size_t n = size_t(state.range(0));
-  std::vector<Key*> v = sortedKeyObjects(n);
+  std::vector<VxObject*> v = sortedKeyObjects(n);
   std::vector<uint64_t> probes = randomKeys(4096, 1);
-  Key probe(0);
+  Key probeKey(0);
+  VxObject* probe = &probeKey;
   size_t p = 0;
   for (auto _ : state) {
-    probe.key = probes[p++ & 4095] % (2 * n);
-    v.insert(std::upper_bound(v.begin(), v.end(), &probe, keyLess), &probe);
-    v.erase(std::upper_bound(v.begin(), v.end(), &probe, keyLess) - 1);
+    probeKey.key = probes[p++ & 4095] % (2 * n);
+    v.insert(std::upper_bound(v.begin(), v.end(), probe, keyLess), probe);
+    v.erase(std::upper_bound(v.begin(), v.end(), probe, keyLess) - 1);
   }
-  for (Key* k : v) delete k;
+  for (VxObject* k : v) delete k;
 }
 
 void addValueVx(benchmark::State& state) {
   size_t n = size_t(state.range(0));
   VxSortedArrayVXSIZE_T a;
+  a.resize(n + 16, 1);
   for (size_t i = 0; i < n; ++i) a.add(2 * i);
   std::vector<uint64_t> probes = randomKeys(4096, 2);
   size_t p = 0;
@@ -117,7 +124,8 @@ void findObjectVx(benchmark::State& state) {
   size_t n = size_t(state.range(0));
   VxSortedArray a;
   a.setDeleteContentsOnDestruct();
-  for (Key* k : sortedKeyObjects(n)) a.add(k);
+  a.resize(n + 16, 1);
+  for (VxObject* k : sortedKeyObjects(n)) a.add(k);
   std::vector<uint64_t> probes = randomKeys(4096, 3);
   Key probe(0);
   size_t p = 0;
@@ -131,23 +139,25 @@ void findObjectVx(benchmark::State& state) {
 
 void findObjectStd(benchmark::State& state) {
   size_t n = size_t(state.range(0));
-  std::vector<Key*> v = sortedKeyObjects(n);
+  std::vector<VxObject*> v = sortedKeyObjects(n);
   std::vector<uint64_t> probes = randomKeys(4096, 3);
-  Key probe(0);
+  Key probeKey(0);
+  VxObject* probe = &probeKey;
   size_t p = 0;
   for (auto _ : state) {
-    probe.key = probes[p++ & 4095] % (2 * n);
-    auto at = std::lower_bound(v.begin(), v.end(), &probe, keyLess);
-    bool found = at != v.end() && (*at)->compare(&probe) == 0;
+    probeKey.key = probes[p++ & 4095] % (2 * n);
+    auto at = std::lower_bound(v.begin(), v.end(), probe, keyLess);
+    bool found = at != v.end() && (*at)->compare(probe) == 0;
     benchmark::DoNotOptimize(found);
     benchmark::DoNotOptimize(at);
   }
-  for (Key* k : v) delete k;
+  for (VxObject* k : v) delete k;
 }
 
 void findValueVx(benchmark::State& state) {
   size_t n = size_t(state.range(0));
   VxSortedArrayVXSIZE_T a;
+  a.resize(n + 16, 1);
   for (size_t i = 0; i < n; ++i) a.add(2 * i);
   std::vector<uint64_t> probes = randomKeys(4096, 4);
   size_t p = 0;
