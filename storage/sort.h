@@ -107,8 +107,6 @@ class VX_EXPORT VxSort : public VxObject {
   int16_t fullCompare(const void* a, const void* b) const;
   using VxObject::compare;
 
-  VXSIZE_T getRecordCount() const { return recordCount; }
-
  private:
   // sortFlags bits.
   static constexpr uint8_t kOwnsBuffers = 0x01;
