@@ -46,7 +46,9 @@ class NameCollector {
     items_[count_++] = item;
   }
 
-  void sort() { qsort(items_, count_, sizeof *items_, compareNames); }
+  void sort() {
+    if (count_ > 1) qsort(items_, count_, sizeof *items_, compareNames);
+  }
 
   size_t count() const { return count_; }
   bool failed() const { return failed_; }
