@@ -4,10 +4,12 @@
 #include <unicode/uchar.h>
 
 #include <cstring>
+#include <cwctype>
 #include <initializer_list>
 
 #include "containers/vxarray.h"
 #include "foundation/vxdbcs.h"
+#include "foundation/vxdbcs_internal.h"
 #include "foundation/vxstr.h"
 
 const OperatorInfo Operators[OperatorCount] = {
@@ -202,19 +204,21 @@ void VxScanner::resetValidChars() {
 }
 
 // Size of the character at `at`, never reaching past the end of the text
-// (a cut-off multibyte character at the end counts as what is left).
+// (a cut-off multibyte character at the end counts as what is left). The
+// text need not end with a NUL, so the locale is never asked about bytes
+// beyond it.
 VXSIZE_T VxScanner::charSize(VXSIZE_T at) const {
   unsigned char c = byteAt(text_, at);
   if (c < 0x80) return 1;
-  VXSIZE_T size = vxCharSize(text_ + at, codePage_);
   VXSIZE_T left = length_ - at;
+  VXSIZE_T size = vxCharSizeWithin(text_ + at, left, codePage_);
   return size < left ? size : left;
 }
 
 bool VxScanner::isSpaceAt(VXSIZE_T at) const {
   unsigned char c = byteAt(text_, at);
   if (c < 0x80) return kAscii.of[c] & kSpace;
-  return codePage_ != VX_CP_UTF8 && vxIsWhiteSpace(text_ + at);
+  return codePage_ != VX_CP_UTF8 && vxIsWhiteSpaceWithin(text_ + at, length_ - at);
 }
 
 // A letter of the scanner's code page. ASCII letters come from a table; a
@@ -228,8 +232,9 @@ bool VxScanner::isLetterAt(VXSIZE_T at) const {
     return cp >= 0 && u_isalpha(cp);
   }
   // A character cut off by the end of the text is no letter.
-  if (vxCharSize(text_ + at, codePage_) > length_ - at) return false;
-  return vxIsAlpha(text_ + at);
+  wchar_t wc;
+  VXSIZE_T size;
+  return vxDecodeChar(text_ + at, length_ - at, &wc, &size) && iswalpha(static_cast<wint_t>(wc)) != 0;
 }
 
 bool VxScanner::isQuote(unsigned char c) const {
@@ -553,8 +558,17 @@ unsigned char VxScanner::getSymbol() {
   return c;
 }
 
+// Stepping back follows vxCharPrev, which outside UTF-8 tests the byte AT
+// the cursor for a lead byte. At or next to the end of the text that byte
+// (or the one after it) lies beyond the text, which need not end with a
+// NUL: there it is no lead byte, and the step is one byte.
 void VxScanner::unGetSymbol() {
-  if (position_ > 0) position_ = vxCharPrev(text_, position_, codePage_);
+  if (position_ == 0) return;
+  if (codePage_ != VX_CP_UTF8 && !vxLeadByteWithin(text_ + position_, length_ - position_)) {
+    --position_;
+    return;
+  }
+  position_ = vxCharPrev(text_, position_, codePage_);
 }
 
 unsigned char VxScanner::lookAhead(VXSIZE_T distance) const {
