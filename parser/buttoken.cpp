@@ -1,7 +1,7 @@
 // The light word splitter of the token utilities.
 #include "parser/buttoken.h"
 
-#include "foundation/vxdbcs.h"
+#include "foundation/vxdbcs_internal.h"
 
 namespace {
 
@@ -11,10 +11,11 @@ bool isWordByte(unsigned char c) {
   return c >= 0x80 || c == '_' || (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z');
 }
 
-// Size of the character at offset `at`, clipped to the end of the text.
+// Size of the character at offset `at`, clipped to the end of the text;
+// the text need not end with a NUL, so no byte beyond it is looked at.
 VXSIZE_T stepAt(const char* text, VXSIZE_T at, VXSIZE_T length, vxCPType cp) {
   if (static_cast<unsigned char>(text[at]) < 0x80) return 1;
-  VXSIZE_T size = vxCharSize(text + at, cp);
+  VXSIZE_T size = vxCharSizeWithin(text + at, length - at, cp);
   return size < length - at ? size : length - at;
 }
 

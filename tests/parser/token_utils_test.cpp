@@ -8,6 +8,7 @@
 #include "foundation/ram_internal.h"
 #include "parser/buttoken.h"
 #include "parser/butxpand.h"
+#include "guarded_text_support.h"
 
 namespace {
 
@@ -97,6 +98,17 @@ TEST(Buttoken, EndOfTextIsLengthZeroAtTheEnd) {
   VXSIZE_T cursor = 2;
   EXPECT_EQ(0u, buttoken(text.data(), &cursor, 0, text.size(), VX_CP_LOCALE));
   EXPECT_EQ(text.size(), cursor);
+}
+
+using ButtokenBounds = GuardedTextTest;
+
+TEST_F(ButtokenBounds, LocaleTextEndingInALeadByteIsNotReadPastItsEnd) {
+  const char* text = atGuard("ab \xC3", 4);
+  VXSIZE_T cursor = 0;
+  EXPECT_EQ(2u, buttoken(text, &cursor, BUT_TOKEN_PUNCTUATION, 4, VX_CP_LOCALE));
+  cursor += 2;
+  EXPECT_EQ(1u, buttoken(text, &cursor, BUT_TOKEN_PUNCTUATION, 4, VX_CP_LOCALE));
+  EXPECT_EQ(3u, cursor);
 }
 
 }  // namespace

@@ -2,15 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <clocale>
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "containers/vxarray.h"
+#include "guarded_text_support.h"
 
 namespace {
 
@@ -406,38 +402,8 @@ TEST(VxScannerCompare, EqualityAndSets) {
   EXPECT_FALSE(VxScanner::isTokenWithinCi(t, "SELECTED"));
 }
 
-// Texts handed to the scanner need not end with a NUL. In a UTF-8 process
-// locale the multibyte tests read beyond a byte that can begin a longer
-// character, so every such test must stop at the end of the text. The
-// texts below end flush against an inaccessible page, so that any read
-// past their end (in the library or in the C runtime) faults.
-class VxScannerBounds : public ::testing::Test {
- protected:
-  void SetUp() override {
-    if (setlocale(LC_ALL, "C.UTF-8") == nullptr && setlocale(LC_ALL, "C.utf8") == nullptr)
-      GTEST_SKIP() << "no UTF-8 locale";
-    page_ = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    void* map = mmap(nullptr, 2 * page_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(MAP_FAILED, map);
-    pages_ = static_cast<char*>(map);
-    ASSERT_EQ(0, mprotect(pages_ + page_, page_, PROT_NONE));
-  }
-  void TearDown() override {
-    if (pages_ != nullptr) munmap(pages_, 2 * page_);
-    setlocale(LC_ALL, "C");
-  }
-
-  // A copy of the n bytes of text that ends where the guard page begins.
-  const char* atGuard(const char* text, size_t n) {
-    char* copy = pages_ + page_ - n;
-    memcpy(copy, text, n);
-    return copy;
-  }
-
- private:
-  size_t page_ = 0;
-  char* pages_ = nullptr;
-};
+// Texts handed to the scanner need not end with a NUL.
+using VxScannerBounds = GuardedTextTest;
 
 TEST_F(VxScannerBounds, LocaleTextEndingInALeadByteIsNotReadPastItsEnd) {
   VxScanner s(atGuard("ab\xC3", 3), 3, VX_CP_LOCALE);
