@@ -1,0 +1,200 @@
+// Number conversion: vxlib's convert against the C and C++ libraries.
+//
+// Text to number: convert(text, &u64 / &i64) against strtoull / strtoll
+// and std::from_chars. Number to text: convert(buffer, value) against
+// std::to_chars. Each case runs over 4096 numbers, either of every length
+// (1 to 20 digits, evenly) or short (1 to 5 digits, typical of lengths,
+// ports and counts). After the runs a table gives, for each case, vxlib's
+// CPU time divided by each peer's (below 1: vxlib is faster), from the
+// median when the runs are repeated (--benchmark_repetitions).
+#include <benchmark/benchmark.h>
+
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "values/convert.h"
+
+namespace {
+
+const size_t kCount = 4096;
+
+// kCount values; `maxDigits` bounds their decimal length, lengths evenly
+// spread from 1 up to it. Negative values when `withSign` (half of them).
+std::vector<uint64_t> makeValues(int maxDigits, bool withSign) {
+  std::mt19937_64 random(42);
+  std::vector<uint64_t> values;
+  for (size_t i = 0; i < kCount; ++i) {
+    int digits = 1 + int(i % size_t(maxDigits));
+    uint64_t value = random() % 9 + 1;
+    for (int d = 1; d < digits; ++d) value = value * 10 + random() % 10;
+    if (withSign) {
+      value &= INT64_MAX;  // 20-digit values do not fit: keep them positive
+      if (random() & 1) value = uint64_t(-int64_t(value));
+    }
+    values.push_back(value);
+  }
+  return values;
+}
+
+std::vector<std::string> makeTexts(const std::vector<uint64_t>& values, bool withSign) {
+  std::vector<std::string> texts;
+  for (uint64_t v : values) texts.push_back(withSign ? std::to_string(int64_t(v)) : std::to_string(v));
+  return texts;
+}
+
+struct Data {
+  std::vector<uint64_t> values;
+  std::vector<std::string> texts;
+};
+
+const Data& data(bool shortNumbers, bool withSign) {
+  static std::map<std::pair<bool, bool>, Data> cache;
+  Data& d = cache[{shortNumbers, withSign}];
+  if (d.values.empty()) {
+    d.values = makeValues(shortNumbers ? 5 : withSign ? 19 : 20, withSign);
+    d.texts = makeTexts(d.values, withSign);
+  }
+  return d;
+}
+
+// Runs `parse` on every text of the data set, once per iteration.
+template <typename Parse>
+void parseAll(benchmark::State& state, const Data& d, Parse parse) {
+  uint64_t sum = 0;
+  for (auto _ : state) {
+    for (const std::string& t : d.texts) sum += parse(t);
+    benchmark::DoNotOptimize(sum);
+  }
+  state.SetItemsProcessed(int64_t(state.iterations() * d.texts.size()));
+}
+
+template <typename Format>
+void formatAll(benchmark::State& state, const Data& d, Format format) {
+  char buffer[32];
+  uint64_t sum = 0;
+  for (auto _ : state) {
+    for (uint64_t v : d.values) sum += format(buffer, v);
+    benchmark::DoNotOptimize(sum);
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(int64_t(state.iterations() * d.values.size()));
+}
+
+void registerCases(const char* length, bool shortNumbers) {
+  std::string u = std::string("parse_u64_") + length;
+  std::string s = std::string("parse_i64_") + length;
+  const Data& du = data(shortNumbers, false);
+  const Data& ds = data(shortNumbers, true);
+
+  benchmark::RegisterBenchmark((u + "/vx").c_str(), [&du](benchmark::State& st) {
+    parseAll(st, du, [](const std::string& t) {
+      VXSIZE_T v = 0;
+      convert(t.c_str(), &v);
+      return v;
+    });
+  });
+  benchmark::RegisterBenchmark((u + "/strtoull").c_str(), [&du](benchmark::State& st) {
+    parseAll(st, du, [](const std::string& t) { return uint64_t(strtoull(t.c_str(), nullptr, 10)); });
+  });
+  benchmark::RegisterBenchmark((u + "/from_chars").c_str(), [&du](benchmark::State& st) {
+    parseAll(st, du, [](const std::string& t) {
+      uint64_t v = 0;
+      std::from_chars(t.data(), t.data() + t.size(), v);
+      return v;
+    });
+  });
+
+  benchmark::RegisterBenchmark((s + "/vx").c_str(), [&ds](benchmark::State& st) {
+    parseAll(st, ds, [](const std::string& t) {
+      VXSSIZE_T v = 0;
+      convert(t.c_str(), &v);
+      return uint64_t(v);
+    });
+  });
+  benchmark::RegisterBenchmark((s + "/strtoll").c_str(), [&ds](benchmark::State& st) {
+    parseAll(st, ds, [](const std::string& t) { return uint64_t(strtoll(t.c_str(), nullptr, 10)); });
+  });
+  benchmark::RegisterBenchmark((s + "/from_chars").c_str(), [&ds](benchmark::State& st) {
+    parseAll(st, ds, [](const std::string& t) {
+      int64_t v = 0;
+      std::from_chars(t.data(), t.data() + t.size(), v);
+      return uint64_t(v);
+    });
+  });
+
+  std::string fu = std::string("format_u64_") + length;
+  std::string fs = std::string("format_i64_") + length;
+  benchmark::RegisterBenchmark((fu + "/vx").c_str(), [&du](benchmark::State& st) {
+    formatAll(st, du, [](char* b, uint64_t v) { return size_t(convert(b, VXSIZE_T(v))); });
+  });
+  benchmark::RegisterBenchmark((fu + "/to_chars").c_str(), [&du](benchmark::State& st) {
+    formatAll(st, du, [](char* b, uint64_t v) {
+      char* end = std::to_chars(b, b + 32, v).ptr;
+      *end = '\0';  // convert writes a NUL too
+      return size_t(end - b);
+    });
+  });
+  benchmark::RegisterBenchmark((fs + "/vx").c_str(), [&ds](benchmark::State& st) {
+    formatAll(st, ds, [](char* b, uint64_t v) { return size_t(convert(b, VXSSIZE_T(v))); });
+  });
+  benchmark::RegisterBenchmark((fs + "/to_chars").c_str(), [&ds](benchmark::State& st) {
+    formatAll(st, ds, [](char* b, uint64_t v) {
+      char* end = std::to_chars(b, b + 32, int64_t(v)).ptr;
+      *end = '\0';
+      return size_t(end - b);
+    });
+  });
+}
+
+// Console output as usual, then the ratio table: for every case, the time
+// of ".../vx" divided by the time of each peer of the same case.
+class RatioReporter : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& r : runs) {
+      // With --benchmark_repetitions the median is used, else the one run.
+      bool median = r.run_type == Run::RT_Aggregate && r.aggregate_name == "median";
+      if (r.error_occurred || !(median || r.run_type == Run::RT_Iteration)) continue;
+      std::string name = r.run_name.function_name;
+      size_t slash = name.find('/');
+      if (slash == std::string::npos) continue;
+      std::map<std::string, double>& peers = times_[name.substr(0, slash)];
+      std::string peer = name.substr(slash + 1);
+      if (median || !peers.count(peer)) peers[peer] = r.GetAdjustedCPUTime();
+    }
+  }
+
+  void Finalize() override {
+    ConsoleReporter::Finalize();
+    printf("\n%-22s %-12s %s\n", "case", "peer", "vx CPU time / peer CPU time");
+    for (const auto& entry : times_) {
+      auto vx = entry.second.find("vx");
+      if (vx == entry.second.end()) continue;
+      for (const auto& peer : entry.second) {
+        if (peer.first == "vx") continue;
+        printf("%-22s %-12s %.2f\n", entry.first.c_str(), peer.first.c_str(), vx->second / peer.second);
+      }
+    }
+  }
+
+ private:
+  std::map<std::string, std::map<std::string, double>> times_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  registerCases("all_lengths", false);
+  registerCases("short", true);
+  benchmark::Initialize(&argc, argv);
+  RatioReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  benchmark::Shutdown();
+  return 0;
+}
