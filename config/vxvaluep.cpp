@@ -37,7 +37,8 @@ VxValueParser::VxValueParser(const VxSubString& input, char separator, const cha
       usedSize_(0),
       fetchCursor_(0),
       allowDuplicates_(allowDuplicates != 0),
-      firstAttribute_(kNoneYet) {
+      firstAttribute_(kNoneYet),
+      attributeSeen_(false) {
   attributes_.setCaseInsensitive();
 }
 
@@ -62,6 +63,7 @@ VxError& VxValueParser::raiseParseError() {
 // separator. Anything else after an attribute is a syntax error.
 unsigned VxValueParser::initialize() {
   firstAttribute_ = kNoneYet;
+  attributeSeen_ = false;
   for (;;) {
     if (scanner_.getToken(token_) == VX_TOKEN_END) break;
     if (token_.getTokenType() != static_cast<unsigned char>(separator_) && parseAttribute() != 0) return 1;
@@ -114,14 +116,21 @@ unsigned VxValueParser::parseAttribute() {
   if (scanner_.getDelimitedToken(value, separator_) == VX_TOKEN_END)
     value.setToken(text, scanner_.getLength(), 0, codePage_, VX_TOKEN_WORD);
 
-  if (firstAttribute_ == kNoneYet) {
+  // Only the first attribute decides: after "UID=u" neither a later DSN
+  // nor a later DRIVER drops the other.
+  if (!attributeSeen_) {
+    attributeSeen_ = true;
     if (keywordIs(keyword, "DSN"))
       firstAttribute_ = kDsnFirst;
     else if (keywordIs(keyword, "DRIVER"))
       firstAttribute_ = kDriverFirst;
   }
-  bool dropped = present || (firstAttribute_ == kDriverFirst && keywordIs(keyword, "DSN")) ||
-                 (firstAttribute_ == kDsnFirst && keywordIs(keyword, "DRIVER"));
+  // deliberate: after a first DSN, "DRIVER" is recognised by its length
+  // and first letter only, so any six-character keyword starting with D
+  // or d is dropped.
+  bool driverAfterDsn = firstAttribute_ == kDsnFirst && keyword.getLength() == 6 &&
+                        (keyword.asPascalStr()[0] == 'D' || keyword.asPascalStr()[0] == 'd');
+  bool dropped = present || (firstAttribute_ == kDriverFirst && keywordIs(keyword, "DSN")) || driverAfterDsn;
   if (!dropped) {
     VxSubString* key = new VxSubString(keyword);
     VxSubString* data = new VxSubString(value.asPascalStr(), value.getLength(), codePage_);

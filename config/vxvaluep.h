@@ -12,9 +12,14 @@
 //  - The bare keyword "ODBC" is skipped: no "=" and no value follow it.
 //  - The equals sign may be the start of a longer operator ("==x" gives the
 //    value "=x").
-//  - A value runs up to the next separator outside quoted literals.
+//  - A value runs up to the next separator outside quoted literals and is
+//    kept as written, quotes included (PWD='a;b' has the value 'a;b'), so
+//    that buildString writes it back unchanged.
 //  - When the first attribute is "DSN", a later "DRIVER" is dropped; when it
-//    is "DRIVER", a later "DSN" is dropped.
+//    is "DRIVER", a later "DSN" is dropped. Only the very first attribute
+//    counts (the bare "ODBC" is none). Deliberately, "DRIVER" after a first
+//    "DSN" is recognised by length and first letter only: any six-character
+//    keyword starting with D or d is dropped there.
 //  - A repeated keyword is an error unless repeats are allowed; "Driver" may
 //    always repeat. Of repeated keywords the first value stays.
 //  - Empty pieces (";;", a leading or trailing ";") are allowed.
@@ -124,6 +129,7 @@ class VX_EXPORT VxValueParser : public VxObject {
   uint16_t fetchCursor_;
   bool allowDuplicates_;
   FirstAttribute firstAttribute_;
+  bool attributeSeen_;  // the first attribute has been read
 };
 
 #endif  // VX_CONFIG_VXVALUEP_H_

@@ -85,6 +85,30 @@ TEST_F(VxValueParserTest, DsnFirstDropsLaterDriverAndTheOtherWayRound) {
   EXPECT_EQ((Pairs{{"driver", "b"}, {"UID", "u"}}), attributes(pb));
 }
 
+TEST_F(VxValueParserTest, OnlyTheVeryFirstAttributeDecidesBetweenDsnAndDriver) {
+  VxSubString in("UID=u;DSN=a;DRIVER=b");
+  VxValueParser p(in, ';', nullptr, 0);
+  ASSERT_EQ(0u, p.initialize());
+  EXPECT_EQ((Pairs{{"UID", "u"}, {"DSN", "a"}, {"DRIVER", "b"}}), attributes(p));
+
+  VxSubString odbc("ODBC;DSN=a;Driver=b");
+  VxValueParser q(odbc, ';', nullptr, 0);
+  ASSERT_EQ(0u, q.initialize());
+  EXPECT_EQ((Pairs{{"DSN", "a"}}), attributes(q));
+}
+
+TEST_F(VxValueParserTest, AfterAFirstDsnAnySixLetterKeywordStartingWithDIsDeliberatelyDropped) {
+  VxSubString in("DSN=a;Domain=x;dbname=y;Data=z;UID=u");
+  VxValueParser p(in, ';', nullptr, 0);
+  ASSERT_EQ(0u, p.initialize());
+  EXPECT_EQ((Pairs{{"DSN", "a"}, {"Data", "z"}, {"UID", "u"}}), attributes(p));
+
+  VxSubString driverFirst("DRIVER=d;Domain=x");
+  VxValueParser q(driverFirst, ';', nullptr, 0);
+  ASSERT_EQ(0u, q.initialize());
+  EXPECT_EQ((Pairs{{"DRIVER", "d"}, {"Domain", "x"}}), attributes(q));
+}
+
 TEST_F(VxValueParserTest, RepeatedKeywordFailsWith2706AppendedUnlessAllowed) {
   VxSubString in("DSN=a;dsn=b");
   VxValueParser p(in, ';', nullptr, 0);
