@@ -2,8 +2,9 @@
 //
 // bosFileOpen works in this order:
 //  1. trace the name;
-//  2. 0x40: a fresh temporary name ("vx" prefix, in "VX_TMPDIR" when set)
-//     replaces the caller's name, and 0x1 is added;
+//  2. 0x40: a fresh temporary name ("vx" prefix, in "VX_TMPDIR" when set,
+//     else in the system's temporary directory) replaces the caller's
+//     name, and 0x1 is added;
 //  3. 0x200: a recognised configuration file adds 0x8;
 //  4. 0x8: the working path is $HOME "/" name (the name alone without
 //     $HOME); a recognised configuration file is then redirected and its
@@ -16,12 +17,14 @@
 //  7. when that open fails and 0x10 is set, locate the name along $PATH
 //     and retry step 6 once with the path found.
 // Every open uses permission bits 0666 before the process's umask.
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include "bos/bos.h"
@@ -56,16 +59,50 @@ uint16_t failWithErrno(int code, const char* name) {
   return 1;
 }
 
-// Writes a fresh temporary name into the path buffer `name`. tempnam
-// is what the name is made of, deliberately: the file is created by the
-// caller's open right after, with 0x20 when it must not exist yet.
+// Writes into the path buffer `name` a name in `directory` that names
+// nothing yet: "vx" and six letters or digits, as tempnam makes it. False
+// when the directory is too long or a hundred tries all hit existing names.
+bool nameInDirectory(char* name, const char* directory) {
+  static std::atomic<uint64_t> sequence{0};
+  static const char kLetters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+  size_t length = strlen(directory);
+  while (length > 1 && directory[length - 1] == '/') --length;
+  struct timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  uint64_t seed = (uint64_t(getpid()) << 32) ^ uint64_t(now.tv_nsec) ^ uint64_t(now.tv_sec);
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    // splitmix64 of the seed and a process-wide sequence number
+    uint64_t v = seed + (sequence.fetch_add(1) + 1) * 0x9E3779B97F4A7C15ULL;
+    v = (v ^ (v >> 30)) * 0xBF58476D1CE4E5B9ULL;
+    v = (v ^ (v >> 27)) * 0x94D049BB133111EBULL;
+    v ^= v >> 31;
+    char file[10] = "/vx";
+    for (int i = 0; i < 6; ++i, v /= 62) file[3 + i] = kLetters[v % 62];
+    int written = snprintf(name, BOS_MAX_PATH, "%.*s%s", int(length), directory, file);
+    if (written < 0 || written >= BOS_MAX_PATH) return false;
+    struct stat info;
+    if (lstat(name, &info) != 0 && errno == ENOENT) return true;
+  }
+  return false;
+}
+
+// Writes a fresh temporary name into the path buffer `name`: in
+// "VX_TMPDIR" when that names a directory, else from tempnam (the system's
+// temporary directory). tempnam itself would prefer $TMPDIR to the
+// directory it is given, so the name in "VX_TMPDIR" is made here. The file
+// is created by the caller's open right after, exclusively with 0x20.
 uint16_t makeTemporaryName(char* name) {
   const char* directory = fileLayerEnv("VX_TMPDIR");
-  char* fresh = tempnam(directory, "vx");
-  // Deliberate: without tempnam the name is "/tmp" and "vx" run together.
-  bool fits = fresh ? joinPath(name, fresh) : joinPath(name, "/tmp", "vx");
-  free(fresh);
-  if (!fits) return reportLongName(directory ? directory : "");
+  struct stat info;
+  bool made = directory && stat(directory, &info) == 0 && S_ISDIR(info.st_mode) &&
+              nameInDirectory(name, directory);
+  if (!made) {
+    char* fresh = tempnam(nullptr, "vx");
+    // Deliberate: without tempnam the name is "/tmp" and "vx" run together.
+    bool fits = fresh ? joinPath(name, fresh) : joinPath(name, "/tmp", "vx");
+    free(fresh);
+    if (!fits) return reportLongName("");
+  }
   if (BOS_RUNTIME_DEBUG.debugItem(VX_DEBUG_FILE_OPEN)) printf("bosfopen: Temp File %s ", name);
   return 0;
 }

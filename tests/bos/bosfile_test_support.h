@@ -29,7 +29,7 @@ class FileLayerTest : public ::testing::Test {
     savedCwd = cwd;
     // Nothing from the real environment may leak into a test.
     for (const char* name : {"HOME", "ODBCINI", "ODBC_INI", "ODBCINST", "ODBCINSTINI", "VXLIB_INI",
-                             "VX_SYSTEM_INI", "VX_TMPDIR", "VX", "VXLIB", "LD_LIBRARY_PATH",
+                             "VX_SYSTEM_INI", "VX_TMPDIR", "TMPDIR", "VX", "VXLIB", "LD_LIBRARY_PATH",
                              "LD_RUN_PATH", "PATH"}) {
       unsetEnv(name);
     }

@@ -135,6 +135,33 @@ TEST_F(FileOpen, TemporaryNameGoesIntoVxTmpdirAndTheCallersBuffer) {
   EXPECT_EQ(0, bosFileDelete(buffer));
 }
 
+TEST_F(FileOpen, VxTmpdirBeatsTmpdir) {
+  std::string mine = makeDir("mine");
+  std::string system = makeDir("system");
+  setEnv("VX_TMPDIR", mine + "/");
+  setEnv("TMPDIR", system);
+  PathBuffer buffer;
+  int handle = -1;
+  ASSERT_EQ(0, bosFileOpen(buffer, BOS_OPEN_TEMPORARY, &handle));
+  EXPECT_EQ(mine + "/vx", buffer.str().substr(0, mine.size() + 3));
+  EXPECT_EQ(mine.size() + 9, buffer.str().size());
+  bosFileClose(handle);
+}
+
+TEST_F(FileOpen, TemporaryNameWithoutVxTmpdirComesFromTheSystem) {
+  std::string system = makeDir("system");
+  setEnv("TMPDIR", system);
+  PathBuffer buffer;
+  int handle = -1;
+  ASSERT_EQ(0, bosFileOpen(buffer, BOS_OPEN_TEMPORARY, &handle));
+  EXPECT_EQ(system + "/vx", buffer.str().substr(0, system.size() + 3));
+  bosFileClose(handle);
+  setEnv("VX_TMPDIR", at("not-a-directory"));
+  ASSERT_EQ(0, bosFileOpen(buffer, BOS_OPEN_TEMPORARY, &handle));
+  EXPECT_EQ(system + "/vx", buffer.str().substr(0, system.size() + 3));
+  bosFileClose(handle);
+}
+
 TEST_F(FileOpen, TemporaryNamesDifferFromOneOpenToTheNext) {
   setEnv("VX_TMPDIR", dir);
   PathBuffer first, second;
