@@ -3,7 +3,7 @@
 // and unixODBC's SQLGetPrivateProfileString, all naming the file
 // "odbc.ini" redirected by ODBCINI. Also the cost of one refresh check
 // (proFileSync) of a cache whose file did not change. After the table it
-// prints lookups per second per side and unixODBC's time divided by each
+// prints lookups per CPU second per side and unixODBC's CPU time divided by each
 // vxlib form's (above 1 means vxlib is faster).
 #include <benchmark/benchmark.h>
 #include <odbcinst.h>
@@ -85,7 +85,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
       std::string name = run.run_name.function_name;  // profile/<section>/<side>
       size_t first = name.find('/'), last = name.rfind('/');
       if (first == std::string::npos || last == first) continue;
-      times[name.substr(first + 1, last - first - 1)][name.substr(last + 1)] = run.GetAdjustedRealTime();
+      times[name.substr(first + 1, last - first - 1)][name.substr(last + 1)] = run.GetAdjustedCPUTime();
     }
   }
   void printRatios() const {
