@@ -73,18 +73,36 @@ class SemaphoreGuard {
   VxSemaphore& lock_;
 };
 
-// The library error number of the open that just failed: the last record
-// when the thread has a list, else what errno says.
-uint16_t lastOpenError() {
-  if (VxErrorKeeper::getErrorList()) return VxErrorKeeper::getLastErrorNumber();
-  switch (errno) {
-    case ENOENT: return kFileNotFound;
-    case EACCES: return kAccessDenied;
-    case EPERM: return kNoPermission;
-    case EAGAIN: return kLockHeld;
-    default: return 0;
+// What one call filed in the thread's error list: the number of the record
+// it added (errno's meaning when there is no list, or when the list kept
+// nothing new, as a full single-error list does), and taking that record
+// back out. Records the caller had before are never touched.
+class CallErrors {
+ public:
+  CallErrors() : list_(VxErrorKeeper::getErrorList()), before_(list_ ? list_->getCount() : 0) {}
+
+  bool filed() const { return list_ && list_->getCount() > before_; }
+  uint16_t number() const {
+    if (filed()) return VxErrorKeeper::getLastErrorNumber();
+    switch (errno) {
+      case ENOENT: return kFileNotFound;
+      case EACCES: return kAccessDenied;
+      case EPERM: return kNoPermission;
+      case EAGAIN: return kLockHeld;
+      default: return 0;
+    }
   }
-}
+  void clear() {
+    if (filed()) VxErrorKeeper::clearLastError();
+  }
+  void markWarning() {
+    if (filed()) VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);
+  }
+
+ private:
+  VxErrorList* list_;
+  VXSIZE_T before_;
+};
 
 uint64_t nowMs() {
   struct timespec now;
@@ -104,9 +122,10 @@ uint16_t openWaitingForToken(const char* name, char* path, uint32_t mode, int* h
   uint64_t deadline = nowMs() + kIniLockWaitMs;
   for (long backoff = 200000;; backoff = backoff < 8000000 ? backoff * 2 : backoff) {
     strcpy(path, name);
+    CallErrors attempt;
     if (bosFileOpen(path, mode, handle, "V+X?", "TEXT") == 0) return 0;
-    if (lastOpenError() != kLockHeld || nowMs() >= deadline) return 1;
-    if (VxErrorKeeper::getErrorList()) VxErrorKeeper::clearLastError();
+    if (attempt.number() != kLockHeld || nowMs() >= deadline) return 1;
+    attempt.clear();
     pause(backoff);
   }
 }
@@ -236,13 +255,15 @@ uint16_t VxIniFileCache::loadLocked(const char* name) {
   bool haveList = VxErrorKeeper::getErrorList() != nullptr;
   char path[BOS_MAX_PATH];
   FileIoGuard io;
-  while (openWaitingForToken(saved, path, openMode_ | BOS_OPEN_SHARED_LOCK, &fileHandle_) != 0) {
-    uint16_t error = lastOpenError();
+  for (;;) {
+    CallErrors attempt;
+    if (openWaitingForToken(saved, path, openMode_ | BOS_OPEN_SHARED_LOCK, &fileHandle_) == 0) break;
+    uint16_t error = attempt.number();
     bool readWrite = (openMode_ & BOS_OPEN_READ_WRITE) != 0;
     bool retry;
     if (installedDrivers) {
       if (!readWrite && error == kFileNotFound) {
-        if (haveList) VxErrorKeeper::clearLastError();
+        attempt.clear();
         path_ = ramAllocStr(saved);
         fileHandle_ = 0;
         setOpen();
@@ -256,15 +277,16 @@ uint16_t VxIniFileCache::loadLocked(const char* name) {
     }
     if (!retry) {
       fileHandle_ = 0;
-      if (haveList) VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);
+      attempt.markWarning();
       return 1;
     }
-    if (haveList) VxErrorKeeper::clearLastError();
+    attempt.clear();
     openMode_ &= ~uint32_t(installedDrivers || !haveList
                                ? BOS_OPEN_READ_WRITE | BOS_OPEN_CREATE_IF_MISSING
                                : BOS_OPEN_READ_WRITE);
   }
 
+  CallErrors reading;
   path_ = ramAllocStr(path);
   uint16_t status = path_ ? 0 : 1;
   if (!path_) addError(kOutOfMemory);
@@ -273,7 +295,7 @@ uint16_t VxIniFileCache::loadLocked(const char* name) {
   bosFileClose(fileHandle_);
   fileHandle_ = 0;
   if (status != 0) {
-    if (haveList) VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);
+    reading.markWarning();
     return 1;
   }
   setOpen();
@@ -432,8 +454,9 @@ int32_t VxIniFileCache::bosGetProfileInt(const char* section, const char* entry,
   text[digits] = '\0';
   int32_t value = 0;
   if (digits == 0) return int32_t(defaultValue);  // deliberate narrowing
+  CallErrors conversion;
   if (convert(text, &value) != 0) {
-    VxErrorKeeper::clearLastError();  // the range error is not the caller's
+    conversion.clear();  // the range error is not the caller's
     return int32_t(defaultValue);
   }
   return value;

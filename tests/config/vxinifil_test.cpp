@@ -361,3 +361,21 @@ TEST_F(IniCacheTest, ListRemoveHandsTheCacheToTheCaller) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(IniCacheTest, CallersEarlierErrorSurvivesInASingleErrorList) {
+  std::string full = writeFile("a.ini", "[s]\nhuge=99999999999\n");
+  VxErrorList single(nullptr, 0);
+  VxErrorKeeper::setErrorList(&single);
+  addError(1503);
+  VxIniFileCache cache(full.c_str());
+  EXPECT_EQ(7, cache.bosGetProfileInt("s", "huge", 7));
+  VxIniFileCache installed("odbcinst.ini");  // absent: loads empty
+  EXPECT_TRUE(installed.isOpen());
+  ASSERT_EQ(1u, single.getCount());
+  EXPECT_EQ(1503, single.at(0)->getErrorNumber());
+  VxErrorKeeper::giveUpErrorList();
+}
+
+}  // namespace
