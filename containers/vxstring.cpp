@@ -41,6 +41,14 @@ VXSIZE_T countQuotes(const char* p, VXSIZE_T n, vxCPType cp, char quote) {
   return count;
 }
 
+// Whether the n bytes at p lie, at least in part, in the buffer of
+// capacity bytes at data. An edit moves that buffer's bytes (growth may
+// reallocate it, the tail shifts), so text taken from it is copied aside
+// first.
+bool overlapsBuffer(const char* data, VXSIZE_T capacity, const char* p, VXSIZE_T n) {
+  return data != nullptr && p != nullptr && n != 0 && p < data + capacity && data < p + n;
+}
+
 // Byte at which a quoted stretch opened by c ends (c itself), or 0 when c
 // opens none. Quotes are ignored when q1 is 0.
 char quoteOpenedBy(char c, char q1, char q2, char q3) {
@@ -435,6 +443,13 @@ unsigned VxString::changeBytes(VXSIZE_T pos, VXSIZE_T oldLen, const char* newByt
   } else if (newLen == 0) {
     newLen = strLen(newBytes);
   }
+  if (overlapsBuffer(data_, capacity_, newBytes, newLen)) {
+    char* copy = ramAllocStr(newBytes, newLen);
+    if (copy == nullptr) return 1;
+    unsigned status = changeBytes(pos, oldLen, copy, newLen);
+    free(copy);
+    return status;
+  }
   if (newLen > oldLen && assureSpace(newLen - oldLen)) return 1;
   if (newLen != oldLen && pos + oldLen < length_) {
     uint16_t tail = static_cast<uint16_t>(length_ - pos - oldLen);
@@ -463,6 +478,18 @@ unsigned VxString::replaceSubString(const char* oldText, VXSIZE_T oldLen, const 
     newLen = 0;
   } else if (newLen == 0) {
     newLen = strLen(newText);
+  }
+  if (overlapsBuffer(data_, capacity_, oldText, oldLen) ||
+      overlapsBuffer(data_, capacity_, newText, newLen)) {
+    char* oldCopy = ramAllocStr(oldText, oldLen);
+    char* newCopy = newLen == 0 ? nullptr : ramAllocStr(newText, newLen);
+    unsigned status = 1;
+    if (oldCopy != nullptr && (newLen == 0 || newCopy != nullptr)) {
+      status = replaceSubString(oldCopy, oldLen, newLen == 0 ? newText : newCopy, newLen);
+    }
+    free(oldCopy);
+    free(newCopy);
+    return status;
   }
   if (newLen > oldLen) {
     VXSIZE_T count = 0;

@@ -192,10 +192,13 @@ class VX_EXPORT VxString : public VxSubString {
   // Replaces oldLen bytes at pos by newLen bytes of newBytes. newLen 0
   // with non-null newBytes takes strLen(newBytes); null newBytes deletes.
   // Deliberate: the length of the moved tail and the number of new bytes
-  // copied are both taken modulo 65536. 1 on failure, else 0.
+  // copied are both taken modulo 65536. newBytes may lie in this string's
+  // own buffer (it is copied aside first). 1 on failure, else 0.
   unsigned changeBytes(VXSIZE_T pos, VXSIZE_T oldLen, const char* newBytes, VXSIZE_T newLen);
   // Replaces every occurrence of oldText from offset 0; each search goes
-  // on just after the inserted text. 1 when a replacement fails, else 0.
+  // on just after the inserted text. Either text may lie in this string's
+  // own buffer (both are copied aside first). 1 when a replacement fails,
+  // else 0.
   unsigned replaceSubString(const char* oldText, VXSIZE_T oldLen, const char* newText, VXSIZE_T newLen);
   unsigned replaceSubString(const char* oldText, const char* newText);
   // stretch points into this string's own buffer: replaces exactly that

@@ -430,6 +430,24 @@ TEST_F(VxStringTest, ChangeBytesDeliberatelyCopiesNewBytesModulo65536) {
   EXPECT_EQ('\0', buffer[65537]);
 }
 
+TEST_F(VxStringTest, ChangeBytesMayTakeItsNewBytesFromItsOwnBuffer) {
+  VxString s;
+  ASSERT_EQ(0u, s.initialize("abc"));
+  ASSERT_EQ(0u, s.changeBytes(0, 1, s.asPascalStr() + 1, 2));  // the tail moves under them
+  EXPECT_STREQ("bcbc", s.asCStr());
+  ASSERT_EQ(0u, s.changeBytes(4, 0, s.asPascalStr(), 4));  // the buffer grows under them
+  EXPECT_STREQ("bcbcbcbc", s.asCStr());
+}
+
+TEST_F(VxStringTest, ReplaceSubStringMayTakeItsTextsFromItsOwnBuffer) {
+  VxString s;
+  ASSERT_EQ(0u, s.initialize("aXa"));
+  ASSERT_EQ(0u, s.replaceSubString("X", 1, s.asPascalStr(), 3));
+  EXPECT_STREQ("aaXaa", s.asCStr());
+  ASSERT_EQ(0u, s.replaceSubString(s.asPascalStr(), 1, "b", 1));
+  EXPECT_STREQ("bbXbb", s.asCStr());
+}
+
 TEST_F(VxStringTest, ReplaceSubStringDeliberatelyContinuesAfterTheInsertedText) {
   VxString s;
   ASSERT_EQ(0u, s.initialize("aaaa"));
