@@ -36,7 +36,9 @@ char* strFind(const char* s, char ch, strFindOptions, vxCPType cp) {
 
 char* strFind(const char* s, VXSIZE_T ns, const char* pat, VXSIZE_T np, vxCPType cp) {
   if (np == 0 || np > ns) return nullptr;
-  for (VXSIZE_T i = 0; np <= ns - i; i += vxCharSizeWithin(s + i, ns - i, cp)) {
+  // A UTF-8 character cut by the length steps i past ns, so i is checked
+  // before ns - i is formed.
+  for (VXSIZE_T i = 0; i < ns && np <= ns - i; i += vxCharSizeWithin(s + i, ns - i, cp)) {
     if (s[i] == pat[0] && memcmp(s + i, pat, np) == 0) return const_cast<char*>(s + i);
   }
   return nullptr;
@@ -88,7 +90,7 @@ char* strFindCi(const char* s, VXSIZE_T ns, const char* upper, const char* lower
                 vxCPType cp) {
   if (np == 0 || np > ns) return nullptr;
   VXSIZE_T i = 0;
-  while (np <= ns - i) {
+  while (i < ns && np <= ns - i) {
     VXSIZE_T k = 0;
     while (k < np && (s[i + k] == upper[k] || s[i + k] == lower[k])) ++k;
     if (k == np) return const_cast<char*>(s + i);

@@ -88,6 +88,15 @@ TEST_F(StrFind, TwoCasePatternSkipsMultibyteCharactersWhole) {
   EXPECT_EQ(s + 1, strFindCi(s, 2, "A", "a", 1, VX_CP_BYTES));
 }
 
+TEST_F(StrFind, Utf8CharacterCutByTheLengthEndsTheSearch) {
+  // The four-byte lead at offset 1 would step past the two counted bytes;
+  // the bytes after them must never be searched.
+  const char buffer[] = "a\xF0zzzz";
+  EXPECT_EQ(nullptr, strFind(buffer, 2, "z", 1, VX_CP_UTF8));
+  EXPECT_EQ(nullptr, strFindCi(buffer, 2, "Z", "z", 1, VX_CP_UTF8));
+  EXPECT_EQ(nullptr, strFindCi(buffer, 2, "z", 1, VX_CP_UTF8));
+}
+
 TEST_F(StrFind, ContainsChecksEveryCharacterAgainstClassesAndExtras) {
   EXPECT_TRUE(strContains("abc123", 6, nullptr, STR_CLASS_LOWER | STR_CLASS_DIGIT));
   EXPECT_FALSE(strContains("abc123", 6, nullptr, STR_CLASS_LOWER));
