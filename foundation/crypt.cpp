@@ -75,12 +75,32 @@ void complementKeepingLines(uint8_t* p, VXSIZE_T n) {
 // last offset (an odd length wraps its last pair around).
 inline VXSIZE_T partner(VXSIZE_T i, VXSIZE_T n) { return i + 1 == n ? 0 : i + 1; }
 
-}  // namespace
-
 // Method 3 takes the data in pairs (y at i, z at the partner of i) for
 // i = 0, 2, 4, ... and runs 32 rounds on each, with a running 8-bit sum
-// that gains 0x9E per round. A single byte is only XORed with k0.
-void encrypt(void* data, VXSIZE_T n, uint16_t method, const char* key) {
+// that gains 0x9E per round. A single byte is only XORed with k0. Undoing
+// it walks the pairs from the last to the first, running the rounds
+// backwards from the sum the last round reached (32 * 0x9E mod 256).
+void scrambleKeyedPairs(uint8_t* p, VXSIZE_T n, const char* key, bool undo) {
+  if (n == 0) return;
+  PairKey k = workingKey(key);
+  if (n == 1) {
+    p[0] ^= k.k0;
+    return;
+  }
+  if (!undo) {
+    for (VXSIZE_T i = 0; i < n; i += 2) encipherPair(p[i], p[partner(i, n)], k);
+    return;
+  }
+  VXSIZE_T last = (n - 1) & ~VXSIZE_T(1);
+  for (VXSIZE_T i = last + 2; i > 0;) {
+    i -= 2;
+    decipherPair(p[i], p[partner(i, n)], k);
+  }
+}
+
+// Methods 1 and 2 are their own inverse; method 3 is undone by walking
+// back. Any other method leaves the data as it is.
+void scramble(void* data, VXSIZE_T n, uint16_t method, const char* key, bool undo) {
   uint8_t* p = static_cast<uint8_t*>(data);
   switch (method) {
     case kComplement:
@@ -89,48 +109,20 @@ void encrypt(void* data, VXSIZE_T n, uint16_t method, const char* key) {
     case kComplementKeepLines:
       complementKeepingLines(p, n);
       break;
-    case kKeyedPairs: {
-      if (n == 0) break;
-      PairKey k = workingKey(key);
-      if (n == 1) {
-        p[0] ^= k.k0;
-        break;
-      }
-      for (VXSIZE_T i = 0; i < n; i += 2) encipherPair(p[i], p[partner(i, n)], k);
+    case kKeyedPairs:
+      scrambleKeyedPairs(p, n, key, undo);
       break;
-    }
     default:
       break;
   }
 }
 
-// Undoes encrypt: methods 1 and 2 are their own inverse; method 3 walks the
-// pairs from the last to the first, running the rounds backwards from the
-// sum the last round reached (32 * 0x9E mod 256).
+}  // namespace
+
+void encrypt(void* data, VXSIZE_T n, uint16_t method, const char* key) {
+  scramble(data, n, method, key, false);
+}
+
 void decrypt(void* data, VXSIZE_T n, uint16_t method, const char* key) {
-  uint8_t* p = static_cast<uint8_t*>(data);
-  switch (method) {
-    case kComplement:
-      complementAll(p, n);
-      break;
-    case kComplementKeepLines:
-      complementKeepingLines(p, n);
-      break;
-    case kKeyedPairs: {
-      if (n == 0) break;
-      PairKey k = workingKey(key);
-      if (n == 1) {
-        p[0] ^= k.k0;
-        break;
-      }
-      VXSIZE_T last = (n - 1) & ~VXSIZE_T(1);
-      for (VXSIZE_T i = last + 2; i > 0;) {
-        i -= 2;
-        decipherPair(p[i], p[partner(i, n)], k);
-      }
-      break;
-    }
-    default:
-      break;
-  }
+  scramble(data, n, method, key, true);
 }
