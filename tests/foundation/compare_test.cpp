@@ -9,11 +9,7 @@
 
 namespace {
 
-class Compare : public ::testing::Test {
- protected:
-  void SetUp() override { setlocale(LC_ALL, "C"); }
-  void TearDown() override { setlocale(LC_ALL, "C"); }
-};
+using Compare = CLocaleTest;
 
 // The bytes of an IEEE double, most significant first.
 std::string bigEndian(double d) {

@@ -6,6 +6,9 @@
 #ifndef VX_TESTS_FOUNDATION_LOCALE_SUPPORT_H_
 #define VX_TESTS_FOUNDATION_LOCALE_SUPPORT_H_
 
+#include <gtest/gtest.h>
+
+#include <clocale>
 #include <string>
 
 // Sets LC_ALL to `name` (e.g. "zh_CN.GBK"), compiling it from the locale
@@ -29,6 +32,14 @@ class ScopedTestLocale {
 
  private:
   bool ok;
+};
+
+// Fixture for tests that start in the "C" locale and must leave it so,
+// whatever locale a test switched to on the way.
+class CLocaleTest : public ::testing::Test {
+ protected:
+  void SetUp() override { setlocale(LC_ALL, "C"); }
+  void TearDown() override { setlocale(LC_ALL, "C"); }
 };
 
 // The locales the string tests use: a two-byte encoding (GBK, lead bytes

@@ -9,11 +9,7 @@
 
 namespace {
 
-class StrComp : public ::testing::Test {
- protected:
-  void SetUp() override { setlocale(LC_ALL, "C"); }
-  void TearDown() override { setlocale(LC_ALL, "C"); }
-};
+using StrComp = CLocaleTest;
 
 TEST_F(StrComp, CompareKeepsOnlyTheSign) {
   EXPECT_LT(strCompare("abc", "abd"), 0);

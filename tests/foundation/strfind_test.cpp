@@ -7,11 +7,7 @@
 
 namespace {
 
-class StrFind : public ::testing::Test {
- protected:
-  void SetUp() override { setlocale(LC_ALL, "C"); }
-  void TearDown() override { setlocale(LC_ALL, "C"); }
-};
+using StrFind = CLocaleTest;
 
 TEST_F(StrFind, FindsFirstAndLastCharacter) {
   const char* s = "abcabc";

@@ -8,11 +8,8 @@
 
 namespace {
 
-class StrLike : public ::testing::Test {
+class StrLike : public CLocaleTest {
  protected:
-  void SetUp() override { setlocale(LC_ALL, "C"); }
-  void TearDown() override { setlocale(LC_ALL, "C"); }
-
   // % and _ as wildcards, \ as escape.
   static bool like(const std::string& text, const std::string& pattern, int16_t caseSensitive = 0,
                    int16_t blanksSignificant = 1, vxCPType cp = VX_CP_LOCALE) {

@@ -7,11 +7,7 @@
 
 namespace {
 
-class StrTrim : public ::testing::Test {
- protected:
-  void SetUp() override { setlocale(LC_ALL, "C"); }
-  void TearDown() override { setlocale(LC_ALL, "C"); }
-};
+using StrTrim = CLocaleTest;
 
 TEST_F(StrTrim, RightTrimCutsTrailingWhiteSpace) {
   EXPECT_EQ(2u, strRightTrim("ab \t\n", 5, VX_CP_LOCALE));

@@ -9,11 +9,7 @@
 
 namespace {
 
-class VxCase : public ::testing::Test {
- protected:
-  void SetUp() override { setlocale(LC_ALL, "C"); }
-  void TearDown() override { setlocale(LC_ALL, "C"); }
-};
+using VxCase = CLocaleTest;
 
 TEST_F(VxCase, JavaToUpperMapsLatin1ByArithmetic) {
   EXPECT_EQ('A', javaToUpper('a'));

@@ -9,11 +9,7 @@
 
 namespace {
 
-class VxDbcs : public ::testing::Test {
- protected:
-  void SetUp() override { setlocale(LC_ALL, "C"); }
-  void TearDown() override { setlocale(LC_ALL, "C"); }
-};
+using VxDbcs = CLocaleTest;
 
 TEST_F(VxDbcs, Utf8CharSizeFollowsFirstByte) {
   EXPECT_EQ(2u, vxCharSize("\xC3\xA9", VX_CP_UTF8));
