@@ -479,13 +479,15 @@ unsigned VxString::replaceSubString(const char* oldText, VXSIZE_T oldLen, const 
   } else if (newLen == 0) {
     newLen = strLen(newText);
   }
+  // An empty text occurs nowhere.
+  if (oldLen == 0) return 0;
   if (overlapsBuffer(data_, capacity_, oldText, oldLen) ||
       overlapsBuffer(data_, capacity_, newText, newLen)) {
     char* oldCopy = ramAllocStr(oldText, oldLen);
     char* newCopy = newLen == 0 ? nullptr : ramAllocStr(newText, newLen);
     unsigned status = 1;
     if (oldCopy != nullptr && (newLen == 0 || newCopy != nullptr)) {
-      status = replaceSubString(oldCopy, oldLen, newLen == 0 ? newText : newCopy, newLen);
+      status = replaceSubString(oldCopy, oldLen, newCopy, newLen);
     }
     free(oldCopy);
     free(newCopy);

@@ -446,6 +446,9 @@ TEST_F(VxStringTest, ReplaceSubStringMayTakeItsTextsFromItsOwnBuffer) {
   EXPECT_STREQ("aaXaa", s.asCStr());
   ASSERT_EQ(0u, s.replaceSubString(s.asPascalStr(), 1, "b", 1));
   EXPECT_STREQ("bbXbb", s.asCStr());
+  ASSERT_EQ(0u, s.replaceSubString(nullptr, 0, s.asPascalStr(), 2));  // nothing to find
+  ASSERT_EQ(0u, s.replaceSubString(s.asPascalStr() + 2, 1, nullptr, 0));
+  EXPECT_STREQ("bbbb", s.asCStr());
 }
 
 TEST_F(VxStringTest, ReplaceSubStringDeliberatelyContinuesAfterTheInsertedText) {
