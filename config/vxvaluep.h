@@ -81,6 +81,9 @@ class VX_EXPORT VxValueParser : public VxObject {
   bool isAttributeValue(const char* keyword) const;
   bool isAttributeValue(const VxSubString& keyword) const;
 
+  // Counts, positions and the fetch cursor are 16-bit, as attribute
+  // indexes are: past the 65535th, attributes are reachable by name only.
+
   // Attributes the driver never fetched: their number, and one by one from
   // an internal cursor (null at the end); resetUnused forgets every fetch.
   uint16_t getUnusedCount() const;
