@@ -37,9 +37,10 @@ VxError::~VxError() = default;
 
 void VxError::setInterfaceCode(const char* code) {
   size_t n = 0;
-  if (code != nullptr)
+  if (code != nullptr) {
     while (n < sizeof interfaceCode_ - 1 && code[n] != '\0') ++n;
-  memcpy(interfaceCode_, code, n);
+    memcpy(interfaceCode_, code, n);
+  }
   interfaceCode_[n] = '\0';
 }
 

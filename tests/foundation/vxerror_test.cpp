@@ -124,6 +124,13 @@ TEST(VxErrorRecord, InterfaceCodeKeepsFiveCharacters) {
   EXPECT_EQ(77, e.getInterfaceError());
 }
 
+TEST(VxErrorRecord, NullInterfaceCodeEmptiesIt) {
+  VxError e(1, "", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0);
+  e.setInterfaceCode("08S01");
+  e.setInterfaceCode(nullptr);
+  EXPECT_STREQ("", e.getInterfaceCode());
+}
+
 TEST(VxErrorRecord, ParametersFillMarkersByPosition) {
   VxError e(1, "File %s1 not found (%d2), %d3.", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0);
   VxError& chained = e << "x.ini" << uint64_t(42) << int64_t(-7);
