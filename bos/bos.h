@@ -1,14 +1,17 @@
 // Operating-system services of the library: error mapping and byte-range
 // locks here; files, paths and configuration-file redirection in
-// bos/bosfile.h, included here. Functions return 0 on success and 1 on
-// failure and file the failure in the calling thread's current error list
-// (foundation/vxerror.h).
+// bos/bosfile.h, the environment, processes and shared libraries in
+// bos/bosenv.h, and the message catalog in bos/boslstr.h, all included
+// here. Functions return 0 on success and 1 on failure and file the
+// failure in the calling thread's current error list (foundation/vxerror.h).
 #ifndef VX_BOS_BOS_H_
 #define VX_BOS_BOS_H_
 
 #include <cstdint>
 
+#include "bos/bosenv.h"
 #include "bos/bosfile.h"
+#include "bos/boslstr.h"
 #include "foundation/vxexport.h"
 #include "foundation/vxtypes.h"
 

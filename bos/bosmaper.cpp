@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "bos/bos.h"
-#include "foundation/msgtext_internal.h"
+#include "bos/boslstr.h"
 #include "foundation/vxerror.h"
 
 namespace {
@@ -23,7 +23,7 @@ const ErrorMapping kErrorMappings[] = {
 };
 
 const uint16_t kUnmappedError = 30041;
-const uint16_t kSystemTextAndNameFormat = 30050;  // of the message module "nvutl21"
+const uint16_t kSystemTextAndNameFormat = 30050;  // of VX_SYSTEM_MESSAGE_MODULE
 
 // True when `format` has exactly two conversions and both are "%s", so it
 // can safely take the system's text and the name.
@@ -36,12 +36,15 @@ bool takesTwoStrings(const char* format) {
   return strings == 2;
 }
 
-// Loads message 30050 (up to 512 bytes) into `format`. It is used only when
-// the message catalog gives a real text: the lookup answers with the number
-// itself when no catalog carries the message, which counts as a failed
-// load, and so does a text that is not a format of two strings.
+// Loads message 30050 of its module (up to 512 bytes) into `format`. It is
+// used only when the message catalog gives a real text: the lookup answers
+// with the number itself when no catalog carries the message, which counts
+// as a failed load, and so does a text that is not a format of two strings.
 bool loadSystemTextAndNameFormat(char (&format)[512]) {
-  loadMessageText(kSystemTextAndNameFormat, format, sizeof format);
+  int32_t users = 0;
+  bosLoadResourceDLL(VX_SYSTEM_MESSAGE_MODULE, 0, nullptr, &users);
+  LoadString(VX_SYSTEM_MESSAGE_MODULE, kSystemTextAndNameFormat, format, sizeof format);
+  bosFreeResourceDLL(nullptr, &users);
   char number[8];
   snprintf(number, sizeof number, "%u", unsigned(kSystemTextAndNameFormat));
   return strcmp(format, number) != 0 && takesTwoStrings(format);

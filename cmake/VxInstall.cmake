@@ -12,6 +12,9 @@ foreach(header IN LISTS VX_HEADERS)
   install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vx/${dir})
 endforeach()
 install(TARGETS vxtool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+# The message catalogs, where the library looks under its installation
+# directory.
+install(FILES ${VX_CATALOGS} DESTINATION locale/en_US/LC_MESSAGES)
 
 configure_file(cmake/vx.pc.in ${PROJECT_BINARY_DIR}/vx.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vx.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

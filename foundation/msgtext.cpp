@@ -1,15 +1,16 @@
-// Message number to text. Without a catalog the text is the decimal number.
+// Message number to text, read from the library's default message module.
 #include "foundation/msgtext_internal.h"
 
-#include <cstdio>
-#include <cstring>
+#include "bos/boslstr.h"
 
+// Each lookup opens the catalog when it is not open yet (so a catalog that
+// was missing is found once it is installed, or once the installation
+// directory is set) and gives its use back at once: the catalog itself
+// stays open for the process.
 VXSIZE_T loadMessageText(uint16_t number, char* buffer, VXSIZE_T size) {
-  char text[8];
-  int n = snprintf(text, sizeof text, "%u", static_cast<unsigned>(number));
-  VXSIZE_T length = static_cast<VXSIZE_T>(n);
-  if (size != 0 && length > size - 1) length = size - 1;
-  memcpy(buffer, text, length);
-  buffer[length] = '\0';
+  int32_t users = 0;
+  bosLoadResourceDLL(VX_MESSAGE_MODULE, 0, nullptr, &users);
+  VXSIZE_T length = LoadString(VX_MESSAGE_MODULE, number, buffer, size);
+  bosFreeResourceDLL(nullptr, &users);
   return length;
 }

@@ -1,8 +1,7 @@
-// The one place where the library turns a message number into its text.
-//
-// Until a message catalog is open, the text of a message number is the
-// number in decimal; the catalog lookup fills this function in later, so
-// every caller (VxResourceString, addError) keeps working unchanged.
+// The one place where the library turns a message number into its text:
+// the catalog of the default message module (bos/boslstr.h). While no
+// catalog can be opened, the text of a message number is the number in
+// decimal, and so is the text of a number the catalog lacks.
 #ifndef VX_FOUNDATION_MSGTEXT_INTERNAL_H_
 #define VX_FOUNDATION_MSGTEXT_INTERNAL_H_
 

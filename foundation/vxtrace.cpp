@@ -2,8 +2,8 @@
 #include "foundation/vxtrace.h"
 
 #include <cstdio>
-#include <cstdlib>
 
+#include "bos/bosenv.h"
 #include "bos/mds.h"
 
 // Built ahead of the library's other load-time objects (locks, caches,
@@ -15,7 +15,7 @@ VxRunTimeDebug BOS_RUNTIME_DEBUG __attribute__((init_priority(110)));
 // stays 0.
 VxRunTimeDebug::VxRunTimeDebug() : debugMask_(0) {
   if (!mdsIsTaskInit()) mdsPerTaskInit();
-  const char* value = getenv("VX_DEBUGGING");
+  const char* value = bosGetEnv("VX_DEBUGGING");
   if (value == nullptr) return;
   unsigned long mask = 0;
   if (sscanf(value, "%lx", &mask) == 1) debugMask_ = mask;

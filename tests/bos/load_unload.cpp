@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <thread>
 
 namespace {
@@ -18,6 +19,9 @@ typedef void (*TermFunction)();
 typedef void* (*GetFunction)(uint16_t);
 typedef uint16_t (*SetFunction)(uint16_t, void*);
 typedef uint16_t (*RegionLockFunction)(int, uint16_t, uint64_t, uint64_t);
+typedef uint16_t (*LoadResourceFunction)(const char*, uint32_t, void**, int32_t*);
+typedef uint16_t (*FreeResourceFunction)(void*, int32_t*);
+typedef uint64_t (*LoadStringFunction)(const char*, uint32_t, char*, uint64_t);
 
 template <typename T>
 bool find(void* library, const char* name, T* function) {
@@ -28,14 +32,28 @@ bool find(void* library, const char* name, T* function) {
 
 // One round: register this thread and a second one, store and read back a
 // slot, release both; lock a byte range and leave it in the library's list
-// of held ranges, which the unload must free. Returns false on a wrong
-// answer.
+// of held ranges, and open the message catalog and read a text from it;
+// the unload must free both. Returns false on a wrong answer.
 bool useLibrary(void* library) {
   InitFunction init;
   TermFunction term;
   GetFunction get;
   SetFunction set;
   RegionLockFunction regionLock;
+  LoadResourceFunction loadResource;
+  FreeResourceFunction freeResource;
+  LoadStringFunction loadString;
+  if (!find(library, "_Z18bosLoadResourceDLLPKcjPPvPi", &loadResource) ||
+      !find(library, "_Z18bosFreeResourceDLLPvPi", &freeResource) ||
+      !find(library, "_Z10LoadStringPKcjPcm", &loadString)) {
+    return false;
+  }
+  int32_t users = 0;
+  char text[256];
+  loadResource("vxlib", 0, nullptr, &users);
+  // The catalog built with the library has a text for 1509.
+  if (loadString("vxlib", 1509, text, sizeof text) == 0 || strcmp(text, "1509") == 0) return false;
+  freeResource(nullptr, &users);
   if (!find(library, "_Z16mdsPerThreadInitv", &init) || !find(library, "_Z16mdsPerThreadTermv", &term) ||
       !find(library, "_Z19mdsGetPerThreadDatat", &get) || !find(library, "_Z19mdsSetPerThreadDatatPv", &set) ||
       !find(library, "_Z13bosRegionLockitmm", &regionLock)) {
@@ -73,7 +91,7 @@ int main(int argc, char** argv) {
       return 1;
     }
     if (!useLibrary(library)) {
-      fprintf(stderr, "round %d: wrong per-thread data\n", i);
+      fprintf(stderr, "round %d: wrong per-thread data or no catalog text\n", i);
       return 1;
     }
     if (dlclose(library) != 0) {

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "foundation/msgtext_internal.h"
 #include "strings_support.h"
 
 namespace {
@@ -325,10 +326,18 @@ TEST_F(VxReplaceStringTest, ABorrowedTargetCannotGrow) {
 // ---------------------------------------------------------------------------
 // VxResourceString
 
-TEST(VxResourceString, WithoutACatalogTheTextIsTheNumber) {
+TEST(VxResourceString, HoldsTheCatalogTextOfTheNumber) {
+  char expected[1024];
+  VXSIZE_T length = loadMessageText(1509, expected, sizeof expected);
   VxResourceString text(1509);
-  EXPECT_STREQ("1509", static_cast<const char*>(text));
-  EXPECT_EQ(4u, text.getLength());
+  EXPECT_STREQ(expected, static_cast<const char*>(text));
+  EXPECT_EQ(length, text.getLength());
+}
+
+TEST(VxResourceString, NumberWithoutTextHoldsTheNumber) {
+  VxResourceString text(65000);
+  EXPECT_STREQ("65000", static_cast<const char*>(text));
+  EXPECT_EQ(5u, text.getLength());
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "bos/mds.h"
 #include "containers/vxstring.h"
+#include "foundation/msgtext_internal.h"
 #include "foundation/ram_internal.h"
 
 namespace {
@@ -231,9 +232,14 @@ TEST_F(MultipleErrorList, KeepsEveryReportInArrivalOrder) {
   EXPECT_EQ(1018, VxErrorKeeper::getLastErrorNumber());
 }
 
-TEST_F(MultipleErrorList, WithoutCatalogTheTextIsTheNumber) {
+TEST_F(MultipleErrorList, TextIsTheCatalogTemplateWithParametersFilled) {
+  char templ[1024];
+  loadMessageText(1509, templ, sizeof templ);
+  std::string expected = templ;
+  ASSERT_NE(std::string::npos, expected.find("%s1"));
+  expected.replace(expected.find("%s1"), 3, "x.ini");
   addError(1509) << "x.ini";
-  EXPECT_EQ("1509", text(0));
+  EXPECT_EQ(expected, text(0));
   EXPECT_FALSE(list->at(0)->isWarning());
   EXPECT_EQ(VX_CP_LOCALE, list->at(0)->getCodePage());
 }

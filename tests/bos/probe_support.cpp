@@ -1,0 +1,28 @@
+#include "bos/probe_support.h"
+
+#include <cstdio>
+
+namespace {
+
+std::string quoted(const std::string& text) {
+  std::string out = "'";
+  for (char c : text) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return out + "'";
+}
+
+}  // namespace
+
+std::string runProbe(const std::vector<std::string>& env, const std::vector<std::string>& args) {
+  std::string command = "env -u VX_DEBUGGING -u LC_ALL -u LC_MESSAGES -u LANG";
+  for (const std::string& e : env) command += " " + quoted(e);
+  command += " " + quoted(VX_BOS_PROBE);
+  for (const std::string& a : args) command += " " + quoted(a);
+  std::string out;
+  FILE* p = popen(command.c_str(), "r");
+  if (!p) return out;
+  char buffer[4096];
+  size_t n;
+  while ((n = fread(buffer, 1, sizeof buffer, p)) > 0) out.append(buffer, n);
+  pclose(p);
+  return out;
+}
