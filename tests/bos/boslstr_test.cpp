@@ -106,7 +106,8 @@ TEST_F(Catalog, UseCountRisesAndFallsButNeverBelowZero) {
 TEST_F(Catalog, ErrorRecordsCarryTheTextWithParametersFilled) {
   InstalledErrorList errors;
   addError(1509) << "x.ini";
-  ASSERT_EQ(1509, errors.list.getLastErrorNumber());
+  ASSERT_NE(nullptr, errors.list.getLastError());
+  ASSERT_EQ(1509, errors.list.getLastError()->getErrorNumber());
   std::string expected = sourceText(1509);
   expected.replace(expected.find("%s1"), 3, "x.ini");
   EXPECT_EQ(expected, errors.list.getLastError()->getErrorText());
@@ -116,7 +117,8 @@ TEST_F(Catalog, UnmappedSystemErrorAppendsTheFormatOfModuleNvutl21) {
   InstalledErrorList errors;
   errno = EXDEV;
   bosMapError(EXDEV, "x.ini");
-  ASSERT_EQ(30041, errors.list.getLastErrorNumber());
+  ASSERT_NE(nullptr, errors.list.getLastError());
+  ASSERT_EQ(30041, errors.list.getLastError()->getErrorNumber());
   char appended[512];
   snprintf(appended, sizeof appended, sourceText(30050).c_str(), strerror(EXDEV), "x.ini");
   EXPECT_EQ(sourceText(30041) + appended, errors.list.getLastError()->getErrorText());

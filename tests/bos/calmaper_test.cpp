@@ -103,7 +103,8 @@ TEST_F(LoadLibrary, MissingLibraryIsNullWithoutErrorRecord) {
 TEST_F(LoadLibrary, RefusedFileFilesError1523WithPathAndLoaderText) {
   std::string path = dir + "/libbroken.so";
   EXPECT_EQ(nullptr, bosLoadLibrary((dir + "/libbroken").c_str(), 0));
-  ASSERT_EQ(1523, errors.list.getLastErrorNumber());
+  ASSERT_NE(nullptr, errors.list.getLastError());
+  ASSERT_EQ(1523, errors.list.getLastError()->getErrorNumber());
   std::string text = errors.list.getLastError()->getErrorText();
   char format[1024];
   loadMessageText(1523, format, sizeof format);

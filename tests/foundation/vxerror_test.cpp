@@ -487,12 +487,15 @@ TEST_F(MultipleErrorList, AppendedTextRestartsParameterNumbering) {
 TEST_F(MultipleErrorList, AppendCatalogTextToLastAndToPosition) {
   addError(1, "one:");
   addError(2, "two:");
+  char repeated[256], both[256];
+  loadMessageText(2706, repeated, sizeof repeated);
+  loadMessageText(2707, both, sizeof both);
   VxError& last = appendTextToLastError(2706);
   EXPECT_EQ(list->at(1), &last);
-  EXPECT_EQ("two:2706", text(1));
+  EXPECT_EQ(std::string("two:") + repeated, text(1));
   VxError& first = appendTextToErrorAtPos(2707, 0);
   EXPECT_EQ(list->at(0), &first);
-  EXPECT_EQ("one:2707", text(0));
+  EXPECT_EQ(std::string("one:") + both, text(0));
   EXPECT_TRUE(appendTextToErrorAtPos(2707, 2).isDummyError());
 }
 

@@ -5,7 +5,16 @@
 #include <cstdio>
 #include <string>
 
+#include "foundation/msgtext_internal.h"
+
 namespace {
+
+// The catalog text of a message number, as records carry it.
+std::string catalogText(uint16_t number) {
+  char buffer[1024];
+  loadMessageText(number, buffer, sizeof buffer);
+  return buffer;
+}
 
 // What print() writes, read back from a temporary file.
 std::string printed(ToolErrorList& errors, int* lines) {
@@ -37,7 +46,8 @@ TEST(ToolErrorList, PrintsEachRecordAsNumberAndTextThenClears) {
   addError(2701, "The number %s1 is out of range.") << "99999999999999999999";
   addWarning(2735);
   int lines = 0;
-  EXPECT_EQ("error 2701: The number 99999999999999999999 is out of range.\nwarning 2735: 2735\n",
+  EXPECT_EQ("error 2701: The number 99999999999999999999 is out of range.\nwarning 2735: " +
+                catalogText(2735) + "\n",
             printed(errors, &lines));
   EXPECT_EQ(2, lines);
   EXPECT_EQ(0u, errors.list().getCount());
@@ -50,7 +60,8 @@ TEST(ToolErrorList, PrintsTheMemoryRecordAfterRunningOutOfMemory) {
   addError(2708);
   VxErrorKeeper::addMemoryError();
   int lines = 0;
-  EXPECT_EQ("error 2708: 2708\nerror 30190: Out Of Memory\n", printed(errors, &lines));
+  EXPECT_EQ("error 2708: " + catalogText(2708) + "\nerror 30190: Out Of Memory\n",
+            printed(errors, &lines));
   EXPECT_FALSE(errors.list().isOutOfMemory());
 }
 
@@ -70,7 +81,7 @@ TEST(ToolErrorList, FailPrintsOnStandardErrorAndGivesExitStatusOne) {
   addError(2708);
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, errors.fail());
-  EXPECT_EQ("error 2708: 2708\n", testing::internal::GetCapturedStderr());
+  EXPECT_EQ("error 2708: " + catalogText(2708) + "\n", testing::internal::GetCapturedStderr());
 }
 
 }  // namespace
