@@ -19,3 +19,30 @@ show "$VXTOOL" connstr --allow-dup "DSN=Sales;dsn=Other"
 say "The driver changes attributes and rebuilds the string; a value holding the"
 say "separator or a quote comes back quoted:"
 show "$VXTOOL" connstr --rebuild --set "PWD=new;pass" --remove UID --set "APP=O'Hara" "DSN=Sales;UID=scott;PWD=x"
+
+say "A driver's connect: its connection string names a data source; the settings it
+does not give come from that data source's entry in odbc.ini (ODBCINI names the
+sample), and the string is rebuilt with what the driver used."
+work=$(mktemp -d)
+export HOME="$work" ODBCINI="$EXAMPLES/odbc.ini" ODBCINSTINI="$EXAMPLES/odbcinst.ini"
+conn="DSN=sales;UID=scott;Port=6000"
+show "$VXTOOL" connstr "$conn"
+dsn=$("$VXTOOL" connstr "$conn" | sed -n 's/^DSN=//p')
+show "$VXTOOL" profile get odbc.ini "$dsn"
+say "(The key list copies each line up to its \"=\", so the keys keep their padding.)"
+say "Each key of the entry, from the connection string when it is there, else from odbc.ini:"
+rebuild=()
+while IFS= read -r key; do
+  key="${key%"${key##*[! ]}"}"
+  from_string=$("$VXTOOL" connstr "$conn" | sed -n "s/^$key=//Ip")
+  if [ -n "$from_string" ]; then
+    printf '  %-12s %-22s (connection string overrides odbc.ini)\n' "$key" "$from_string"
+  else
+    value=$("$VXTOOL" profile get odbc.ini "$dsn" "$key")
+    printf '  %-12s %-22s (odbc.ini)\n' "$key" "$value"
+    rebuild+=(--set "$key=$value")
+  fi
+done < <("$VXTOOL" profile get odbc.ini "$dsn")
+say "The complete string the driver connected with:"
+show "$VXTOOL" connstr --rebuild "${rebuild[@]}" "$conn"
+rm -rf "$work"
