@@ -8,9 +8,13 @@
 
 namespace {
 
-// Size of the character at p in a counted string ending at end.
+// Size of the character at p in a counted string ending at end. A UTF-8
+// character cut short by the end counts as the bytes that are left, so a
+// step never takes a position past the end.
 inline VXSIZE_T sizeAt(const char* p, const char* end, vxCPType cp) {
-  return vxCharSizeWithin(p, static_cast<VXSIZE_T>(end - p), cp);
+  VXSIZE_T left = static_cast<VXSIZE_T>(end - p);
+  VXSIZE_T size = vxCharSizeWithin(p, left, cp);
+  return size < left ? size : left;
 }
 
 // isCharEqual of the text character at t and the pattern character at p,

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <cstring>
 #include <string>
 
 #include "foundation/locale_support.h"
@@ -114,6 +115,20 @@ TEST_F(StrLike, TextIsSteppedByCharactersOfTheKind) {
   EXPECT_FALSE(like(e, "_", 0, 1, VX_CP_LOCALE));  // two characters in C
   EXPECT_TRUE(like(e, "__", 0, 1, VX_CP_LOCALE));
   EXPECT_TRUE(like("x\xE2\x82\xAC" "y", "x_y", 0, 1, VX_CP_UTF8));
+}
+
+TEST_F(StrLike, Utf8CharacterCutByTheLengthIsOneLastCharacter) {
+  // Only the first two bytes are the text; the lead at offset 1 announces
+  // four bytes but the text ends after it.
+  const char buffer[] = "a\xF0zz";
+  auto likeCut = [&](const char* pattern) {
+    return strLike(buffer, 2, pattern, strlen(pattern), '%', '_', '\\', 1, 1, VX_CP_UTF8);
+  };
+  EXPECT_TRUE(likeCut("a_"));
+  EXPECT_FALSE(likeCut("a__"));
+  EXPECT_FALSE(likeCut("a_z"));
+  EXPECT_TRUE(likeCut("%_"));
+  EXPECT_TRUE(likeCut("a\xF0"));
 }
 
 TEST_F(StrLike, Utf8CharactersCompareOnTheirFirstByte) {
