@@ -64,21 +64,26 @@ VxTime::VxTime() : day(0), month(0), year(0), hour(0), minute(0), second(0), hun
 // read with vxAtoi from where the previous separator ended; the next
 // separator is looked for after it. A missing separator stops the reading
 // with failure and keeps what was read. Once all seven fields are in, any
-// field out of range zeroes the whole value.
+// field out of range zeroes the whole value. The range is checked on the
+// number as read, before it is narrowed into its 16-bit field, so that a
+// text such as "65537" is not taken for 1.
 unsigned VxTime::initialize(const char* text) {
   *this = VxTime();
   uint16_t* fields[] = {&month, &day, &year, &hour, &minute, &second, &hundredths};
+  const int limits[] = {12, 32, 2101, 24, 60, 60, 100};
   const char separators[] = {':', ':', ':', ':', ':', '.'};
+  bool inRange = true;
   const char* p = text;
   for (unsigned i = 0; i < 7; ++i) {
-    *fields[i] = uint16_t(vxAtoi(p));
+    int value = vxAtoi(p);
+    *fields[i] = uint16_t(value);
+    if (value < 0 || value >= limits[i]) inRange = false;
     if (i == 6) break;
     const char* separator = strchr(p, separators[i]);
     if (!separator) return 1;
     p = separator + 1;
   }
-  if (month >= 12 || day >= 32 || year >= 2101 || hour >= 24 || minute >= 60 || second >= 60 ||
-      hundredths > 99) {
+  if (!inRange) {
     *this = VxTime();
     return 1;
   }

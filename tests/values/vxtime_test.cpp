@@ -59,6 +59,17 @@ TEST(VxTime, InitializeRejectsEveryFieldOutOfRangeAndZeroesAll) {
   }
 }
 
+TEST(VxTime, InitializeRangeCheckSeesTheNumberBeforeNarrowing) {
+  // 65537 would become 1 in a 16-bit field; it is still out of range.
+  const char* bad[] = {"65537:1:2000:0:0:0.0", "0:65536:2000:0:0:0.0", "0:1:67636:0:0:0.0",
+                       "0:1:2000:0:0:0.65536"};
+  for (const char* text : bad) {
+    VxTime t;
+    EXPECT_EQ(1u, t.initialize(text)) << text;
+    EXPECT_TRUE(allZero(t)) << text;
+  }
+}
+
 TEST(VxTime, MissingSeparatorFailsKeepingFieldsReadSoFar) {
   VxTime t = at(1999, 5, 5, 5, 5, 5, 5);
   EXPECT_EQ(1u, t.initialize("3:14:2015"));
