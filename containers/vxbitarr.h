@@ -38,8 +38,11 @@ class VX_EXPORT VxBitArray : public VxObject {
 
   void set(VXSIZE_T i) { bits[i / 8] |= static_cast<uint8_t>(1u << (i % 8)); }
   int isSet(VXSIZE_T i) const { return (bits[i / 8] >> (i % 8)) & 1; }
-  // Clears bitCount/8 + 1 bytes.
-  void resetAll() { memset(bits, 0, bitCount / 8 + 1); }
+  // Clears bitCount/8 + 1 bytes; does nothing while there is no vector
+  // (before initialize, or after a failed one).
+  void resetAll() {
+    if (bits != nullptr) memset(bits, 0, bitCount / 8 + 1);
+  }
 
  private:
   uint8_t* bits;      // null until initialize()

@@ -37,6 +37,13 @@ TEST(VxBitArray, InitializeZeroGivesOneByte) {
   EXPECT_EQ(1, b.isSet(7));
 }
 
+TEST(VxBitArray, ResetAllBeforeInitializeDoesNothing) {
+  VxBitArray b;
+  b.resetAll();
+  ASSERT_EQ(0u, b.initialize(3));
+  EXPECT_EQ(0, b.isSet(3));
+}
+
 TEST(VxBitArray, ResetAllClearsSetBits) {
   VxBitArray b;
   ASSERT_EQ(0u, b.initialize(100));
@@ -61,8 +68,10 @@ TEST(VxBitArray, ReinitializeReplacesTheOldBits) {
 
 TEST(VxBitArray, FailedInitializeReportsOne) {
   VxBitArray b;
+  ASSERT_EQ(0u, b.initialize(8));
   ramFailAllocationAfter(1);
   EXPECT_EQ(1u, b.initialize(64));
+  b.resetAll();  // the old vector is gone: there is nothing to clear
   ramFailAllocationAfter(0);
   EXPECT_EQ(0u, b.initialize(64));
   EXPECT_EQ(0, b.isSet(64));
