@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 
 #include "foundation/but.h"
 #include "foundation/vxdbcs.h"
@@ -119,6 +120,14 @@ bool copyCounted(char* local, const char* text, VXSIZE_T length) {
   return true;
 }
 
+// A counted form: the text copied and terminated, then the NUL-terminated
+// form of the same target.
+template <typename T>
+unsigned convertCounted(const char* text, VXSIZE_T length, T* target) {
+  char local[kCountedBufferSize];
+  return copyCounted(local, text, length) ? convert(local, target) : 1;
+}
+
 }  // namespace
 
 // ---- Number to text ----------------------------------------------------
@@ -218,6 +227,29 @@ unsigned parseSigned(const char* text, VXSSIZE_T* target) {
   return 0;
 }
 
+// The unsigned forms narrower than 32 bits: the unsigned 64-bit rules, then
+// T's upper bound.
+template <typename T>
+unsigned parseNarrowUnsigned(const char* text, T* target) {
+  VXSIZE_T value;
+  if (parseUnsigned(text, &value)) return 1;
+  if (value > std::numeric_limits<T>::max()) return fail(kOutOfRange, text);
+  *target = T(value);
+  return 0;
+}
+
+// The signed forms narrower than 32 bits: the signed 64-bit rules, then
+// T's range.
+template <typename T>
+unsigned parseNarrowSigned(const char* text, T* target) {
+  VXSSIZE_T value;
+  if (parseSigned(text, &value)) return 1;
+  if (value < std::numeric_limits<T>::min() || value > std::numeric_limits<T>::max())
+    return fail(kOutOfRange, text);
+  *target = T(value);
+  return 0;
+}
+
 }  // namespace
 
 // ---- Text to number ----------------------------------------------------
@@ -256,63 +288,34 @@ unsigned convert(const char* text, uint32_t* target) {
   return 0;
 }
 
-unsigned convert(const char* text, uint16_t* target) {
-  VXSIZE_T value;
-  if (parseUnsigned(text, &value)) return 1;
-  if (value > UINT16_MAX) return fail(kOutOfRange, text);
-  *target = uint16_t(value);
-  return 0;
-}
+unsigned convert(const char* text, uint16_t* target) { return parseNarrowUnsigned(text, target); }
 
-unsigned convert(const char* text, uint8_t* target) {
-  VXSIZE_T value;
-  if (parseUnsigned(text, &value)) return 1;
-  if (value > UINT8_MAX) return fail(kOutOfRange, text);
-  *target = uint8_t(value);
-  return 0;
-}
+unsigned convert(const char* text, uint8_t* target) { return parseNarrowUnsigned(text, target); }
 
-unsigned convert(const char* text, int16_t* target) {
-  VXSSIZE_T value;
-  if (parseSigned(text, &value)) return 1;
-  if (value < INT16_MIN || value > INT16_MAX) return fail(kOutOfRange, text);
-  *target = int16_t(value);
-  return 0;
-}
+unsigned convert(const char* text, int16_t* target) { return parseNarrowSigned(text, target); }
 
-unsigned convert(const char* text, int8_t* target) {
-  VXSSIZE_T value;
-  if (parseSigned(text, &value)) return 1;
-  if (value < INT8_MIN || value > INT8_MAX) return fail(kOutOfRange, text);
-  *target = int8_t(value);
-  return 0;
-}
+unsigned convert(const char* text, int8_t* target) { return parseNarrowSigned(text, target); }
 
 // ---- Counted text to number --------------------------------------------
 
 unsigned convert(const char* text, VXSIZE_T length, uint16_t* target) {
-  char local[kCountedBufferSize];
-  return copyCounted(local, text, length) ? convert(local, target) : 1;
+  return convertCounted(text, length, target);
 }
 
 unsigned convert(const char* text, VXSIZE_T length, int32_t* target) {
-  char local[kCountedBufferSize];
-  return copyCounted(local, text, length) ? convert(local, target) : 1;
+  return convertCounted(text, length, target);
 }
 
 unsigned convert(const char* text, VXSIZE_T length, uint32_t* target) {
-  char local[kCountedBufferSize];
-  return copyCounted(local, text, length) ? convert(local, target) : 1;
+  return convertCounted(text, length, target);
 }
 
 unsigned convert(const char* text, VXSIZE_T length, VXSSIZE_T* target) {
-  char local[kCountedBufferSize];
-  return copyCounted(local, text, length) ? convert(local, target) : 1;
+  return convertCounted(text, length, target);
 }
 
 unsigned convert(const char* text, VXSIZE_T length, VXSIZE_T* target) {
-  char local[kCountedBufferSize];
-  return copyCounted(local, text, length) ? convert(local, target) : 1;
+  return convertCounted(text, length, target);
 }
 
 // ---- Floating point ----------------------------------------------------
