@@ -252,7 +252,7 @@ TEST(VxSortedArrayVXSIZE_T, FindIndexOfAndLastKey) {
   EXPECT_EQ(0u, pos);
 }
 
-TEST(VxSortedArrayVXSIZE_T, AlwaysInsertsInOrderWithoutASuspendedMode) {
+TEST(VxSortedArrayVXSIZE_T, DeliberatelyHasNoSuspendedModeAndAlwaysInsertsInOrder) {
   // Deliberate asymmetry with VxSortedArray: there is no stopSort here, so
   // a long run of arbitrary adds stays ordered at every step.
   VxSortedArrayVXSIZE_T a;
