@@ -1,16 +1,22 @@
 // VxArray and VxArrayPVoid: storage management, insertion and removal.
 #include "containers/vxarray.h"
 
+#include <cstdint>
 #include <cstdlib>
 
 #include "foundation/ram.h"
 
 namespace {
 
+// The most slots whose byte count fits a size_t; more cannot be allocated
+// (their size would wrap around to a small block).
+const VXSIZE_T kMaxSlots = SIZE_MAX / sizeof(VxArraySlot);
+
 // A slot vector of n slots from the library heap: zero-filled when zeroed
 // is true. At least one byte is requested so that n == 0 still yields a
-// block. Null when the heap is exhausted.
+// block. Null when the heap is exhausted or n exceeds kMaxSlots.
 VxArraySlot* allocateSlots(VXSIZE_T n, bool zeroed) {
+  if (n > kMaxSlots) return nullptr;
   return static_cast<VxArraySlot*>(
       operator new(n * sizeof(VxArraySlot), RamInitType(zeroed ? 0 : 1)));
 }
@@ -119,7 +125,8 @@ unsigned VxArray::shrink(VXSIZE_T n) {
   if (n == 0) {
     releaseStorage();
     elements = nullptr;
-  } else if ((flags & kOwnsStorage) && ramResize(&elements, n * sizeof(VxArraySlot))) {
+  } else if ((flags & kOwnsStorage) &&
+             (n > kMaxSlots || ramResize(&elements, n * sizeof(VxArraySlot)))) {
     return 1;
   }
   capacity = n;

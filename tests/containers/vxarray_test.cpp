@@ -343,6 +343,21 @@ TEST_F(VxArrayTest, FailedFreshGrowthLosesTheOldContentsDeliberately) {
   EXPECT_EQ(0, destroyed);
 }
 
+TEST_F(VxArrayTest, GrowthTooLargeToAddressFailsInsteadOfWrapping) {
+  // 2^61 slots are 2^64 bytes, a size that wraps to 0: refused as an
+  // allocation failure, the array unchanged.
+  ArrayProbe a;
+  Counted x(1, &destroyed);
+  a.add(&x);
+  VxArraySlot* before = a.storage();
+  EXPECT_EQ(1u, a.increaseSize(VXSIZE_T{1} << 61, 1, 0));
+  EXPECT_EQ(1u, a.shrink(VXSIZE_T{1} << 61));
+  EXPECT_EQ(before, a.storage());
+  EXPECT_EQ(16u, a.getSizeOfArray());
+  EXPECT_EQ(1u, a.getCount());
+  EXPECT_EQ(&x, a.at(0));
+}
+
 // --- VxArrayPVoid -----------------------------------------------------------
 
 TEST_F(VxArrayTest, PVoidHoldsPlainBlocks) {
