@@ -31,10 +31,13 @@
 // a line without "=" runs on into the next key; a ";" or "#" directly after
 // a line end makes that line a comment. Blanks before "=" stay in the key.
 //
-// Cost: every search is one pass over the image, using memchr for the
-// bytes that matter, so a lookup is linear in the bytes before the entry.
+// Cost: a plain search is one pass over the image, using memchr for the
+// bytes that matter, so it is linear in the bytes before the entry. The
+// section index (below) lets a lookup skip the headers before its own; the
+// entry search is then linear in its section only.
 #include "config/iniscan_internal.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include "foundation/vxstr.h"
@@ -73,6 +76,78 @@ uint16_t iniFindSection(const char* image, VXSIZE_T length, const char* header,
       }
     }
     ++pos;
+  }
+  return 1;
+}
+
+// The section index. Each header's hash folds ASCII letters to lower case,
+// so equal hashes are necessary for headers that differ only in ASCII case;
+// every candidate is still confirmed with the same case-insensitive
+// comparison the plain search uses. A header with bytes above 0x7f (whose
+// case folding depends on the locale) is never ruled out by its hash, and a
+// request with such bytes takes the plain search: both ways give the
+// plain search's answer.
+namespace {
+
+uint64_t foldedHash(const char* text, VXSIZE_T length, bool* plainAscii) {
+  uint64_t hash = 14695981039346656037ull;  // FNV-1a
+  bool ascii = true;
+  for (VXSIZE_T i = 0; i < length; ++i) {
+    unsigned char c = static_cast<unsigned char>(text[i]);
+    if (c >= 'A' && c <= 'Z') c = static_cast<unsigned char>(c + ('a' - 'A'));
+    if (c > 0x7f) ascii = false;
+    hash = (hash ^ c) * 1099511628211ull;
+  }
+  *plainAscii = ascii;
+  return hash;
+}
+
+}  // namespace
+
+uint16_t iniBuildSectionIndex(const char* image, VXSIZE_T length, IniSectionIndex* index) {
+  VXSIZE_T capacity = 0;
+  for (VXSIZE_T pos = 0; (pos = findByte(image, pos, length, '[')) < length; ++pos) {
+    if (pos != 0 && image[pos - 1] != '\n') continue;
+    VXSIZE_T close = findByte(image, pos, length, ']');
+    if (close == length) break;  // no later "[" has a "]" either
+    if (index->count == capacity) {
+      capacity = capacity ? capacity * 2 : 64;
+      void* grown = realloc(index->entries, capacity * sizeof(IniSectionIndexEntry));
+      if (!grown) {
+        iniFreeSectionIndex(index);
+        return 1;
+      }
+      index->entries = static_cast<IniSectionIndexEntry*>(grown);
+    }
+    IniSectionIndexEntry& entry = index->entries[index->count++];
+    entry.start = pos;
+    entry.headerLength = close - pos + 1;
+    entry.end = findByte(image, close + 1, length, '[');
+    entry.hash = foldedHash(image + pos, entry.headerLength, &entry.plainAscii);
+  }
+  return 0;
+}
+
+void iniFreeSectionIndex(IniSectionIndex* index) {
+  free(index->entries);
+  index->entries = nullptr;
+  index->count = 0;
+}
+
+uint16_t iniFindSectionIndexed(const char* image, VXSIZE_T length, const IniSectionIndex& index,
+                               const char* header, VXSIZE_T headerLength, VXSIZE_T* start,
+                               VXSIZE_T* end) {
+  bool plainAscii = true;
+  uint64_t hash = foldedHash(header, headerLength, &plainAscii);
+  if (!plainAscii) return iniFindSection(image, length, header, headerLength, start, end);
+  for (VXSIZE_T i = 0; i < index.count; ++i) {
+    const IniSectionIndexEntry& entry = index.entries[i];
+    if (entry.plainAscii && (entry.hash != hash || entry.headerLength != headerLength)) continue;
+    if (strEqualCi(image + entry.start, entry.headerLength, header, headerLength)) {
+      *start = entry.start;
+      *end = entry.end;
+      return 0;
+    }
   }
   return 1;
 }

@@ -8,6 +8,8 @@
 #ifndef VX_CONFIG_INISCAN_INTERNAL_H_
 #define VX_CONFIG_INISCAN_INTERNAL_H_
 
+#include <cstdint>
+
 #include "foundation/vxtypes.h"
 
 // Finds the first section whose header equals `header` ("[" + name + "]",
@@ -15,6 +17,34 @@
 // header's "[" and *end at the section's end; 1 when there is none.
 uint16_t iniFindSection(const char* image, VXSIZE_T length, const char* header,
                         VXSIZE_T headerLength, VXSIZE_T* start, VXSIZE_T* end);
+
+// An index of the section headers of one image, for lookups that would
+// otherwise pass over every header before theirs. Built once per image;
+// valid only for the image it was built from.
+struct IniSectionIndexEntry {
+  uint64_t hash;           // of the header with ASCII letters folded
+  VXSIZE_T start;          // the header's "["
+  VXSIZE_T headerLength;   // "[" to "]" inclusive
+  VXSIZE_T end;            // the section's end
+  bool plainAscii;         // the header has no byte above 0x7f
+};
+
+struct IniSectionIndex {
+  IniSectionIndexEntry* entries = nullptr;  // malloc'ed, in file order
+  VXSIZE_T count = 0;
+};
+
+// Builds the index of every header of the image into *index (which must be
+// empty). 0 on success; 1 when it cannot be allocated (index left empty:
+// use iniFindSection).
+uint16_t iniBuildSectionIndex(const char* image, VXSIZE_T length, IniSectionIndex* index);
+// Frees the entries and empties the index.
+void iniFreeSectionIndex(IniSectionIndex* index);
+// iniFindSection through the index: the same answer, found without
+// passing over the image.
+uint16_t iniFindSectionIndexed(const char* image, VXSIZE_T length, const IniSectionIndex& index,
+                               const char* header, VXSIZE_T headerLength, VXSIZE_T* start,
+                               VXSIZE_T* end);
 
 // Finds `key` (`keyLength` bytes, compared case-insensitively) in the
 // section that starts at *cursor (its header) and ends at `sectionEnd`.

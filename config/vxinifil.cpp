@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <new>
 
 #include "bos/bosfile.h"
 #include "bos/vxcritse.h"
@@ -216,9 +217,24 @@ VxIniFileCache::~VxIniFileCache() {
 }
 
 void VxIniFileCache::freeImage() {
+  if (sectionIndex_) {
+    iniFreeSectionIndex(sectionIndex_);
+    delete sectionIndex_;
+    sectionIndex_ = nullptr;
+  }
   free(image_);
   image_ = nullptr;
   imageLength_ = 0;
+}
+
+// Lookups are answered the same without an index, so failing to build one
+// is not an error.
+void VxIniFileCache::indexImage() {
+  sectionIndex_ = new (std::nothrow) IniSectionIndex;
+  if (sectionIndex_ && iniBuildSectionIndex(image_, imageLength_, sectionIndex_) != 0) {
+    delete sectionIndex_;
+    sectionIndex_ = nullptr;
+  }
 }
 
 uint16_t VxIniFileCache::bosVxIniOpen(const char* name) {
@@ -298,6 +314,7 @@ uint16_t VxIniFileCache::loadLocked(const char* name) {
     reading.markWarning();
     return 1;
   }
+  indexImage();
   setOpen();
   if (tracing(kTraceLoad)) printf("VxIniOpen: File:%s FileSize %d\n", path_, int(size_));
   return 0;
@@ -337,6 +354,9 @@ bool VxIniFileCache::isThisFile(const char* path) const {
 
 uint16_t VxIniFileCache::getSection(const char* name, VXSIZE_T* start, VXSIZE_T* end) const {
   if (!image_) return 1;
+  if (sectionIndex_) {
+    return iniFindSectionIndexed(image_, imageLength_, *sectionIndex_, name, strlen(name), start, end);
+  }
   return iniFindSection(image_, imageLength_, name, strlen(name), start, end);
 }
 

@@ -35,6 +35,8 @@
 #include "foundation/vxobject.h"
 #include "foundation/vxtypes.h"
 
+struct IniSectionIndex;
+
 // Longest wait, in milliseconds, for another process's lock token on a
 // configuration file before a load or a write gives up.
 constexpr uint32_t kIniLockWaitMs = 10000;
@@ -110,6 +112,7 @@ class VX_EXPORT VxIniFileCache : public VxObject {
   uint16_t loadLocked(const char* name);
   uint16_t syncLocked();
   void freeImage();
+  void indexImage();
   VXSIZE_T copyDefault(const char* defaultValue, char* buffer, VXSIZE_T size) const;
   VXSIZE_T copyKeysLocked(const char* prefix, const char* section, char* buffer, VXSIZE_T size);
   uint16_t rewriteLocked(const char* section, const char* entry, const char* value);
@@ -121,9 +124,12 @@ class VX_EXPORT VxIniFileCache : public VxObject {
   char* path_ = nullptr;
   uint32_t time_ = 0;
   int32_t useCount_ = 1;
-  // The image: size_ bytes plus a NUL (null while closed or empty).
+  // The image: size_ bytes plus a NUL (null while closed or empty), and
+  // the index of its section headers (null when none could be built:
+  // lookups then pass over the image).
   char* image_ = nullptr;
   VXSIZE_T imageLength_ = 0;
+  IniSectionIndex* sectionIndex_ = nullptr;
   mutable VxSemaphore lock_;
   bool open_ = false;
 };

@@ -9,7 +9,8 @@
 // compared ignoring ASCII case; a section ends at the next "[" anywhere;
 // entry lines skip leading blanks and tabs, skip empty and ";"/"#" lines;
 // a key ends at "=", blank or tab; the value follows its "=", blanks and
-// tabs, to the line end. The key list must stay within its buffer and end
+// tabs, to the line end. The section index must find what the plain
+// search finds. The key list must stay within its buffer and end
 // with a NUL. The reference assumes the "C" locale.
 #include <cctype>
 #include <cstdint>
@@ -95,6 +96,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   bool found = iniFindSection(bytes, image.size(), header.data(), header.size(), &start, &end) == 0;
   Section expected = referenceSection(imageText, header);
   check(found == expected.found);
+  IniSectionIndex index;
+  if (iniBuildSectionIndex(bytes, image.size(), &index) == 0) {
+    VXSIZE_T indexedStart = 0, indexedEnd = 0;
+    bool indexedFound = iniFindSectionIndexed(bytes, image.size(), index, header.data(), header.size(),
+                                              &indexedStart, &indexedEnd) == 0;
+    check(indexedFound == found && (!found || (indexedStart == start && indexedEnd == end)));
+    iniFreeSectionIndex(&index);
+  }
   if (!found) return 0;
   check(start == expected.start && end == expected.end);
 

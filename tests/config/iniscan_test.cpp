@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -127,6 +128,55 @@ TEST(IniScanTest, ScannersTreatNulAsAnOrdinaryByte) {
   std::string image("[s]\nk=a\0b\nj=c\n", 14);
   EXPECT_EQ(std::string("a\0b", 3), lookup(image, "s", "k"));
   EXPECT_EQ("c", lookup(image, "s", "j"));
+}
+
+}  // namespace
+
+namespace {
+
+// The indexed search gives the plain search's answer for every header.
+void expectIndexAgrees(const std::string& image, const std::vector<std::string>& headers) {
+  IniSectionIndex index;
+  ASSERT_EQ(0, iniBuildSectionIndex(image.data(), image.size(), &index));
+  for (const std::string& header : headers) {
+    VXSIZE_T plainStart = 0, plainEnd = 0, start = 0, end = 0;
+    uint16_t plain = iniFindSection(image.data(), image.size(), header.data(), header.size(),
+                                    &plainStart, &plainEnd);
+    uint16_t indexed = iniFindSectionIndexed(image.data(), image.size(), index, header.data(),
+                                             header.size(), &start, &end);
+    EXPECT_EQ(plain, indexed) << header;
+    if (plain == 0 && indexed == 0) {
+      EXPECT_EQ(plainStart, start) << header;
+      EXPECT_EQ(plainEnd, end) << header;
+    }
+  }
+  iniFreeSectionIndex(&index);
+  EXPECT_EQ(nullptr, index.entries);
+}
+
+TEST(IniSectionIndexTest, IndexedSearchFindsWhatThePlainSearchFinds) {
+  std::string image = "[A]\nk=1\n[b c]\nk=x[y]\n[B C]\n  [x]\n[s\n[Dup]\n[dUP]\n[\xe9t\xe9]\n[]\n";
+  expectIndexAgrees(image, {"[a]", "[A]", "[B c]", "[b C]", "[x]", "[s]", "[dup]", "[\xe9t\xe9]",
+                            "[\xc9t\xe9]", "[]", "[missing]", "[", ""});
+}
+
+TEST(IniSectionIndexTest, ImageWithoutHeadersGivesAnEmptyIndex) {
+  IniSectionIndex index;
+  ASSERT_EQ(0, iniBuildSectionIndex("k=1\n x [y]\n", 11, &index));
+  EXPECT_EQ(0u, index.count);
+  VXSIZE_T start = 0, end = 0;
+  EXPECT_EQ(1, iniFindSectionIndexed("k=1\n x [y]\n", 11, index, "[y]", 3, &start, &end));
+  iniFreeSectionIndex(&index);
+}
+
+TEST(IniSectionIndexTest, ManySectionsGrowTheIndex) {
+  std::string image;
+  std::vector<std::string> headers;
+  for (int i = 0; i < 300; ++i) {
+    image += "[DSN" + std::to_string(i) + "]\nServer=s" + std::to_string(i) + "\n";
+    headers.push_back("[dsn" + std::to_string(i) + "]");
+  }
+  expectIndexAgrees(image, headers);
 }
 
 }  // namespace
