@@ -138,17 +138,17 @@ TEST_F(WhereAndLocate, WhereTracesTheExistenceTestWithBit100) {
 TEST_F(WhereAndLocate, LocateTracesEveryCandidateWithBit2) {
   ASSERT_EQ(0, mkdir((dir + "/a").c_str(), 0755));
   ASSERT_EQ(0, mkdir((dir + "/b").c_str(), 0755));
-  makeFile(dir + "/b/t.cfg");
-  ToolResult r = run({"locate", "-s", "9", "t.cfg"},
+  makeFile(dir + "/b/vx-locate-probe.cfg");
+  ToolResult r = run({"locate", "-s", "9", "vx-locate-probe.cfg"},
                      {"VX_DEBUGGING=2", "LD_LIBRARY_PATH=" + dir + "/a/", "PATH=" + dir + "/b"});
   EXPECT_EQ(0, r.status);
-  EXPECT_EQ("LocateFile: " + dir + "/a/t.cfg\n" +
-                "LocateFile: " + dir + "/a/../t.cfg\n" +
-                "LocateFile: /usr/local/lib/t.cfg\n" +
-                "LocateFile: /usr/local/lib/../t.cfg\n" +
-                "LocateFile: " + dir + "/b/t.cfg\n" + dir + "/b/t.cfg\n",
+  EXPECT_EQ("LocateFile: " + dir + "/a/vx-locate-probe.cfg\n" +
+                "LocateFile: " + dir + "/a/../vx-locate-probe.cfg\n" +
+                "LocateFile: /usr/local/lib/vx-locate-probe.cfg\n" +
+                "LocateFile: /usr/local/lib/../vx-locate-probe.cfg\n" +
+                "LocateFile: " + dir + "/b/vx-locate-probe.cfg\n" + dir + "/b/vx-locate-probe.cfg\n",
             r.out);
-  EXPECT_EQ(dir + "/b/t.cfg\n", run({"locate", "-s", "1", "t.cfg"},
+  EXPECT_EQ(dir + "/b/vx-locate-probe.cfg\n", run({"locate", "-s", "1", "vx-locate-probe.cfg"},
                                     {"VX_DEBUGGING=FD", "PATH=" + dir + "/b"}).out);
 }
 
