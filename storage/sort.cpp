@@ -177,12 +177,12 @@ class QuickSort {
       VXSIZE_T pivot = choosePivot(lo, hi);
       if (pivot != lo) at_.exchange(at_(pivot), at_(lo));
       if (lo > 0 && order_(at_(lo - 1), at_(lo)) == 0) {
-        VXSIZE_T lastEqual = partitionEqual(lo, hi);
+        VXSIZE_T lastEqual = partition<true>(lo, hi);
         if (lastEqual >= hi) return;
         lo = lastEqual + 1;
         continue;
       }
-      VXSIZE_T split = partition(lo, hi);
+      VXSIZE_T split = partition<false>(lo, hi);
       if (split - lo < hi - split) {
         if (split > lo) sort(lo, split - 1);
         lo = split + 1;
@@ -218,31 +218,21 @@ class QuickSort {
 
   // Splits lo..hi around the pivot held in slot lo; returns the pivot's
   // final slot. Records before it are not greater, records after it are
-  // not smaller.
+  // not smaller. With gatherEqual, used when the pivot equals the record
+  // before the range (which no record of the range is below), the left
+  // scan also passes records equal to the pivot, so every such record ends
+  // at the front and the returned slot is the last of that group, which
+  // needs no further sorting.
+  template <bool gatherEqual>
+  static bool staysLeft(int c) { return gatherEqual ? c <= 0 : c < 0; }
+
+  template <bool gatherEqual>
   VXSIZE_T partition(VXSIZE_T lo, VXSIZE_T hi) {
     const char* pivot = at_(lo);
     VXSIZE_T i = lo;
     VXSIZE_T j = hi + 1;
     for (;;) {
-      do ++i; while (i <= hi && order_(at_(i), pivot) < 0);
-      do --j; while (j > lo && order_(at_(j), pivot) > 0);
-      if (i >= j) break;
-      at_.exchange(at_(i), at_(j));
-    }
-    if (j != lo) at_.exchange(at_(lo), at_(j));
-    return j;
-  }
-
-  // Used when the pivot in slot lo equals the record before the range, which
-  // no record of the range is below: gathers the records equal to the pivot
-  // at the front and returns the last slot of that group, which needs no
-  // further sorting.
-  VXSIZE_T partitionEqual(VXSIZE_T lo, VXSIZE_T hi) {
-    const char* pivot = at_(lo);
-    VXSIZE_T i = lo;
-    VXSIZE_T j = hi + 1;
-    for (;;) {
-      do ++i; while (i <= hi && order_(at_(i), pivot) <= 0);
+      do ++i; while (i <= hi && staysLeft<gatherEqual>(order_(at_(i), pivot)));
       do --j; while (j > lo && order_(at_(j), pivot) > 0);
       if (i >= j) break;
       at_.exchange(at_(i), at_(j));
