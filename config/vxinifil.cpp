@@ -423,7 +423,9 @@ VXSIZE_T VxIniFileCache::bosGetProfileString(const char* section, const char* en
   } else if (!found) {
     copied = copyDefault(defaultValue, buffer, size);
   }
-  if (tracing(kTraceValue)) printf("%s Return Len=%d returnBuf=%s\n", kPrefix, int(copied), buffer);
+  if (tracing(kTraceValue)) {
+    printf("%s Return Len=%d returnBuf=%s\n", kPrefix, int(copied), size > 0 ? buffer : "");
+  }
   return copied;
 }
 
