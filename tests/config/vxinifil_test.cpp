@@ -149,6 +149,21 @@ TEST_F(IniCacheTest, ReadOnlyFileLoadsReadOnlyAndRefusesWrites) {
   EXPECT_EQ("[s]\nk=v\n", readFile(full));
 }
 
+TEST_F(IniCacheTest, WithoutAnErrorListAnyOpenFailureFallsBackToReadOnly) {
+  std::string full = writeFile("ro.ini", "[s]\nk=v\n");
+  chmod(dir.c_str(), 0755);
+  chmod(full.c_str(), 0444);
+  int status = runUnprivileged([&] {
+    VxErrorKeeper::giveUpErrorList();  // the fixture's list is not this thread's any more
+    if (VxErrorKeeper::getErrorList() != nullptr) return 1;
+    VxIniFileCache cache(full.c_str());
+    if (!cache.isOpen()) return 2;
+    if (cache.getOpenMode() & (0x2 | 0x4)) return 3;
+    return get(cache, "s", "k") == "v" ? 0 : 4;
+  });
+  EXPECT_EQ(0, status);
+}
+
 TEST_F(IniCacheTest, WriteToAFileThatBecameReadOnlyLeavesItUntouched) {
   std::string full = writeFile("ro.ini", "[s]\nk=v\n");
   chmod(dir.c_str(), 0755);

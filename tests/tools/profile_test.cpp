@@ -159,6 +159,16 @@ TEST_F(VxtoolProfile, WriteTraceLines) {
   r = runTool({"profile", "delete", "odbc.ini", "new"}, "", env({"VX_DEBUGGING=10"}));
   EXPECT_NE(std::string::npos, r.out.find("Entry:NULL\nNULL\n"));
   EXPECT_NE(std::string::npos, r.out.find("PutProfileString: Deleting section [new]\n"));
+  EXPECT_NE(std::string::npos, r.out.find("PutProfileString: Updated FileCache:\n|->[ODBC Data Sources]\n"));
+}
+
+TEST_F(VxtoolProfile, WriteThatEmptiesTheFileTracesAnEmptyCache) {
+  write(odbcIni, "[only]\nk=v\n");
+  ToolResult r = runTool({"profile", "delete", "odbc.ini", "only"}, "", env({"VX_DEBUGGING=10"}));
+  EXPECT_EQ(0, r.status);
+  EXPECT_NE(std::string::npos, r.out.find("PutProfileString: Updated FileCache: Len=0\n"));
+  EXPECT_NE(std::string::npos, r.out.find("PutProfileString: FileCache is empty.\n"));
+  EXPECT_EQ("", read(odbcIni));
 }
 
 }  // namespace
