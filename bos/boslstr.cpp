@@ -1,15 +1,16 @@
 // The process's message catalog: choosing its file, opening it once, and
 // looking texts up in it.
-#include <clocale>
+#include "bos/boslstr.h"
+
 #include <nl_types.h>
 
 #include <atomic>
+#include <clocale>
 #include <cstdio>
 #include <cstring>
 
-#include "bos/bosfile.h"
-#include "bos/boslstr.h"
 #include "bos/bosenv.h"
+#include "bos/bosfile.h"
 #include "bos/vxcritse.h"
 #include "config/vxini.h"
 #include "foundation/vxtrace.h"

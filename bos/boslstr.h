@@ -72,7 +72,9 @@ VX_EXPORT void CloseStrings();
 
 // Copies the open catalog's text of `id` into `buffer` (cut to size - 1
 // bytes; size 0 copies it whole) and returns its length. A number the
-// catalog lacks, or no open catalog, gives the number in decimal.
+// catalog lacks, or no open catalog, gives the number in decimal. Takes no
+// lock: a caller that may run while another thread closes the catalog
+// uses LoadString.
 VX_EXPORT VXSIZE_T LoadStringFromOpenFile(uint32_t id, char* buffer, VXSIZE_T size);
 
 // LoadStringFromOpenFile under the lookup critical section. `module` does

@@ -124,7 +124,7 @@ TEST_F(Catalog, UnmappedSystemErrorAppendsTheFormatOfModuleNvutl21) {
   EXPECT_EQ(sourceText(30041) + appended, errors.list.getLastError()->getErrorText());
 }
 
-TEST_F(Catalog, ConcurrentLookupsAndReopeningAllGiveWholeTexts) {
+TEST_F(Catalog, ThreadsLookingUpWhileTheCatalogReopensGetWholeTexts) {
   std::string expected = sourceText(1509);
   std::vector<std::thread> threads;
   std::vector<int> wrong(4, 0);
