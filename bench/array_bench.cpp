@@ -251,10 +251,7 @@ int main(int argc, char** argv) {
                                  side[0] == 'v' ? sortVx : sortStd)
         ->Arg(1000000);
   }
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter("std");
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios();
-  benchmark::Shutdown();
+  runAndPrint(&argc, argv, RunTimes::kRealTime,
+              [](const RunTimes& times) { printPeerRatios(times, "std"); });
   return 0;
 }

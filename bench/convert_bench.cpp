@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "ratio_reporter.h"
 #include "values/convert.h"
 
 namespace {
@@ -151,50 +152,30 @@ void registerCases(const char* length, bool shortNumbers) {
   });
 }
 
-// Console output as usual, then the ratio table: for every case, the time
-// of ".../vx" divided by the time of each peer of the same case.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& r : runs) {
-      // With --benchmark_repetitions the median is used, else the one run.
-      bool median = r.run_type == Run::RT_Aggregate && r.aggregate_name == "median";
-      if (r.error_occurred || !(median || r.run_type == Run::RT_Iteration)) continue;
-      std::string name = r.run_name.function_name;
-      size_t slash = name.find('/');
-      if (slash == std::string::npos) continue;
-      std::map<std::string, double>& peers = times_[name.substr(0, slash)];
-      std::string peer = name.substr(slash + 1);
-      if (median || !peers.count(peer)) peers[peer] = r.GetAdjustedCPUTime();
+// For every case, the time of ".../vx" divided by the time of each peer of
+// the same case, cases and peers in name order.
+void printRatios(const RunTimes& times) {
+  std::map<std::string, std::map<std::string, double>> cases;
+  for (const std::string& name : times.names()) {
+    size_t slash = name.find('/');
+    if (slash != std::string::npos) cases[name.substr(0, slash)][name.substr(slash + 1)] = times.at(name);
+  }
+  printf("\n%-22s %-12s %s\n", "case", "peer", "vx CPU time / peer CPU time");
+  for (const auto& entry : cases) {
+    auto vx = entry.second.find("vx");
+    if (vx == entry.second.end()) continue;
+    for (const auto& peer : entry.second) {
+      if (peer.first == "vx") continue;
+      printf("%-22s %-12s %.2f\n", entry.first.c_str(), peer.first.c_str(), vx->second / peer.second);
     }
   }
-
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    printf("\n%-22s %-12s %s\n", "case", "peer", "vx CPU time / peer CPU time");
-    for (const auto& entry : times_) {
-      auto vx = entry.second.find("vx");
-      if (vx == entry.second.end()) continue;
-      for (const auto& peer : entry.second) {
-        if (peer.first == "vx") continue;
-        printf("%-22s %-12s %.2f\n", entry.first.c_str(), peer.first.c_str(), vx->second / peer.second);
-      }
-    }
-  }
-
- private:
-  std::map<std::string, std::map<std::string, double>> times_;
-};
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
   registerCases("all_lengths", false);
   registerCases("short", true);
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
+  runAndPrint(&argc, argv, RunTimes::kCpuTime, printRatios);
   return 0;
 }

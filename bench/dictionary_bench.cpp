@@ -25,6 +25,7 @@
 #include "containers/vxdictio.h"
 #include "containers/vxseqdic.h"
 #include "containers/vxstring.h"
+#include "ratio_reporter.h"
 
 namespace {
 
@@ -127,63 +128,35 @@ void registerAll() {
   }
 }
 
-// Console output as usual, plus each run's time per lookup keyed by key
-// set, container and size.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration) continue;
-      const std::string name = run.benchmark_name();  // e.g. str/dict/100
-      const size_t a = name.find('/'), b = name.find('/', a + 1);
-      if (a == std::string::npos || b == std::string::npos) continue;
-      times[name.substr(0, a)][name.substr(a + 1, b - a - 1)][std::stoi(name.substr(b + 1))] =
-          run.GetAdjustedCPUTime();
-    }
-  }
-
-  double at(const std::string& kind, const std::string& container, int n) const {
-    auto k = times.find(kind);
-    if (k == times.end()) return 0;
-    auto c = k->second.find(container);
-    if (c == k->second.end()) return 0;
-    auto t = c->second.find(n);
-    return t == c->second.end() ? 0 : t->second;
-  }
-
-  void printRatios() const {
-    printf("\n%-8s %6s %10s %10s %10s %10s %10s\n", "keys", "n", "dict ns", "seq ns", "umap ns", "dict/umap",
-           "seq/umap");
-    for (const char* kind : kKindNames) {
-      for (int n : kSizes) {
-        const double d = at(kind, "dict", n), s = at(kind, "seqdict", n), u = at(kind, "umap", n);
-        if (u == 0) continue;
-        printf("%-8s %6d %10.1f %10.1f %10.1f %10.2f %10.2f\n", kind, n, d, s, u, d / u, s / u);
-      }
-    }
-    printf("\nshared five-letter prefix: prefix time / str time\n%6s %10s %10s %10s\n", "n", "dict", "seqdict",
-           "umap");
+// Per key set and size, each vxlib container's time per lookup divided by
+// unordered_map's, then the cost of the shared prefix.
+void printRatios(const RunTimes& times) {
+  auto at = [&times](const char* kind, const char* container, int n) {
+    return times.at(std::string(kind) + "/" + container + "/" + std::to_string(n));
+  };
+  printf("\n%-8s %6s %10s %10s %10s %10s %10s\n", "keys", "n", "dict ns", "seq ns", "umap ns", "dict/umap",
+         "seq/umap");
+  for (const char* kind : kKindNames) {
     for (int n : kSizes) {
-      const double ds = at("str", "dict", n), ss = at("str", "seqdict", n), us = at("str", "umap", n);
-      if (ds == 0 || ss == 0 || us == 0) continue;
-      printf("%6d %10.2f %10.2f %10.2f\n", n, at("prefix", "dict", n) / ds, at("prefix", "seqdict", n) / ss,
-             at("prefix", "umap", n) / us);
+      const double d = at(kind, "dict", n), s = at(kind, "seqdict", n), u = at(kind, "umap", n);
+      if (u == 0) continue;
+      printf("%-8s %6d %10.1f %10.1f %10.1f %10.2f %10.2f\n", kind, n, d, s, u, d / u, s / u);
     }
   }
-
- private:
-  std::map<std::string, std::map<std::string, std::map<int, double>>> times;
-};
+  printf("\nshared five-letter prefix: prefix time / str time\n%6s %10s %10s %10s\n", "n", "dict", "seqdict",
+         "umap");
+  for (int n : kSizes) {
+    const double ds = at("str", "dict", n), ss = at("str", "seqdict", n), us = at("str", "umap", n);
+    if (ds == 0 || ss == 0 || us == 0) continue;
+    printf("%6d %10.2f %10.2f %10.2f\n", n, at("prefix", "dict", n) / ds, at("prefix", "seqdict", n) / ss,
+           at("prefix", "umap", n) / us);
+  }
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
   registerAll();
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios();
-  benchmark::Shutdown();
+  runAndPrint(&argc, argv, RunTimes::kCpuTime, printRatios);
   return 0;
 }

@@ -4,13 +4,9 @@
 // ratio of vxlib's time to libc's (below 1 means vxlib is faster).
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "foundation/but.h"
@@ -37,84 +33,70 @@ Buffers& buffers() {
   return instance;
 }
 
-void copyVx(benchmark::State& state) {
+// Runs `op(buffers, n)` once per iteration, n being the benchmark's size,
+// and counts n bytes per iteration.
+template <typename Op>
+void overBuffers(benchmark::State& state, Op op) {
   size_t n = size_t(state.range(0));
   Buffers& buf = buffers();
-  for (auto _ : state) {
+  for (auto _ : state) op(buf, n);
+  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(n));
+}
+
+void copyVx(benchmark::State& state) {
+  overBuffers(state, [](Buffers& buf, size_t n) {
     memCopy(buf.a, buf.b, n);
     benchmark::ClobberMemory();
-  }
-  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(n));
+  });
 }
 
 void copyLibc(benchmark::State& state) {
-  size_t n = size_t(state.range(0));
-  Buffers& buf = buffers();
-  for (auto _ : state) {
+  overBuffers(state, [](Buffers& buf, size_t n) {
     memcpy(buf.a, buf.b, n);
     benchmark::ClobberMemory();
-  }
-  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(n));
+  });
 }
 
 void compareVx(benchmark::State& state) {
-  size_t n = size_t(state.range(0));
-  Buffers& buf = buffers();
-  for (auto _ : state) {
+  overBuffers(state, [](Buffers& buf, size_t n) {
     int16_t c = memCompare(buf.a, buf.b, n);
     benchmark::DoNotOptimize(c);
-  }
-  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(n));
+  });
 }
 
 void compareLibc(benchmark::State& state) {
-  size_t n = size_t(state.range(0));
-  Buffers& buf = buffers();
-  for (auto _ : state) {
+  overBuffers(state, [](Buffers& buf, size_t n) {
     int c = memcmp(buf.a, buf.b, n);
     benchmark::DoNotOptimize(c);
-  }
-  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(n));
+  });
 }
 
 void equalVx(benchmark::State& state) {
-  size_t n = size_t(state.range(0));
-  Buffers& buf = buffers();
-  for (auto _ : state) {
+  overBuffers(state, [](Buffers& buf, size_t n) {
     bool e = memEqual(buf.a, buf.b, n);
     benchmark::DoNotOptimize(e);
-  }
-  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(n));
+  });
 }
 
 void equalLibc(benchmark::State& state) {
-  size_t n = size_t(state.range(0));
-  Buffers& buf = buffers();
-  for (auto _ : state) {
+  overBuffers(state, [](Buffers& buf, size_t n) {
     bool e = memcmp(buf.a, buf.b, n) == 0;
     benchmark::DoNotOptimize(e);
-  }
-  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(n));
+  });
 }
 
 void zeroVx(benchmark::State& state) {
-  size_t n = size_t(state.range(0));
-  Buffers& buf = buffers();
-  for (auto _ : state) {
+  overBuffers(state, [](Buffers& buf, size_t n) {
     memZero(buf.a, n);
     benchmark::ClobberMemory();
-  }
-  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(n));
+  });
 }
 
 void zeroLibc(benchmark::State& state) {
-  size_t n = size_t(state.range(0));
-  Buffers& buf = buffers();
-  for (auto _ : state) {
+  overBuffers(state, [](Buffers& buf, size_t n) {
     memset(buf.a, 0, n);
     benchmark::ClobberMemory();
-  }
-  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(n));
+  });
 }
 
 const std::vector<int64_t> kSizes = {16, 256, 4096, 1 << 20};
@@ -135,10 +117,7 @@ int main(int argc, char** argv) {
   registerPair("compare", compareVx, compareLibc);
   registerPair("equal", equalVx, equalLibc);
   registerPair("zero", zeroVx, zeroLibc);
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter("libc");
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios();
-  benchmark::Shutdown();
+  runAndPrint(&argc, argv, RunTimes::kRealTime,
+              [](const RunTimes& times) { printPeerRatios(times, "libc"); });
   return 0;
 }

@@ -13,11 +13,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "config/vxini.h"
+#include "ratio_reporter.h"
 
 namespace {
 
@@ -43,6 +43,7 @@ std::string makeOdbcIni() {
 
 enum Side { KEPT_OPEN, PRIVATE, UNIXODBC };
 const char* kSideNames[] = {"kept-open", "private", "unixodbc"};
+const char* const kSections[] = {"DSN0", "DSN250", "DSN499", "rotating"};
 
 int lookup(Side side, const char* section, char* buffer, int size) {
   switch (side) {
@@ -76,39 +77,30 @@ void runRefreshCheck(benchmark::State& state) {
   vxPrivateProfileTerm(cache);
 }
 
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration) continue;
-      std::string name = run.run_name.function_name;  // profile/<section>/<side>
-      size_t first = name.find('/'), last = name.rfind('/');
-      if (first == std::string::npos || last == first) continue;
-      times[name.substr(first + 1, last - first - 1)][name.substr(last + 1)] = run.GetAdjustedCPUTime();
+// Per section, lookups per CPU second of each side and unixODBC's time
+// divided by each vxlib form's.
+void printRatios(const RunTimes& times) {
+  printf("\n%-8s %16s %16s %16s %12s %12s\n", "section", "kept-open /s", "private /s",
+         "unixodbc /s", "odbc/kept", "odbc/private");
+  for (const char* section : kSections) {
+    const std::string prefix = std::string("profile/") + section + "/";
+    double t[3];
+    bool all = true;
+    for (Side side : {KEPT_OPEN, PRIVATE, UNIXODBC}) {
+      all = all && times.has(prefix + kSideNames[side]);
+      t[side] = times.at(prefix + kSideNames[side]);
     }
+    if (!all) continue;
+    printf("%-8s %16.0f %16.0f %16.0f %12.1f %12.2f\n", section, 1e9 / t[KEPT_OPEN], 1e9 / t[PRIVATE],
+           1e9 / t[UNIXODBC], t[UNIXODBC] / t[KEPT_OPEN], t[UNIXODBC] / t[PRIVATE]);
   }
-  void printRatios() const {
-    printf("\n%-8s %16s %16s %16s %12s %12s\n", "section", "kept-open /s", "private /s",
-           "unixodbc /s", "odbc/kept", "odbc/private");
-    for (const auto& entry : times) {
-      const auto& t = entry.second;
-      if (t.size() != 3) continue;
-      printf("%-8s %16.0f %16.0f %16.0f %12.1f %12.2f\n", entry.first.c_str(), 1e9 / t.at("kept-open"),
-             1e9 / t.at("private"), 1e9 / t.at("unixodbc"), t.at("unixodbc") / t.at("kept-open"),
-             t.at("unixodbc") / t.at("private"));
-    }
-  }
-
- private:
-  std::map<std::string, std::map<std::string, double>> times;
-};
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
   std::string path = makeOdbcIni();
-  for (const char* section : {"DSN0", "DSN250", "DSN499", "rotating"}) {
+  for (const char* section : kSections) {
     // All three must give the same answer, or the comparison is void.
     const char* probe = strcmp(section, "rotating") == 0 ? "DSN123" : section;
     char a[256], b[256], c[256];
@@ -128,11 +120,7 @@ int main(int argc, char** argv) {
     }
   }
   benchmark::RegisterBenchmark("profile/refresh-check-unchanged", runRefreshCheck)->UseRealTime();
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios();
-  benchmark::Shutdown();
+  runAndPrint(&argc, argv, RunTimes::kCpuTime, printRatios);
   std::string command = "rm -rf '" + path.substr(0, path.rfind('/')) + "'";
   return system(command.c_str()) == 0 ? 0 : 1;
 }

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "foundation/vxdbcs.h"
+#include "ratio_reporter.h"
 
 namespace {
 
@@ -94,36 +95,18 @@ void runSide(benchmark::State& state, const std::string& workload, bool vx) {
   state.SetItemsProcessed(int64_t(state.iterations()) * int64_t(pairs.size()));
 }
 
-// Console output as usual, plus each run's time per iteration keyed by
-// workload and side.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration) continue;
-      std::string name = run.benchmark_name();  // like/<workload>/<side>
-      size_t first = name.find('/'), last = name.rfind('/');
-      if (first == std::string::npos || last == first) continue;
-      times[name.substr(first + 1, last - first - 1)][name.substr(last + 1)] =
-          run.GetAdjustedCPUTime();
-    }
+// Per workload, the time per pair of each side and vxlib's divided by
+// SQLite's.
+void printRatios(const RunTimes& times) {
+  printf("\n%-16s %14s %14s %10s\n", "workload", "vx ns/pair", "sqlite ns/pair", "vx/sqlite");
+  for (const auto& entry : workloads()) {
+    const std::string vxName = "like/" + entry.first + "/vx", sqliteName = "like/" + entry.first + "/sqlite";
+    if (!times.has(vxName) || !times.has(sqliteName)) continue;
+    double n = double(entry.second.size());
+    double vx = times.at(vxName) / n, sq = times.at(sqliteName) / n;
+    printf("%-16s %14.1f %14.1f %10.2f\n", entry.first.c_str(), vx, sq, vx / sq);
   }
-
-  void printRatios() const {
-    printf("\n%-16s %14s %14s %10s\n", "workload", "vx ns/pair", "sqlite ns/pair", "vx/sqlite");
-    for (const auto& entry : times) {
-      const auto& sides = entry.second;
-      if (!sides.count("vx") || !sides.count("sqlite")) continue;
-      double n = double(workloads().at(entry.first).size());
-      double vx = sides.at("vx") / n, sq = sides.at("sqlite") / n;
-      printf("%-16s %14.1f %14.1f %10.2f\n", entry.first.c_str(), vx, sq, vx / sq);
-    }
-  }
-
- private:
-  std::map<std::string, std::map<std::string, double>> times;
-};
+}
 
 }  // namespace
 
@@ -141,10 +124,6 @@ int main(int argc, char** argv) {
     benchmark::RegisterBenchmark(("like/" + name + "/sqlite").c_str(),
                                  [name](benchmark::State& s) { runSide(s, name, false); });
   }
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios();
-  benchmark::Shutdown();
+  runAndPrint(&argc, argv, RunTimes::kCpuTime, printRatios);
   return 0;
 }

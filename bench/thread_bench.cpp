@@ -12,7 +12,6 @@
 #include <condition_variable>
 #include <cstdint>
 #include <cstdio>
-#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -20,6 +19,7 @@
 
 #include "bos/mds.h"
 #include "bos/vxcritse.h"
+#include "ratio_reporter.h"
 
 namespace {
 
@@ -118,39 +118,20 @@ void BM_ThreadLocalAccessor(benchmark::State& state) {
 }
 BENCHMARK(BM_ThreadLocalAccessor);
 
-// Console output as usual, plus each benchmark's CPU time per iteration by
-// name: the median when repetitions are asked for, else the single run.
-class CollectingReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.run_type == Run::RT_Iteration || run.aggregate_name == "median") {
-        nanoseconds[run.run_name.str()] = run.GetAdjustedCPUTime();
-      }
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> nanoseconds;
-};
-
-void printRatio(const CollectingReporter& reporter, const std::string& ours, const std::string& peer) {
-  auto a = reporter.nanoseconds.find(ours);
-  auto b = reporter.nanoseconds.find(peer);
-  if (a == reporter.nanoseconds.end() || b == reporter.nanoseconds.end() || b->second <= 0) return;
-  printf("ratio %-34s / %-22s = %.2f\n", ours.c_str(), peer.c_str(), a->second / b->second);
+void printRatio(const RunTimes& times, const std::string& ours, const std::string& peer) {
+  if (!times.has(ours) || !times.has(peer) || times.at(peer) <= 0) return;
+  printf("ratio %-34s / %-22s = %.2f\n", ours.c_str(), peer.c_str(), times.at(ours) / times.at(peer));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  CollectingReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  printRatio(reporter, "BM_VxCriticalSection", "BM_StdRecursiveMutex");
-  for (const char* threads : {"1", "8", "64"}) {
-    printRatio(reporter, std::string("BM_MdsGetPerThreadData/") + threads, "BM_ThreadLocalRead");
-    printRatio(reporter, std::string("BM_MdsGetPerThreadData/") + threads, "BM_ThreadLocalAccessor");
-  }
-  benchmark::Shutdown();
+  runAndPrint(&argc, argv, RunTimes::kCpuTime, [](const RunTimes& times) {
+    printRatio(times, "BM_VxCriticalSection", "BM_StdRecursiveMutex");
+    for (const char* threads : {"1", "8", "64"}) {
+      printRatio(times, std::string("BM_MdsGetPerThreadData/") + threads, "BM_ThreadLocalRead");
+      printRatio(times, std::string("BM_MdsGetPerThreadData/") + threads, "BM_ThreadLocalAccessor");
+    }
+  });
   return 0;
 }
