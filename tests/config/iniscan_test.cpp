@@ -36,34 +36,40 @@ std::string keys(const std::string& image, const std::string& section, VXSIZE_T 
   return buffer.substr(0, written);
 }
 
-TEST(IniScanTest, KeyEndsAtEqualsBlankOrTab) {
-  std::string image = "[d]\nDriver = /x/y.so\nA==v\nB\tw\nC x\n";
-  EXPECT_EQ("/x/y.so", lookup(image, "d", "Driver"));
-  EXPECT_EQ("v", lookup(image, "d", "A"));
-  EXPECT_EQ("w", lookup(image, "d", "B"));
-  EXPECT_EQ("x", lookup(image, "d", "C"));
-}
-
-TEST(IniScanTest, SectionAndKeyNamesCompareCaseInsensitively) {
-  std::string image = "[My DSN]\nServer=s1\n";
-  EXPECT_EQ("s1", lookup(image, "my dsn", "SERVER"));
-  EXPECT_EQ("<missing>", lookup(image, "My", "Server"));
-}
-
-TEST(IniScanTest, TrailingBlanksOfAValueAreKept) {
-  EXPECT_EQ("/opt/x/  ", lookup("[ODBC]\nInstallDir=/opt/x/  \n", "ODBC", "InstallDir"));
-}
-
-TEST(IniScanTest, FirstMatchingKeyWins) {
-  EXPECT_EQ("1", lookup("[s]\nk=1\nK=2\n", "s", "k"));
-  EXPECT_EQ("a", lookup("[s]\nk=a\n[s]\nk=b\n", "s", "k"));
-}
-
-TEST(IniScanTest, CommentLinesAreNeverFound) {
-  std::string image = "[s]\n;k=1\n  #k=2\n\t;j=3\nj=4\n";
-  EXPECT_EQ("<missing>", lookup(image, "s", "k"));
-  EXPECT_EQ("4", lookup(image, "s", "j"));
-  EXPECT_EQ("<missing>", lookup(image, "s", ";k"));
+// Each row: an image, a section and key, and the value found ("<missing>"
+// when there is none).
+TEST(IniScanTest, LookupsFollowTheLineAndSectionRules) {
+  struct Case {
+    const char* name;
+    std::string image;
+    const char* section;
+    const char* key;
+    std::string value;
+  } cases[] = {
+      {"key ends at blank before equals", "[d]\nDriver = /x/y.so\nA==v\nB\tw\nC x\n", "d", "Driver", "/x/y.so"},
+      {"key ends at equals", "[d]\nDriver = /x/y.so\nA==v\nB\tw\nC x\n", "d", "A", "v"},
+      {"key ends at tab", "[d]\nDriver = /x/y.so\nA==v\nB\tw\nC x\n", "d", "B", "w"},
+      {"key ends at blank", "[d]\nDriver = /x/y.so\nA==v\nB\tw\nC x\n", "d", "C", "x"},
+      {"names compare case-insensitively", "[My DSN]\nServer=s1\n", "my dsn", "SERVER", "s1"},
+      {"section name must match whole", "[My DSN]\nServer=s1\n", "My", "Server", "<missing>"},
+      {"trailing blanks of a value kept", "[ODBC]\nInstallDir=/opt/x/  \n", "ODBC", "InstallDir", "/opt/x/  "},
+      {"first matching key wins", "[s]\nk=1\nK=2\n", "s", "k", "1"},
+      {"first matching section wins", "[s]\nk=a\n[s]\nk=b\n", "s", "k", "a"},
+      {"comment lines never found", "[s]\n;k=1\n  #k=2\n\t;j=3\nj=4\n", "s", "k", "<missing>"},
+      {"key after comments found", "[s]\n;k=1\n  #k=2\n\t;j=3\nj=4\n", "s", "j", "4"},
+      {"comment marker is no key", "[s]\n;k=1\n  #k=2\n\t;j=3\nj=4\n", "s", ";k", "<missing>"},
+      {"header only at line start", "x=1 [s]\nk=1\n  [s]\nk=2\n;[s]\nk=3\n", "s", "k", "<missing>"},
+      {"header after a junk line", "junk\n[s]\nk=9", "s", "k", "9"},
+      {"leading blanks skipped", "[s]\n \t k = v\n", "s", "k", "v"},
+      {"empty lines and CR stay literal", "[s]\r\n\n\nk=v\r\n", "s", "k", "v\r"},
+      {"value at the end without line end", "[s]\nk=last", "s", "k", "last"},
+      {"empty value at the end", "[s]\nk=", "s", "k", ""},
+      {"bare key at the end", "[s]\nk", "s", "k", ""},
+      {"header without closing bracket", "[s\nk=1\n", "s", "k", "<missing>"},
+      {"NUL is an ordinary byte", std::string("[s]\nk=a\0b\nj=c\n", 14), "s", "k", std::string("a\0b", 3)},
+      {"NUL does not end the image", std::string("[s]\nk=a\0b\nj=c\n", 14), "s", "j", "c"},
+  };
+  for (const Case& c : cases) EXPECT_EQ(c.value, lookup(c.image, c.section, c.key)) << c.name;
 }
 
 TEST(IniScanTest, DeliberateBracketInsideAValueEndsTheSection) {
@@ -73,66 +79,27 @@ TEST(IniScanTest, DeliberateBracketInsideAValueEndsTheSection) {
   EXPECT_EQ("3", lookup(image, "t", "C"));
 }
 
-TEST(IniScanTest, HeaderOnlyAtTheStartOfALine) {
-  std::string image = "x=1 [s]\nk=1\n  [s]\nk=2\n;[s]\nk=3\n";
-  EXPECT_EQ("<missing>", lookup(image, "s", "k"));
-  EXPECT_EQ("9", lookup("junk\n[s]\nk=9", "s", "k"));
-}
-
-TEST(IniScanTest, LeadingBlanksOfALineAreSkipped) {
-  EXPECT_EQ("v", lookup("[s]\n \t k = v\n", "s", "k"));
-}
-
-TEST(IniScanTest, EmptyLinesAndCarriageReturnsStayLiteral) {
-  EXPECT_EQ("v\r", lookup("[s]\r\n\n\nk=v\r\n", "s", "k"));
-}
-
-TEST(IniScanTest, ValueAtTheEndOfTheImageWithoutLineEnd) {
-  EXPECT_EQ("last", lookup("[s]\nk=last", "s", "k"));
-  EXPECT_EQ("", lookup("[s]\nk=", "s", "k"));
-  EXPECT_EQ("", lookup("[s]\nk", "s", "k"));
-}
-
-TEST(IniScanTest, HeaderWithoutClosingBracketIsNoSection) {
-  EXPECT_EQ("<missing>", lookup("[s\nk=1\n", "s", "k"));
-}
-
-TEST(IniScanTest, MultiEntryOutputIsDoubleNulTerminated) {
-  std::string list = keys("[s]\nA=1\nB=2\n", "s");
-  EXPECT_EQ(std::string("A\0B\0\0", 5), list);
-}
-
-TEST(IniScanTest, MultiEntryOutputSkipsCommentsAfterALineEnd) {
-  EXPECT_EQ(std::string("A\0B\0\0", 5), keys("[s]\n;x=0\nA=1\n#y=0\nB=2\n", "s"));
+// Each row: an image, the size of the output, and the key list written.
+TEST(IniScanTest, MultiEntryOutputListsKeysDoubleNulTerminated) {
+  struct Case {
+    const char* name;
+    const char* image;
+    VXSIZE_T size;
+    std::string list;
+  } cases[] = {
+      {"plain", "[s]\nA=1\nB=2\n", 256, std::string("A\0B\0\0", 5)},
+      {"skips comments after a line end", "[s]\n;x=0\nA=1\n#y=0\nB=2\n", 256, std::string("A\0B\0\0", 5)},
+      {"keeps blanks before equals", "[s]\n  A = 1\nB=2\n", 256, std::string("A \0B\0\0", 6)},
+      {"stops at size minus one", "[s]\nAlpha=1\nBeta=2\n", 5, std::string("Alph\0", 5)},
+      {"size one", "[s]\nAlpha=1\n", 1, std::string("\0", 1)},
+      {"stops at the section end", "[s]\nA=1[x]\nB=2\n", 256, std::string("A\0\0", 3)},
+  };
+  for (const Case& c : cases) EXPECT_EQ(c.list, keys(c.image, "s", c.size)) << c.name;
 }
 
 TEST(IniScanTest, DeliberateLineWithoutEqualsRunsIntoTheNextKey) {
   EXPECT_EQ(std::string("nokeyA\0\0", 8), keys("[s]\nnokey\nA=1\n", "s"));
 }
-
-TEST(IniScanTest, MultiEntryOutputKeepsBlanksBeforeEquals) {
-  EXPECT_EQ(std::string("A \0B\0\0", 6), keys("[s]\n  A = 1\nB=2\n", "s"));
-}
-
-TEST(IniScanTest, MultiEntryOutputStopsAtSizeMinusOneBytes) {
-  std::string list = keys("[s]\nAlpha=1\nBeta=2\n", "s", 5);
-  EXPECT_EQ(std::string("Alph\0", 5), list);
-  EXPECT_EQ(std::string("\0", 1), keys("[s]\nAlpha=1\n", "s", 1));
-}
-
-TEST(IniScanTest, MultiEntryOutputStopsAtTheSectionEnd) {
-  EXPECT_EQ(std::string("A\0\0", 3), keys("[s]\nA=1[x]\nB=2\n", "s"));
-}
-
-TEST(IniScanTest, ScannersTreatNulAsAnOrdinaryByte) {
-  std::string image("[s]\nk=a\0b\nj=c\n", 14);
-  EXPECT_EQ(std::string("a\0b", 3), lookup(image, "s", "k"));
-  EXPECT_EQ("c", lookup(image, "s", "j"));
-}
-
-}  // namespace
-
-namespace {
 
 // The indexed search gives the plain search's answer for every header.
 void expectIndexAgrees(const std::string& image, const std::vector<std::string>& headers) {

@@ -9,6 +9,7 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "ini_test_support.h"
 
@@ -47,8 +48,8 @@ int runUnprivileged(Body body) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST_F(IniCacheTest, LoadsTheWholeFileAndAnswersLookups) {
-  std::string full = writeFile("a.ini", "[dsn]\nDriver = /x/y.so\nPort=5000\n");
+TEST_F(IniCacheTest, LoadsTheWholeFileAndAnswersLookupsCutToSizeMinusOne) {
+  std::string full = writeFile("a.ini", "[dsn]\nDriver = /x/y.so\nPort=5000\n[s]\nk=abcdefgh\n");
   VxIniFileCache cache(full.c_str());
   ASSERT_TRUE(cache.isOpen());
   EXPECT_TRUE(cache.isThisFile(full.c_str()));
@@ -56,20 +57,10 @@ TEST_F(IniCacheTest, LoadsTheWholeFileAndAnswersLookups) {
   EXPECT_EQ("/x/y.so", get(cache, "dsn", "Driver"));
   EXPECT_EQ("<none>", get(cache, "dsn", "Missing"));
   EXPECT_EQ("<none>", get(cache, "other", "Driver"));
-}
-
-TEST_F(IniCacheTest, ValueLongerThanTheBufferIsCutToSizeMinusOne) {
-  std::string full = writeFile("a.ini", "[s]\nk=abcdefgh\n");
-  VxIniFileCache cache(full.c_str());
   EXPECT_EQ("abcd", get(cache, "s", "k", 5));
   EXPECT_EQ("abcdefgh", get(cache, "s", "k", 9));
   EXPECT_EQ("<no", get(cache, "s", "missing", 4));
-}
-
-TEST_F(IniCacheTest, NullDefaultGivesAnEmptyText) {
-  std::string full = writeFile("a.ini", "[s]\nk=v\n");
-  VxIniFileCache cache(full.c_str());
-  char buffer[16] = "junk";
+  char buffer[16] = "junk";  // a null default gives an empty text
   EXPECT_EQ(0u, cache.bosGetProfileString("s", "missing", nullptr, buffer, sizeof buffer));
   EXPECT_STREQ("", buffer);
   EXPECT_EQ(3u, cache.bosGetProfileString(nullptr, "k", "def", buffer, sizeof buffer));
@@ -89,16 +80,11 @@ TEST_F(IniCacheTest, SeesAChangeOfSizeOrTimeByAnotherWriter) {
   EXPECT_EQ("later", get(cache, "s", "k"));
 }
 
-TEST_F(IniCacheTest, RefreshOfAnUnchangedFileKeepsTheImage) {
+TEST_F(IniCacheTest, RefreshKeepsAnUnchangedImageAndAVanishedFileAnswersWithDefaults) {
   std::string full = writeFile("a.ini", "[s]\nk=v\n");
   VxIniFileCache cache(full.c_str());
   EXPECT_EQ(0, cache.proFileSync());
   EXPECT_EQ("v", get(cache, "s", "k"));
-}
-
-TEST_F(IniCacheTest, VanishedFileAnswersWithDefaults) {
-  std::string full = writeFile("a.ini", "[s]\nk=v\n");
-  VxIniFileCache cache(full.c_str());
   unlink(full.c_str());
   EXPECT_EQ(1, cache.proFileSync());
   EXPECT_EQ("<none>", get(cache, "s", "k"));
@@ -183,7 +169,7 @@ TEST_F(IniCacheTest, WriteToAFileThatBecameReadOnlyLeavesItUntouched) {
   EXPECT_EQ("[s]\nk=v\n", readFile(full));
 }
 
-TEST_F(IniCacheTest, MultiEntryOutputListsTheKeys) {
+TEST_F(IniCacheTest, MultiEntryOutputListsTheKeysAndAnEmptySectionCountsAsMissing) {
   std::string full = writeFile("a.ini", "[s]\nA=1\nB=2\n[empty]\n[t]\nC=3\n");
   VxIniFileCache cache(full.c_str());
   char buffer[64];
@@ -192,12 +178,6 @@ TEST_F(IniCacheTest, MultiEntryOutputListsTheKeys) {
   EXPECT_EQ(0, memcmp("A\0B\0\0", buffer, 5));
   EXPECT_EQ(5u, cache.bosGetProfileString("s", nullptr, "dflt", buffer, sizeof buffer));
   EXPECT_EQ(0, memcmp("A\0B\0\0", buffer, 5));
-}
-
-TEST_F(IniCacheTest, EmptyOrMissingSectionCountsAsMissingForTheKeyList) {
-  std::string full = writeFile("a.ini", "[s]\nA=1\n[empty]\n[t]\nC=3\n");
-  VxIniFileCache cache(full.c_str());
-  char buffer[64];
   EXPECT_EQ(4u, cache.bosGetProfileString("empty", nullptr, "dflt", buffer, sizeof buffer));
   EXPECT_STREQ("dflt", buffer);
   EXPECT_EQ(0u, cache.bosGetProfileSection("nosuch", buffer, sizeof buffer));
@@ -227,72 +207,58 @@ TEST_F(IniCacheTest, DeliberateIntegerDefaultNarrowsTo32Bits) {
 
 // ---- Writes ----
 
-TEST_F(IniCacheTest, WriteReplacesAnExistingEntry) {
-  std::string full = writeFile("a.ini", "[s]\n  k = old value\nj=1\n");
-  VxIniFileCache cache(full.c_str());
-  ASSERT_EQ(0, cache.bosPutProfileString("s", "K", "new"));
-  EXPECT_EQ("[s]\nK=new\nj=1\n", readFile(full));
-  EXPECT_EQ("new", get(cache, "s", "k"));
-}
-
-TEST_F(IniCacheTest, ShorterRewriteCutsTheFile) {
-  std::string full = writeFile("a.ini", "[s]\nk=a very long value indeed\nj=1\n");
-  VxIniFileCache cache(full.c_str());
-  ASSERT_EQ(0, cache.bosPutProfileString("s", "k", "x"));
-  EXPECT_EQ("[s]\nk=x\nj=1\n", readFile(full));
-}
-
-TEST_F(IniCacheTest, WriteAddsAMissingEntryAtTheEndOfItsSection) {
-  std::string full = writeFile("a.ini", "[s]\nk=1\n[t]\nm=2");
-  VxIniFileCache cache(full.c_str());
-  ASSERT_EQ(0, cache.bosPutProfileString("s", "n", "3"));
-  ASSERT_EQ(0, cache.bosPutProfileString("t", "o", "4"));
-  EXPECT_EQ("[s]\nk=1\nn=3\n[t]\nm=2\no=4\n", readFile(full));
-  EXPECT_EQ("4", get(cache, "t", "o"));
-}
-
-TEST_F(IniCacheTest, WriteAddsAMissingSectionAtTheEndOfTheFile) {
-  std::string full = writeFile("a.ini", "[s]\nk=1");
-  VxIniFileCache cache(full.c_str());
-  ASSERT_EQ(0, cache.bosPutProfileString("new", "a", "b"));
-  EXPECT_EQ("[s]\nk=1\n[new]\na=b\n", readFile(full));
-}
-
-TEST_F(IniCacheTest, WriteToAnEmptyFileCreatesTheSection) {
-  std::string full = writeFile("a.ini", "");
-  VxIniFileCache cache(full.c_str());
-  ASSERT_EQ(0, cache.bosPutProfileString("s", "k", "v"));
-  EXPECT_EQ("[s]\nk=v\n", readFile(full));
+// Each row: a file, the writes made to it through one cache, the file
+// written out, and lookups that must then give the new values.
+TEST_F(IniCacheTest, WritesRewriteTheFileAndTheImage) {
+  struct Write {
+    const char* section;
+    const char* key;
+    const char* value;
+  };
+  struct Lookup {
+    const char* section;
+    const char* key;
+    const char* value;
+  };
+  struct Case {
+    const char* name;
+    const char* before;
+    std::vector<Write> writes;
+    const char* after;
+    std::vector<Lookup> lookups;
+  } cases[] = {
+      {"replaces an existing entry", "[s]\n  k = old value\nj=1\n", {{"s", "K", "new"}},
+       "[s]\nK=new\nj=1\n", {{"s", "k", "new"}}},
+      {"shorter rewrite cuts the file", "[s]\nk=a very long value indeed\nj=1\n", {{"s", "k", "x"}},
+       "[s]\nk=x\nj=1\n", {}},
+      {"adds missing entries at the end of their section", "[s]\nk=1\n[t]\nm=2",
+       {{"s", "n", "3"}, {"t", "o", "4"}}, "[s]\nk=1\nn=3\n[t]\nm=2\no=4\n", {{"t", "o", "4"}}},
+      {"adds a missing section at the end", "[s]\nk=1", {{"new", "a", "b"}},
+       "[s]\nk=1\n[new]\na=b\n", {}},
+      {"empty file gets the section", "", {{"s", "k", "v"}}, "[s]\nk=v\n", {}},
+      {"null value deletes the entry", "[s]\nk=1\nj=2\n[t]\nk=3\n", {{"s", "k", nullptr}},
+       "[s]\nj=2\n[t]\nk=3\n", {{"s", "k", "<none>"}, {"t", "k", "3"}}},
+      {"null entry deletes the section", "[s]\nk=1\n[t]\nk=3\n", {{"s", nullptr, nullptr}},
+       "[t]\nk=3\n", {}},
+      {"deleting what is not there changes nothing", "[s]\nk=1\n",
+       {{"s", "missing", nullptr}, {"nosuch", nullptr, nullptr}}, "[s]\nk=1\n", {}},
+      {"value cut by a bracket keeps the rest of the line", "[s]\nk=a[b]\n", {{"s", "k", "new"}},
+       "[s]\nk=new[b]\n", {{"s", "k", "new"}}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::string full = writeFile("a.ini", c.before);
+    VxIniFileCache cache(full.c_str());
+    for (const Write& w : c.writes) ASSERT_EQ(0, cache.bosPutProfileString(w.section, w.key, w.value));
+    EXPECT_EQ(c.after, readFile(full));
+    for (const Lookup& l : c.lookups) EXPECT_EQ(l.value, get(cache, l.section, l.key));
+  }
 }
 
 TEST_F(IniCacheTest, ReadOfAMissingPlainFileCreatesItEmpty) {
   VxIniFileCache cache(path("new.ini").c_str());
   EXPECT_TRUE(cache.isOpen());
   EXPECT_EQ("", readFile(path("new.ini")));
-}
-
-TEST_F(IniCacheTest, NullValueDeletesTheEntry) {
-  std::string full = writeFile("a.ini", "[s]\nk=1\nj=2\n[t]\nk=3\n");
-  VxIniFileCache cache(full.c_str());
-  ASSERT_EQ(0, cache.bosPutProfileString("s", "k", nullptr));
-  EXPECT_EQ("[s]\nj=2\n[t]\nk=3\n", readFile(full));
-  EXPECT_EQ("<none>", get(cache, "s", "k"));
-  EXPECT_EQ("3", get(cache, "t", "k"));
-}
-
-TEST_F(IniCacheTest, NullEntryDeletesTheSection) {
-  std::string full = writeFile("a.ini", "[s]\nk=1\n[t]\nk=3\n");
-  VxIniFileCache cache(full.c_str());
-  ASSERT_EQ(0, cache.bosPutProfileString("s", nullptr, nullptr));
-  EXPECT_EQ("[t]\nk=3\n", readFile(full));
-}
-
-TEST_F(IniCacheTest, DeletingWhatIsNotThereChangesNothing) {
-  std::string full = writeFile("a.ini", "[s]\nk=1\n");
-  VxIniFileCache cache(full.c_str());
-  EXPECT_EQ(0, cache.bosPutProfileString("s", "missing", nullptr));
-  EXPECT_EQ(0, cache.bosPutProfileString("nosuch", nullptr, nullptr));
-  EXPECT_EQ("[s]\nk=1\n", readFile(full));
 }
 
 TEST_F(IniCacheTest, RewriteKeepsABracketInAValueFromBecomingAHeader) {
@@ -308,14 +274,6 @@ TEST_F(IniCacheTest, RewriteKeepsABracketInAValueFromBecomingAHeader) {
   EXPECT_EQ("<none>", get(cache, "s", "n"));
   EXPECT_EQ("<none>", get(cache, "b", "x"));
   EXPECT_EQ("2", get(cache, "b", "y"));
-}
-
-TEST_F(IniCacheTest, ReplacingAValueCutByABracketKeepsTheRestOfTheLine) {
-  std::string full = writeFile("a.ini", "[s]\nk=a[b]\n");
-  VxIniFileCache cache(full.c_str());
-  ASSERT_EQ(0, cache.bosPutProfileString("s", "k", "new"));
-  EXPECT_EQ("[s]\nk=new[b]\n", readFile(full));
-  EXPECT_EQ("new", get(cache, "s", "k"));
 }
 
 TEST_F(IniCacheTest, WriteAppliesToTheFileAsItIsNotToAStaleImage) {
@@ -374,10 +332,6 @@ TEST_F(IniCacheTest, ListRemoveHandsTheCacheToTheCaller) {
   EXPECT_EQ("v", get(*cache, "s", "k"));
   delete cache;
 }
-
-}  // namespace
-
-namespace {
 
 TEST_F(IniCacheTest, CallersEarlierErrorSurvivesInASingleErrorList) {
   std::string full = writeFile("a.ini", "[s]\nhuge=99999999999\n");

@@ -32,10 +32,4 @@ TEST(VxtoolConnstr, RebuildAppliesEditsInOrder) {
   EXPECT_EQ("DSN=a;PWD='x;y';uid=new\n", r.out);
 }
 
-TEST(VxtoolConnstr, WrongUsageExitsTwo) {
-  EXPECT_EQ(2, runTool({"connstr"}).status);
-  EXPECT_EQ(2, runTool({"connstr", "--set", "a=b", "DSN=x"}).status);
-  EXPECT_EQ(2, runTool({"connstr", "--sep", "ab", "x=1"}).status);
-}
-
 }  // namespace

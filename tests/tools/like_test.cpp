@@ -1,41 +1,39 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "tools/tool_runner.h"
 
 namespace {
 
-TEST(VxtoolLike, MatchPrintsTrueAndExitsZero) {
-  ToolResult r = runTool({"like", "abc", "a%"});
-  EXPECT_EQ(0, r.status);
-  EXPECT_EQ("true\n", r.out);
-}
-
-TEST(VxtoolLike, NoMatchPrintsFalseAndExitsOne) {
-  ToolResult r = runTool({"like", "abc", "a_"});
-  EXPECT_EQ(1, r.status);
-  EXPECT_EQ("false\n", r.out);
-}
-
-TEST(VxtoolLike, DefaultsIgnoreCaseAndTrailingBlanks) {
-  EXPECT_EQ(0, runTool({"like", "ABC  ", "abc"}).status);
-  EXPECT_EQ(1, runTool({"like", "-c", "ABC", "abc"}).status);
-  EXPECT_EQ(1, runTool({"like", "-b", "abc  ", "abc"}).status);
-  EXPECT_EQ(0, runTool({"like", "-b", "-c", "abc  ", "abc%"}).status);
-}
-
-TEST(VxtoolLike, NoEscapeUnlessAsked) {
-  EXPECT_EQ(1, runTool({"like", "a%c", "a\\%c"}).status);
-  EXPECT_EQ(0, runTool({"like", "-e", "\\", "a%c", "a\\%c"}).status);
-  EXPECT_EQ(1, runTool({"like", "-e", "\\", "abc", "a\\%c"}).status);
-  EXPECT_EQ(0, runTool({"like", "-e", "!", "a_c", "a!_c"}).status);
-}
-
-TEST(VxtoolLike, DoubleDashEndsOptions) {
-  ToolResult r = runTool({"like", "--", "-c", "-%"});
-  EXPECT_EQ(0, r.status);
-  EXPECT_EQ("true\n", r.out);
+// Each row: the arguments after "like" and whether they match (exit 0 and
+// "true") or not (exit 1 and "false").
+TEST(VxtoolLike, AnswersTrueOrFalseByExitStatusAndOutput) {
+  struct Case {
+    std::vector<std::string> args;
+    bool match;
+  } cases[] = {
+      {{"abc", "a%"}, true},
+      {{"abc", "a_"}, false},
+      {{"ABC  ", "abc"}, true},  // defaults ignore case and trailing blanks
+      {{"-c", "ABC", "abc"}, false},
+      {{"-b", "abc  ", "abc"}, false},
+      {{"-b", "-c", "abc  ", "abc%"}, true},
+      {{"a%c", "a\\%c"}, false},  // no escape unless asked
+      {{"-e", "\\", "a%c", "a\\%c"}, true},
+      {{"-e", "\\", "abc", "a\\%c"}, false},
+      {{"-e", "!", "a_c", "a!_c"}, true},
+      {{"--", "-c", "-%"}, true},  // double dash ends options
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> args = {"like"};
+    args.insert(args.end(), c.args.begin(), c.args.end());
+    ToolResult r = runTool(args);
+    SCOPED_TRACE(c.args[c.args.size() - 2] + " LIKE " + c.args.back());
+    EXPECT_EQ(c.match ? 0 : 1, r.status);
+    EXPECT_EQ(c.match ? "true\n" : "false\n", r.out);
+  }
 }
 
 TEST(VxtoolLike, WrongUsageExitsTwoWithUsage) {

@@ -57,15 +57,6 @@ TEST(VxtoolMessage, NumberWithoutTextPrintsTheNumber) {
   EXPECT_EQ("65000\n", r.out);
 }
 
-TEST(VxtoolMessage, BadNumberIsAUsageError) {
-  for (const char* bad : {"65536", "-1", "12a", ""}) {
-    ToolResult r = runTool({"message", bad});
-    EXPECT_EQ(2, r.status) << bad;
-    EXPECT_TRUE(r.out.empty()) << bad;
-  }
-  EXPECT_EQ(2, runTool({"message"}).status);
-}
-
 TEST(VxtoolErrors, ErrorLinesCarryTheEnglishText) {
   ToolResult r = runTool({"hex", "decode"}, "zz");
   EXPECT_EQ(1, r.status);

@@ -65,14 +65,4 @@ TEST(VxtoolNumber, FormatFieldPrintsTheWholeField) {
   EXPECT_EQ("[  -12] 2\n", runTool({"number", "format", "-w", "5", "-12"}).out);
 }
 
-TEST(VxtoolNumber, WrongUsageExitsTwo) {
-  EXPECT_EQ(2, runTool({"number"}).status);
-  EXPECT_EQ(2, runTool({"number", "parse", "u128", "1"}).status);
-  EXPECT_EQ(2, runTool({"number", "parse", "u8"}).status);
-  EXPECT_EQ(2, runTool({"number", "format", "12x"}).status);
-  EXPECT_EQ(2, runTool({"number", "format", "-w", "x", "1"}).status);
-  EXPECT_EQ(2, runTool({"number", "format", "-l", "1"}).status);
-  EXPECT_EQ(2, runTool({"number", "format", "99999999999999999999"}).status);
-}
-
 }  // namespace

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "tools/tool_runner.h"
 
@@ -46,35 +47,26 @@ class VxtoolProfile : public ::testing::Test {
   std::string odbcIni;
 };
 
-TEST_F(VxtoolProfile, GetWithKeyPrintsTheValueAndOneNewline) {
-  ToolResult r = runTool({"profile", "get", "odbc.ini", "sales", "Driver"}, "", env());
-  EXPECT_EQ(0, r.status);
-  EXPECT_EQ("/opt/vx/lib/vxdrv.so\n", r.out);
-}
-
-TEST_F(VxtoolProfile, GetWithoutKeyPrintsEachKeyOnItsOwnLine) {
-  ToolResult r = runTool({"profile", "get", "odbc.ini", "sales"}, "", env());
-  EXPECT_EQ(0, r.status);
-  EXPECT_EQ("Driver \nServer\nPort\n", r.out);
-}
-
-TEST_F(VxtoolProfile, GetMissingKeyPrintsTheDefault) {
-  ToolResult r = runTool({"profile", "get", "--default", "none", "odbc.ini", "sales", "UID"}, "", env());
-  EXPECT_EQ(0, r.status);
-  EXPECT_EQ("none\n", r.out);
-}
-
-TEST_F(VxtoolProfile, GetCutsTheValueToTheBufferSize) {
-  ToolResult r = runTool({"profile", "get", "--size", "5", "odbc.ini", "sales", "Driver"}, "", env());
-  EXPECT_EQ(0, r.status);
-  EXPECT_EQ("/opt\n", r.out);
-}
-
-TEST_F(VxtoolProfile, GetFromAMissingFileGivesTheDefaultAndExitsZero) {
-  ToolResult r = runTool({"profile", "get", "--default", "d", "odbc.ini", "sales", "Driver"}, "",
-                         env({"ODBCINI=" + dir + "/missing.ini"}));
-  EXPECT_EQ(0, r.status);
-  EXPECT_EQ("d\n", r.out);
+// Each row: the arguments of a get, extra environment, and what it prints.
+TEST_F(VxtoolProfile, GetPrintsTheValueTheKeysOrTheDefault) {
+  struct Case {
+    std::vector<std::string> args;
+    std::vector<std::string> env;
+    const char* out;
+  } cases[] = {
+      {{"odbc.ini", "sales", "Driver"}, {}, "/opt/vx/lib/vxdrv.so\n"},
+      {{"odbc.ini", "sales"}, {}, "Driver \nServer\nPort\n"},
+      {{"--default", "none", "odbc.ini", "sales", "UID"}, {}, "none\n"},
+      {{"--size", "5", "odbc.ini", "sales", "Driver"}, {}, "/opt\n"},
+      {{"--default", "d", "odbc.ini", "sales", "Driver"}, {"ODBCINI=" + dir + "/missing.ini"}, "d\n"},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> args = {"profile", "get"};
+    args.insert(args.end(), c.args.begin(), c.args.end());
+    ToolResult r = runTool(args, "", env(c.env));
+    EXPECT_EQ(0, r.status) << c.out;
+    EXPECT_EQ(c.out, r.out);
+  }
 }
 
 TEST_F(VxtoolProfile, SetThenDeleteChangeTheRedirectedFile) {

@@ -18,11 +18,4 @@ TEST(VxtoolScan, OptionsReachTheScanner) {
   EXPECT_EQ("6\t0\ta.b\n1\t3\t\n", runTool({"scan", "--mode", "1", "a.b"}).out);
 }
 
-TEST(VxtoolScan, WrongUsageExitsTwo) {
-  EXPECT_EQ(2, runTool({"scan"}).status);
-  EXPECT_EQ(2, runTool({"scan", "--mode", "3", "x"}).status);
-  EXPECT_EQ(2, runTool({"scan", "--bogus", "x"}).status);
-  EXPECT_EQ(2, runTool({"scan", "a", "b"}).status);
-}
-
 }  // namespace

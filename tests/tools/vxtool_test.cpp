@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "tools/tool_runner.h"
 
 namespace {
@@ -16,16 +19,31 @@ TEST(Vxtool, HelpListsHelpCommand) {
   EXPECT_NE(std::string::npos, r.out.find("vxtool help [COMMAND]"));
 }
 
-TEST(Vxtool, UnknownCommandIsUsageErrorWithExitTwo) {
-  ToolResult r = runTool({"no-such-command"});
-  EXPECT_EQ(2, r.status);
-  EXPECT_NE(std::string::npos, r.err.find("usage:"));
-  EXPECT_TRUE(r.out.empty());
-}
-
-TEST(Vxtool, NoArgumentsIsUsageError) {
-  ToolResult r = runTool({});
-  EXPECT_EQ(2, r.status);
+// Wrong usage of any command: exit status 2, usage on standard error and
+// nothing on standard output.
+TEST(Vxtool, WrongUsageExitsTwoWithUsageOnStandardError) {
+  const std::vector<std::vector<std::string>> cases = {
+      {}, {"no-such-command"},
+      {"hex"}, {"hex", "reverse"}, {"hex", "encode", "extra"},
+      {"number"}, {"number", "parse", "u128", "1"}, {"number", "parse", "u8"},
+      {"number", "format", "12x"}, {"number", "format", "-w", "x", "1"},
+      {"number", "format", "-l", "1"}, {"number", "format", "99999999999999999999"},
+      {"connstr"}, {"connstr", "--set", "a=b", "DSN=x"}, {"connstr", "--sep", "ab", "x=1"},
+      {"scramble", "encrypt"}, {"scramble", "--method", "1"},
+      {"scramble", "--method", "x", "encrypt"}, {"scramble", "--method", "70000", "encrypt"},
+      {"scramble", "--method", "1", "encrypt", "decrypt"}, {"scramble", "--method", "1", "--key"},
+      {"scan"}, {"scan", "--mode", "3", "x"}, {"scan", "--bogus", "x"}, {"scan", "a", "b"},
+      {"message"}, {"message", "65536"}, {"message", "-1"}, {"message", "12a"}, {"message", ""},
+  };
+  for (const std::vector<std::string>& args : cases) {
+    std::string line;
+    for (const std::string& arg : args) line += arg + " ";
+    SCOPED_TRACE(line);
+    ToolResult r = runTool(args);
+    EXPECT_EQ(2, r.status);
+    EXPECT_NE(std::string::npos, r.err.find("usage:"));
+    EXPECT_TRUE(r.out.empty());
+  }
 }
 
 }  // namespace
