@@ -19,28 +19,19 @@ class VxArrayTest : public ::testing::Test {
   int destroyed = 0;
 };
 
-TEST_F(VxArrayTest, StartsEmptyWithoutStorage) {
+TEST_F(VxArrayTest, StartsWithoutStorageAndGrowsLinearlyBySixteenSlots) {
   ArrayProbe a;
   EXPECT_EQ(0u, a.getCount());
   EXPECT_EQ(0u, a.getSizeOfArray());
   EXPECT_EQ(nullptr, a.storage());
   EXPECT_EQ(16, a.growStep());
   EXPECT_EQ(0, a.flagBits());
-}
-
-TEST_F(VxArrayTest, FirstAddAllocatesSixteenSlots) {
-  VxArray a;
   Counted x(1, &destroyed);
   ASSERT_EQ(0u, a.add(&x));
   EXPECT_EQ(1u, a.getCount());
   EXPECT_EQ(16u, a.getSizeOfArray());
   EXPECT_EQ(&x, a.at(0));
-}
-
-TEST_F(VxArrayTest, GrowthIsLinearBySixteenSlots) {
-  VxArray a;
-  Counted x(1, &destroyed);
-  for (int i = 0; i < 16; ++i) ASSERT_EQ(0u, a.add(&x));
+  for (int i = 1; i < 16; ++i) ASSERT_EQ(0u, a.add(&x));
   EXPECT_EQ(16u, a.getSizeOfArray());
   ASSERT_EQ(0u, a.add(&x));  // the 17th
   EXPECT_EQ(32u, a.getSizeOfArray());
@@ -77,7 +68,7 @@ TEST_F(VxArrayTest, PushNeverGrowsDeliberately) {
   EXPECT_EQ(borrowed, a.storage());
 }
 
-TEST_F(VxArrayTest, RemoveAtIndexKeepsTheElementAlive) {
+TEST_F(VxArrayTest, RemoveAtIndexKeepsTheElementAliveAndDeleteAtIndexDestroysIt) {
   VxArray a;
   Counted* x = new Counted(1, &destroyed);
   Counted y(2, &destroyed);
@@ -87,14 +78,7 @@ TEST_F(VxArrayTest, RemoveAtIndexKeepsTheElementAlive) {
   EXPECT_EQ(1u, a.getCount());
   EXPECT_EQ(&y, a.at(0));
   EXPECT_EQ(0, destroyed);
-  delete x;
-}
-
-TEST_F(VxArrayTest, DeleteAtIndexDestroysTheElement) {
-  VxArray a;
-  Counted y(2, &destroyed);
-  a.add(new Counted(1, &destroyed));
-  a.add(&y);
+  a.addAtIndex(x, 0);
   a.deleteAtIndex(0);
   EXPECT_EQ(1, destroyed);
   EXPECT_EQ(1u, a.getCount());
@@ -137,16 +121,13 @@ TEST_F(VxArrayTest, ResetAndSetNextIndexTouchNoSlot) {
   EXPECT_EQ(0, destroyed);
 }
 
-TEST_F(VxArrayTest, DefaultArrayDoesNotOwnItsElements) {
+TEST_F(VxArrayTest, DestructorDestroysElementsOnlyWhenAskedTo) {
   Counted x(1, &destroyed);
   {
     VxArray a;
     a.add(&x);
   }
   EXPECT_EQ(0, destroyed);
-}
-
-TEST_F(VxArrayTest, DeleteContentsOnDestructDestroysElements) {
   {
     VxArray a;
     a.setDeleteContentsOnDestruct();
@@ -156,18 +137,12 @@ TEST_F(VxArrayTest, DeleteContentsOnDestructDestroysElements) {
   EXPECT_EQ(2, destroyed);
 }
 
-TEST_F(VxArrayTest, DoesExistComparesIdentityNotValue) {
+TEST_F(VxArrayTest, DoesExistComparesIdentityAndAllIndexFormsReachTheSameSlot) {
   VxArray a;
-  Counted x(7, &destroyed), twin(7, &destroyed);
+  Counted x(7, &destroyed), twin(7, &destroyed), y(2, &destroyed);
   a.add(&x);
   EXPECT_EQ(1, a.doesExist(&x));
   EXPECT_EQ(0, a.doesExist(&twin));
-}
-
-TEST_F(VxArrayTest, AllThreeIndexFormsReachTheSameSlot) {
-  VxArray a;
-  Counted x(1, &destroyed), y(2, &destroyed);
-  a.add(&x);
   a.add(&x);
   a[VXSIZE_T{1}] = &y;
   EXPECT_EQ(&y, a[1]);
@@ -180,25 +155,16 @@ TEST_F(VxArrayTest, SetInitialSizeAllocatesZeroedSlots) {
   EXPECT_EQ(5u, a.getSizeOfArray());
   EXPECT_EQ(0u, a.getCount());
   for (int i = 0; i < 5; ++i) EXPECT_EQ(nullptr, a[i]);
-}
 
-TEST_F(VxArrayTest, SetInitialSizeZeroStillAllocatesAndGrowsOnAdd) {
-  ArrayProbe a;
-  ASSERT_EQ(0u, a.setInitialSize(0));
-  EXPECT_NE(nullptr, a.storage());
+  ArrayProbe z;  // size zero still allocates, and grows on add
+  ASSERT_EQ(0u, z.setInitialSize(0));
+  EXPECT_NE(nullptr, z.storage());
   Counted x(1, &destroyed);
-  ASSERT_EQ(0u, a.add(&x));
-  EXPECT_EQ(16u, a.getSizeOfArray());
+  ASSERT_EQ(0u, z.add(&x));
+  EXPECT_EQ(16u, z.getSizeOfArray());
 }
 
-TEST_F(VxArrayTest, ZeroIncrementDoublesTheCapacity) {
-  VxArray a;
-  a.setInitialSize(10);
-  ASSERT_EQ(0u, a.increaseSize(0, 1, 0));
-  EXPECT_EQ(20u, a.getSizeOfArray());
-}
-
-TEST_F(VxArrayTest, CopyGrowthKeepsElementsAndZeroesNewSlots) {
+TEST_F(VxArrayTest, CopyGrowthKeepsElementsAndFreshGrowthDiscardsThem) {
   VxArray a;
   Counted x(1, &destroyed);
   a.add(&x);
@@ -207,16 +173,13 @@ TEST_F(VxArrayTest, CopyGrowthKeepsElementsAndZeroesNewSlots) {
   EXPECT_EQ(1u, a.getCount());
   EXPECT_EQ(&x, a.at(0));
   for (int i = 16; i < 20; ++i) EXPECT_EQ(nullptr, a[i]);
-}
 
-TEST_F(VxArrayTest, FreshGrowthDiscardsElementsButKeepsCount) {
-  VxArray a;
-  Counted x(1, &destroyed);
-  a.add(&x);
-  ASSERT_EQ(0u, a.increaseSize(16, 0, 0));
-  EXPECT_EQ(32u, a.getSizeOfArray());
-  EXPECT_EQ(1u, a.getCount());
-  for (int i = 0; i < 32; ++i) EXPECT_EQ(nullptr, a[i]);
+  VxArray f;  // fresh growth discards the elements but keeps the count
+  f.add(&x);
+  ASSERT_EQ(0u, f.increaseSize(16, 0, 0));
+  EXPECT_EQ(32u, f.getSizeOfArray());
+  EXPECT_EQ(1u, f.getCount());
+  for (int i = 0; i < 32; ++i) EXPECT_EQ(nullptr, f[i]);
 }
 
 TEST_F(VxArrayTest, CopyGrowthTakesOverABorrowedVector) {
@@ -234,7 +197,11 @@ TEST_F(VxArrayTest, CopyGrowthTakesOverABorrowedVector) {
   EXPECT_EQ(&x, borrowed[1].object);  // the borrowed vector is left as it was
 }
 
-TEST_F(VxArrayTest, ResizeToTheCurrentCapacityDoublesIt) {
+TEST_F(VxArrayTest, ZeroIncrementAndResizeToTheCurrentCapacityDoubleIt) {
+  VxArray z;
+  z.setInitialSize(10);
+  ASSERT_EQ(0u, z.increaseSize(0, 1, 0));
+  EXPECT_EQ(20u, z.getSizeOfArray());
   VxArray a;
   a.setInitialSize(16);
   ASSERT_EQ(0u, a.resize(16, 1));
@@ -243,7 +210,7 @@ TEST_F(VxArrayTest, ResizeToTheCurrentCapacityDoublesIt) {
   EXPECT_EQ(40u, a.getSizeOfArray());
 }
 
-TEST_F(VxArrayTest, ShrinkSetsCapacityAndCountAndKeepsLeadingSlots) {
+TEST_F(VxArrayTest, ShrinkSetsCapacityAndCountKeepsLeadingSlotsAndReleasesAtZero) {
   VxArray a;
   Counted x(1, &destroyed), y(2, &destroyed);
   for (int i = 0; i < 20; ++i) a.add(i == 1 ? &y : &x);
@@ -251,18 +218,15 @@ TEST_F(VxArrayTest, ShrinkSetsCapacityAndCountAndKeepsLeadingSlots) {
   EXPECT_EQ(3u, a.getSizeOfArray());
   EXPECT_EQ(3u, a.getCount());
   EXPECT_EQ(&y, a.at(1));
-}
 
-TEST_F(VxArrayTest, ShrinkToZeroReleasesTheVector) {
-  ArrayProbe a;
-  Counted x(1, &destroyed);
-  a.add(&x);
-  ASSERT_EQ(0u, a.shrink(0));
-  EXPECT_EQ(nullptr, a.storage());
-  EXPECT_EQ(0u, a.getSizeOfArray());
-  EXPECT_EQ(0u, a.getCount());
-  ASSERT_EQ(0u, a.add(&x));
-  EXPECT_EQ(16u, a.getSizeOfArray());
+  ArrayProbe z;  // shrinking to zero releases the vector
+  z.add(&x);
+  ASSERT_EQ(0u, z.shrink(0));
+  EXPECT_EQ(nullptr, z.storage());
+  EXPECT_EQ(0u, z.getSizeOfArray());
+  EXPECT_EQ(0u, z.getCount());
+  ASSERT_EQ(0u, z.add(&x));
+  EXPECT_EQ(16u, z.getSizeOfArray());
 }
 
 TEST_F(VxArrayTest, ShrinkLeavesABorrowedVectorInPlace) {
@@ -275,7 +239,7 @@ TEST_F(VxArrayTest, ShrinkLeavesABorrowedVectorInPlace) {
   EXPECT_FALSE(a.ownsStorage());
 }
 
-TEST_F(VxArrayTest, FailedFirstAddLeavesTheArrayEmpty) {
+TEST_F(VxArrayTest, FailedFirstAddOrSetInitialSizeLeavesTheArrayEmpty) {
   ArrayProbe a;
   Counted x(1, &destroyed);
   ramFailAllocationAfter(1);
@@ -284,6 +248,12 @@ TEST_F(VxArrayTest, FailedFirstAddLeavesTheArrayEmpty) {
   EXPECT_EQ(0u, a.getSizeOfArray());
   EXPECT_EQ(nullptr, a.storage());
   EXPECT_EQ(0u, a.add(&x));  // the failure was injected once
+
+  ArrayProbe b;
+  ramFailAllocationAfter(1);
+  EXPECT_EQ(1u, b.setInitialSize(8));
+  EXPECT_EQ(nullptr, b.storage());
+  EXPECT_EQ(0u, b.getSizeOfArray());
 }
 
 TEST_F(VxArrayTest, FailedGrowthOfAFullArrayKeepsEverySlot) {
@@ -298,7 +268,7 @@ TEST_F(VxArrayTest, FailedGrowthOfAFullArrayKeepsEverySlot) {
   EXPECT_EQ(&x, a.at(15));
 }
 
-TEST_F(VxArrayTest, FailedCopyGrowthAndResizeLeaveTheArrayUnchanged) {
+TEST_F(VxArrayTest, FailedCopyGrowthResizeAndShrinkLeaveTheArrayUnchanged) {
   ArrayProbe a;
   Counted x(1, &destroyed);
   a.add(&x);
@@ -307,26 +277,9 @@ TEST_F(VxArrayTest, FailedCopyGrowthAndResizeLeaveTheArrayUnchanged) {
   EXPECT_EQ(1u, a.increaseSize(8, 1, 0));
   ramFailAllocationAfter(1);
   EXPECT_EQ(1u, a.resize(64, 1));
-  EXPECT_EQ(before, a.storage());
-  EXPECT_EQ(16u, a.getSizeOfArray());
-  EXPECT_EQ(1u, a.getCount());
-  EXPECT_EQ(&x, a.at(0));
-}
-
-TEST_F(VxArrayTest, FailedSetInitialSizeReportsOne) {
-  ArrayProbe a;
-  ramFailAllocationAfter(1);
-  EXPECT_EQ(1u, a.setInitialSize(8));
-  EXPECT_EQ(nullptr, a.storage());
-  EXPECT_EQ(0u, a.getSizeOfArray());
-}
-
-TEST_F(VxArrayTest, FailedShrinkReallocationLeavesTheArrayUnchanged) {
-  ArrayProbe a;
-  Counted x(1, &destroyed);
-  a.add(&x);
   ramFailAllocationAfter(1);
   EXPECT_EQ(1u, a.shrink(100));  // a "shrink" that grows needs the heap
+  EXPECT_EQ(before, a.storage());
   EXPECT_EQ(16u, a.getSizeOfArray());
   EXPECT_EQ(1u, a.getCount());
   EXPECT_EQ(&x, a.at(0));
@@ -360,7 +313,7 @@ TEST_F(VxArrayTest, GrowthTooLargeToAddressFailsInsteadOfWrapping) {
 
 // --- VxArrayPVoid -----------------------------------------------------------
 
-TEST_F(VxArrayTest, PVoidHoldsPlainBlocks) {
+TEST_F(VxArrayTest, PVoidHoldsPlainBlocksAndReleasesThem) {
   VxArrayPVoid a;
   void* block = malloc(8);
   ASSERT_EQ(0u, a.add(block));
@@ -369,10 +322,6 @@ TEST_F(VxArrayTest, PVoidHoldsPlainBlocks) {
   EXPECT_EQ(block, a[uint16_t{0}]);
   a.deleteAtIndex(0);  // releases the block; the leak checker sees the rest
   EXPECT_EQ(0u, a.getCount());
-}
-
-TEST_F(VxArrayTest, PVoidDeleteContentsReleasesEveryBlock) {
-  VxArrayPVoid a;
   a.add(malloc(4));
   a.add(nullptr);
   a.add(malloc(16));
@@ -392,7 +341,7 @@ TEST_F(VxArrayTest, PVoidDestructorReleasesBlocksWhenAskedTo) {
 
 // --- value arrays -----------------------------------------------------------
 
-TEST_F(VxArrayTest, WordValuesAreStoredInTheSlots) {
+TEST_F(VxArrayTest, WordValuesAreStoredInTheSlotsAndWorkAsAStack) {
   VxArrayVXSIZE_T a;
   ASSERT_EQ(0u, a.add(~VXSIZE_T{0}));
   ASSERT_EQ(0u, a.add(5));
@@ -401,10 +350,8 @@ TEST_F(VxArrayTest, WordValuesAreStoredInTheSlots) {
   EXPECT_EQ(3u, a[1]);
   EXPECT_EQ(5u, a[uint16_t{2}]);
   EXPECT_EQ(3u, a.getCount());
-}
 
-TEST_F(VxArrayTest, ValueArrayWorksAsAStack) {
-  VxArrayVXSIZE_T s;
+  VxArrayVXSIZE_T s;  // as a stack
   ASSERT_EQ(0u, s.setInitialSize(32));
   s.push(10);
   s.push(20);

@@ -40,14 +40,13 @@ class VxListTest : public ::testing::Test {
   int deaths = 0;
 };
 
-TEST_F(VxListTest, NewListIsEmpty) {
+TEST_F(VxListTest, EmptyListHasNoEndsAndInsertPutsFirstAndAppendPutsLast) {
   EXPECT_EQ(0u, list.getCount());
   EXPECT_EQ(nullptr, list.getFirstNode());
   EXPECT_EQ(nullptr, list.getLastNode());
   EXPECT_EQ(nullptr, list.getCursor());
-}
-
-TEST_F(VxListTest, InsertPutsFirstAndAppendPutsLast) {
+  EXPECT_EQ(nullptr, list.removeFirstNode());
+  EXPECT_EQ(nullptr, list.removeLastNode());
   list.append(new CountedNode(2, &deaths));
   list.insert(new CountedNode(1, &deaths));
   list.append(new CountedNode(3, &deaths));
@@ -56,39 +55,26 @@ TEST_F(VxListTest, InsertPutsFirstAndAppendPutsLast) {
   EXPECT_EQ(3, valueOf(list.getLastNode()));
 }
 
-TEST_F(VxListTest, RingIsClosedThroughLastNode) {
+TEST_F(VxListTest, RingIsClosedButGetNextNodeAfterLastNodeReturnsNull) {
   fill(3);
   EXPECT_EQ(nodes[0], nodes[2]->next);
-}
-
-TEST_F(VxListTest, GetNextNodeAfterLastNodeReturnsNull) {
-  fill(2);
   list.getLastNode();
   EXPECT_EQ(nullptr, list.getNextNode());
   EXPECT_EQ(nullptr, list.getCursor());
   EXPECT_EQ(nullptr, list.getNextNode());
 }
 
-TEST_F(VxListTest, InsertAtPosZeroInsertsAndAtCountAppends) {
+TEST_F(VxListTest, InsertAtPosInsertsAtZeroLinksAfterThePreviousAndAppendsFromCount) {
   fill(2);
   list.insertAtPos(new CountedNode(10, &deaths), 0);
   list.insertAtPos(new CountedNode(20, &deaths), list.getCount());
   EXPECT_EQ((std::vector<int>{10, 0, 1, 20}), walk(list));
-}
-
-TEST_F(VxListTest, InsertAtPosLinksAfterPreviousPositionAndMovesCursor) {
-  fill(3);
-  CountedNode* node = new CountedNode(7, &deaths);
-  list.insertAtPos(node, 2);
-  EXPECT_EQ(nodes[1], list.getCursor());
-  EXPECT_EQ((std::vector<int>{0, 1, 7, 2}), walk(list));
-  EXPECT_EQ(4u, list.getCount());
-}
-
-TEST_F(VxListTest, InsertAtPosPastCountAppends) {
-  fill(2);
-  list.insertAtPos(new CountedNode(9, &deaths), 5);
-  EXPECT_EQ((std::vector<int>{0, 1, 9}), walk(list));
+  list.insertAtPos(new CountedNode(9, &deaths), 9);  // past the count: appends
+  EXPECT_EQ((std::vector<int>{10, 0, 1, 20, 9}), walk(list));
+  list.insertAtPos(new CountedNode(7, &deaths), 2);  // links after position 1, the new cursor
+  EXPECT_EQ(nodes[0], list.getCursor());
+  EXPECT_EQ((std::vector<int>{10, 0, 7, 1, 20, 9}), walk(list));
+  EXPECT_EQ(6u, list.getCount());
 }
 
 TEST_F(VxListTest, UnlinkingOnlyNodeEmptiesList) {
@@ -109,20 +95,14 @@ TEST_F(VxListTest, UnlinkingLastNodeMakesPreviousLast) {
   delete nodes[2];
 }
 
-TEST_F(VxListTest, UnlinkingMiddleNodeNullsItsNext) {
-  fill(3);
-  list.unlink(nodes[1]);
-  EXPECT_EQ(nullptr, nodes[1]->next);
-  EXPECT_EQ((std::vector<int>{0, 2}), walk(list));
-  EXPECT_EQ(2u, list.getCount());
-  delete nodes[1];
-}
-
-TEST_F(VxListTest, UnlinkingCursorNodeClearsCursor) {
+TEST_F(VxListTest, UnlinkingMiddleCursorNodeNullsItsNextAndClearsCursor) {
   fill(3);
   list.getNodeAtPos(1);
   list.unlink(nodes[1]);
   EXPECT_EQ(nullptr, list.getCursor());
+  EXPECT_EQ(nullptr, nodes[1]->next);
+  EXPECT_EQ((std::vector<int>{0, 2}), walk(list));
+  EXPECT_EQ(2u, list.getCount());
   delete nodes[1];
 }
 
@@ -133,11 +113,6 @@ TEST_F(VxListTest, UnlinkingForeignNodeChangesNothing) {
   list.unlink(&stranger);
   EXPECT_EQ(3u, list.getCount());
   EXPECT_EQ((std::vector<int>{0, 1, 2}), walk(list));
-}
-
-TEST_F(VxListTest, RemoveFirstNodeOnEmptyListReturnsNull) {
-  EXPECT_EQ(nullptr, list.removeFirstNode());
-  EXPECT_EQ(nullptr, list.removeLastNode());
 }
 
 TEST_F(VxListTest, RemoveFirstAndLastNodeReturnTheEnds) {
@@ -158,14 +133,11 @@ TEST_F(VxListTest, MoveLastNodeToPosReinsertsIt) {
   EXPECT_EQ(4u, list.getCount());
 }
 
-TEST_F(VxListTest, GetNodeAtPosPastEndReturnsNull) {
+TEST_F(VxListTest, GetNodeAtPosWrapsAt65536DeliberatelyAndPastTheEndReturnsNull) {
   fill(3);
   EXPECT_EQ(nodes[2], list.getNodeAtPos(2));
   EXPECT_EQ(nullptr, list.getNodeAtPos(3));
-}
-
-TEST_F(VxListTest, GetNodeAtPosWrapsAt65536Deliberately) {
-  fill(65540);
+  fill(65537);
   EXPECT_EQ(nodes[65535], list.getNodeAtPos(65535));
   EXPECT_EQ(nodes[0], list.getNodeAtPos(65536));
   EXPECT_EQ(nodes[3], list.getNodeAtPos(65539));

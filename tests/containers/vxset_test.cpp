@@ -42,15 +42,12 @@ class VxSetTest : public ::testing::Test {
   std::vector<std::unique_ptr<Item>> items;
 };
 
-TEST_F(VxSetTest, NewSetIsUnsizedWithDefaultPercents) {
+TEST_F(VxSetTest, NewSetIsUnsizedAndInitializeForTenGivesFourteenSlots) {
   EXPECT_EQ(0, set.getTableSize());
   EXPECT_EQ(0, set.getEntryCount());
   EXPECT_EQ(0, set.getHighWater());
   EXPECT_EQ(0, set.getCapacity());
   EXPECT_EQ(11, set.setCapacity(8));  // 8 * 100 / 75 + 1
-}
-
-TEST_F(VxSetTest, InitializeForTenGivesFourteenSlotsAndCapacityTen) {
   ASSERT_EQ(0u, set.initialize(10));
   EXPECT_EQ(14, set.getTableSize());
   EXPECT_EQ(10, set.getCapacity());
@@ -188,20 +185,19 @@ TEST_F(VxSetTest, ResetReleasesTableAndRestoresDefaults) {
   EXPECT_EQ(14, set.getTableSize());
 }
 
-TEST_F(VxSetTest, InitializeOnFilledSetRehashes) {
+TEST_F(VxSetTest, InitializeRehashesAFilledSetAndShrinksAnEmptiedOne) {
   ASSERT_EQ(0u, set.initialize(4));
   for (int id = 0; id < 4; ++id) ASSERT_EQ(0u, set.add(make(id)));
   ASSERT_EQ(0u, set.initialize(30));
   EXPECT_EQ(41, set.getTableSize());
   for (int id = 0; id < 4; ++id) EXPECT_NE(-1, set.slotOf(items[id].get()));
-}
 
-TEST_F(VxSetTest, InitializeShrinksAnEmptiedTable) {
-  ASSERT_EQ(0u, set.initialize(100));
-  ASSERT_EQ(0u, set.initialize(3));
-  EXPECT_EQ(5, set.getTableSize());
-  ASSERT_EQ(0u, set.add(make(1)));
-  EXPECT_NE(-1, set.slotOf(items[0].get()));
+  ItemSet emptied;
+  ASSERT_EQ(0u, emptied.initialize(100));
+  ASSERT_EQ(0u, emptied.initialize(3));
+  EXPECT_EQ(5, emptied.getTableSize());
+  ASSERT_EQ(0u, emptied.add(items[0].get()));
+  EXPECT_NE(-1, emptied.slotOf(items[0].get()));
 }
 
 TEST_F(VxSetTest, TableNeverPassesSixtyFiveThousandFiveHundredThirtyFiveSlots) {
@@ -240,13 +236,10 @@ TEST_F(VxSetTest, FailedGrowthKeepsTableAndReportsStatus) {
   for (auto& item : items) EXPECT_NE(-1, set.slotOf(item.get()));
 }
 
-TEST_F(VxSetTest, FailedInitializeLeavesSetUnsized) {
+TEST_F(VxSetTest, FailedInitializeOrResizeLeavesTheTableAsItWas) {
   ramFailAllocationAfter(1);
   EXPECT_EQ(1u, set.initialize(10));
   EXPECT_EQ(0, set.getTableSize());
-}
-
-TEST_F(VxSetTest, FailedResizeLeavesTableUnchanged) {
   ASSERT_EQ(0u, set.initialize(10));
   for (int id = 0; id < 5; ++id) ASSERT_EQ(0u, set.add(make(id)));
   std::vector<void*> before;

@@ -38,11 +38,19 @@ class VxSortedArrayTest : public ::testing::Test {
   int nextId = 0;
 };
 
-TEST_F(VxSortedArrayTest, AddKeepsElementsInCompareOrder) {
+TEST_F(VxSortedArrayTest, AddKeepsElementsInCompareOrderAndEqualKeysStable) {
   VxSortedArray a;
   a.setDeleteContentsOnDestruct();
   addKeys(a, {5, 1, 4, 2, 3});
   EXPECT_EQ((std::vector<int>{1, 2, 3, 4, 5}), keysOf(a));
+
+  VxSortedArray b;
+  b.setDeleteContentsOnDestruct();
+  addKeys(b, {7, 3, 7, 3, 7, 3, 7});
+  ASSERT_EQ((std::vector<int>{3, 3, 3, 7, 7, 7, 7}), keysOf(b));
+  EXPECT_LT(idAt(b, 0), idAt(b, 1));
+  EXPECT_LT(idAt(b, 1), idAt(b, 2));
+  for (VXSIZE_T i = 3; i < 6; ++i) EXPECT_LT(idAt(b, i), idAt(b, i + 1));
 }
 
 TEST_F(VxSortedArrayTest, EqualKeyGoesAfterEveryEqualElement) {
@@ -57,22 +65,14 @@ TEST_F(VxSortedArrayTest, EqualKeyGoesAfterEveryEqualElement) {
   EXPECT_EQ(zero, a.at(0));
 }
 
-TEST_F(VxSortedArrayTest, InsertionOfEqualKeysIsStable) {
-  VxSortedArray a;
-  a.setDeleteContentsOnDestruct();
-  addKeys(a, {7, 3, 7, 3, 7, 3, 7});
-  ASSERT_EQ((std::vector<int>{3, 3, 3, 7, 7, 7, 7}), keysOf(a));
-  EXPECT_LT(idAt(a, 0), idAt(a, 1));
-  EXPECT_LT(idAt(a, 1), idAt(a, 2));
-  for (VXSIZE_T i = 3; i < 6; ++i) EXPECT_LT(idAt(a, i), idAt(a, i + 1));
-}
-
 TEST_F(VxSortedArrayTest, FindIndexOfReportsMatchOrInsertionPoint) {
   VxSortedArray a;
   a.setDeleteContentsOnDestruct();
-  addKeys(a, {10, 20, 30, 40});
   Counted probe(30, &destroyed);
   VXSIZE_T pos = 99;
+  EXPECT_EQ(0, a.findIndexOf(&probe, pos));  // empty: position zero
+  EXPECT_EQ(0u, pos);
+  addKeys(a, {10, 20, 30, 40});
   EXPECT_EQ(1, a.findIndexOf(&probe, pos));
   EXPECT_EQ(2u, pos);
   probe.key = 25;
@@ -84,14 +84,6 @@ TEST_F(VxSortedArrayTest, FindIndexOfReportsMatchOrInsertionPoint) {
   probe.key = 45;
   EXPECT_EQ(0, a.findIndexOf(&probe, pos));
   EXPECT_EQ(4u, pos);
-}
-
-TEST_F(VxSortedArrayTest, FindIndexOfInAnEmptyArrayGivesPositionZero) {
-  VxSortedArray a;
-  Counted probe(1, &destroyed);
-  VXSIZE_T pos = 99;
-  EXPECT_EQ(0, a.findIndexOf(&probe, pos));
-  EXPECT_EQ(0u, pos);
 }
 
 TEST_F(VxSortedArrayTest, FindIndexOfLastKeyEndsTheRunOfEqualElements) {
@@ -186,8 +178,12 @@ TEST_F(VxSortedArrayTest, DeleteDuplicatesDestroysLaterEqualElements) {
   EXPECT_EQ(2, destroyed);
 }
 
-TEST_F(VxSortedArrayTest, RemoveDuplicatesLeavesThemAlive) {
+TEST_F(VxSortedArrayTest, RemoveDuplicatesLeavesThemAliveAndReturnsOneWhenEmpty) {
   VxSortedArray a;
+  // On an empty array the result is the final scan index, which starts at 1.
+  EXPECT_EQ(1u, a.deleteDuplicates());
+  EXPECT_EQ(1u, a.removeDuplicates());
+  EXPECT_EQ(0u, a.getCount());
   std::vector<std::unique_ptr<Counted>> owned;
   for (int k : {1, 1, 1, 2}) {
     owned.emplace_back(make(k));
@@ -196,14 +192,6 @@ TEST_F(VxSortedArrayTest, RemoveDuplicatesLeavesThemAlive) {
   EXPECT_EQ(2u, a.removeDuplicates());
   EXPECT_EQ((std::vector<int>{1, 2}), keysOf(a));
   EXPECT_EQ(0, destroyed);
-}
-
-TEST_F(VxSortedArrayTest, DuplicateRemovalOnAnEmptyArrayReturnsOne) {
-  // The result is the final scan index, which starts at 1.
-  VxSortedArray a;
-  EXPECT_EQ(1u, a.deleteDuplicates());
-  EXPECT_EQ(1u, a.removeDuplicates());
-  EXPECT_EQ(0u, a.getCount());
 }
 
 TEST_F(VxSortedArrayTest, FailedAddLeavesTheArrayUnchanged) {
@@ -225,15 +213,11 @@ std::vector<VXSIZE_T> valuesOf(const VxSortedArrayVXSIZE_T& a) {
   return values;
 }
 
-TEST(VxSortedArrayVXSIZE_T, CompareIsUnsignedMinusOneZeroOne) {
+TEST(VxSortedArrayVXSIZE_T, CompareAndAddUseUnsignedOrder) {
   VxSortedArrayVXSIZE_T a;
   EXPECT_EQ(-1, a.compare(1, ~VXSIZE_T{0}));
   EXPECT_EQ(1, a.compare(VXSIZE_T{1} << 63, 5));
   EXPECT_EQ(0, a.compare(42, 42));
-}
-
-TEST(VxSortedArrayVXSIZE_T, AddKeepsValuesInUnsignedOrder) {
-  VxSortedArrayVXSIZE_T a;
   for (VXSIZE_T v : {VXSIZE_T{1} << 63, VXSIZE_T{3}, VXSIZE_T{0}, ~VXSIZE_T{0}, VXSIZE_T{3}})
     ASSERT_EQ(0u, a.add(v));
   EXPECT_EQ((std::vector<VXSIZE_T>{0, 3, 3, VXSIZE_T{1} << 63, ~VXSIZE_T{0}}), valuesOf(a));

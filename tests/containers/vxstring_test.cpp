@@ -40,19 +40,16 @@ TEST_F(SubStringTest, CopyingCopiesTheViewNotTheBytes) {
   EXPECT_EQ(bytes, c.asPascalStr());
 }
 
-TEST_F(SubStringTest, FindCharGivesLengthWhenAbsentOrStartingPastTheEnd) {
+TEST_F(SubStringTest, FindCharGivesLengthWhenAbsentAndStepsOverWholeUtf8Characters) {
   VxSubString v("abcabc");
   EXPECT_EQ(1u, v.findChar('b', 0));
   EXPECT_EQ(4u, v.findChar('b', 2));
   EXPECT_EQ(6u, v.findChar('z', 0));
   EXPECT_EQ(6u, v.findChar('a', 6));
   EXPECT_EQ(6u, v.findChar('a', 99));
-}
-
-TEST_F(SubStringTest, FindCharStepsOverWholeUtf8Characters) {
   // 0xA9 is the second byte of the character C3 A9, not a character.
-  VxSubString v("\xC3\xA9\xA9", VX_CP_UTF8);
-  EXPECT_EQ(2u, v.findChar('\xA9', 0));
+  VxSubString u("\xC3\xA9\xA9", VX_CP_UTF8);
+  EXPECT_EQ(2u, u.findChar('\xA9', 0));
 }
 
 TEST_F(SubStringTest, FindSubStringSearchesFromAnOffset) {
@@ -133,28 +130,21 @@ TEST_F(SubStringTest, GetCopyQuotedDeliberatelyIgnoresTheQuoteArgument) {
   char* end = v.getCopyQuoted(out, '"');
   EXPECT_STREQ("'it''s'", out);
   EXPECT_EQ(out + strlen(out) + 1, end);
+  char back[32];
+  VxSubString(out).getCopyUnquoted(back);  // doubled quotes reduce back
+  EXPECT_STREQ("it's", back);
 }
 
-TEST_F(SubStringTest, GetCopyUnquotedReducesDoubledQuotes) {
-  char out[32];
-  VxSubString v("'it''s'");
-  v.getCopyUnquoted(out);
-  EXPECT_STREQ("it's", out);
-}
-
-TEST_F(SubStringTest, CopyQuotedStrStopsAtTheClosingQuote) {
+TEST_F(SubStringTest, CopyQuotedStrStopsAtTheClosingQuoteAndDropsASingleQuoteInside) {
   VxString s;
   ASSERT_EQ(0u, s.initialize("<"));
   EXPECT_EQ(0u, VxSubString("'it''s'").copyQuotedStr(s));
   EXPECT_EQ("<it's", text(s));
   EXPECT_EQ(0u, VxSubString("\"a\"\"\"").copyQuotedStr(s));
   EXPECT_EQ("<it'sa\"", text(s));
-}
-
-TEST_F(SubStringTest, CopyQuotedStrDropsASingleQuoteInside) {
-  VxString s;
-  EXPECT_EQ(0u, VxSubString("'a'b'").copyQuotedStr(s));
-  EXPECT_EQ("ab", text(s));
+  VxString t;  // a single quote inside is dropped
+  EXPECT_EQ(0u, VxSubString("'a'b'").copyQuotedStr(t));
+  EXPECT_EQ("ab", text(t));
 }
 
 TEST_F(SubStringTest, CopyQuotedStrFailsWhenTheStringCannotGrow) {
@@ -165,7 +155,7 @@ TEST_F(SubStringTest, CopyQuotedStrFailsWhenTheStringCannotGrow) {
   EXPECT_EQ("<", text(s));
 }
 
-TEST_F(SubStringTest, GetLinesSkipsEmptyLines) {
+TEST_F(SubStringTest, GetLinesSkipsEmptyLinesAndFailsOnALastLineWithoutLineFeed) {
   char bytes[] = "a\n\nb\n";
   VxSubString v(bytes, 5, VX_CP_UTF8);
   VxArray lines;
@@ -177,14 +167,9 @@ TEST_F(SubStringTest, GetLinesSkipsEmptyLines) {
   EXPECT_EQ("a", text(*first));
   EXPECT_EQ("b", text(*second));
   EXPECT_EQ(VX_CP_UTF8, second->getCodePage());
-}
-
-TEST_F(SubStringTest, GetLinesFailsOnALastLineWithoutLineFeed) {
-  char bytes[] = "a\nb";
-  VxSubString v(bytes, 3);
-  VxArray lines;
-  lines.setDeleteContentsOnDestruct();
-  EXPECT_EQ(1u, v.getLines(lines));
+  lines.deleteContents();
+  char partial[] = "a\nb";  // no final line feed
+  EXPECT_EQ(1u, VxSubString(partial, 3).getLines(lines));
   EXPECT_EQ(1u, lines.getCount());  // the complete line was kept
 }
 
@@ -198,7 +183,7 @@ TEST_F(SubStringTest, GetLinesFailsWhenALineCannotBeAllocated) {
   EXPECT_EQ(0u, lines.getCount());
 }
 
-TEST_F(SubStringTest, GetAsVXSIZE_TConvertsTheViewOnly) {
+TEST_F(SubStringTest, GetAsVXSIZE_TConvertsTheViewOnlyHoweverLong) {
   VXSIZE_T value = 7;
   EXPECT_EQ(0u, VxSubString("12345", 3).getAsVXSIZE_T(&value));
   EXPECT_EQ(123u, value);
@@ -207,12 +192,8 @@ TEST_F(SubStringTest, GetAsVXSIZE_TConvertsTheViewOnly) {
   EXPECT_EQ(1u, VxSubString("12x").getAsVXSIZE_T(&value));
   EXPECT_EQ(18446744073709551615u, value);
   EXPECT_EQ(2702, VxErrorKeeper::getLastErrorNumber());
-}
-
-TEST_F(SubStringTest, GetAsVXSIZE_TTakesViewsLongerThanTheCountedConversion) {
-  std::string padded(100, ' ');
+  std::string padded(100, ' ');  // longer than the counted conversion takes
   padded += "42";
-  VXSIZE_T value = 0;
   EXPECT_EQ(0u, VxSubString(padded.data(), padded.size()).getAsVXSIZE_T(&value));
   EXPECT_EQ(42u, value);
 }
@@ -286,7 +267,7 @@ TEST_F(VxStringTest, UnInitializeFreesAndZeroes) {
   EXPECT_STREQ("de", s.asCStr());
 }
 
-TEST_F(VxStringTest, BorrowedBufferTakesSixMoreBytesButNotSeven) {
+TEST_F(VxStringTest, BorrowedBufferTakesSixMoreBytesButNotSevenAndCannotResize) {
   char buffer[10] = "abc";
   VxString s;
   s.initializeWithBuffer(buffer, sizeof buffer, 3);
@@ -300,16 +281,14 @@ TEST_F(VxStringTest, BorrowedBufferTakesSixMoreBytesButNotSeven) {
   EXPECT_EQ(1u, s.concat("defghij"));
   EXPECT_EQ(2716, VxErrorKeeper::getLastErrorNumber());
   EXPECT_EQ("abc", text(s));
-}
 
-TEST_F(VxStringTest, ResizeOfABorrowedBufferFilesError2716) {
-  char buffer[4] = "ab";
-  VxString s;
-  s.initializeWithBuffer(buffer, sizeof buffer, 2, VX_CP_UTF8);
-  EXPECT_EQ(VX_CP_UTF8, s.getCodePage());
-  EXPECT_EQ(1u, s.resize(2));
+  char small[4] = "ab";
+  VxString r;
+  r.initializeWithBuffer(small, sizeof small, 2, VX_CP_UTF8);
+  EXPECT_EQ(VX_CP_UTF8, r.getCodePage());
+  EXPECT_EQ(1u, r.resize(2));
   EXPECT_EQ(2716, VxErrorKeeper::getLastErrorNumber());
-  EXPECT_EQ(4u, s.getCapacity());
+  EXPECT_EQ(4u, r.getCapacity());
 }
 
 TEST_F(VxStringTest, ResizeAcceptsACapacityBelowTheLength) {
@@ -461,32 +440,26 @@ TEST_F(VxStringTest, ReplaceSubStringDeliberatelyContinuesAfterTheInsertedText) 
   EXPECT_STREQ("aaaa", s.asCStr());
 }
 
-TEST_F(VxStringTest, ReplaceSubStringReservesForAllGrowthAtOnce) {
+TEST_F(VxStringTest, ReplaceSubStringReservesAtOnceIgnoresEmptyTextsAndTakesStretches) {
   VxString s;
   ASSERT_EQ(0u, s.initialize("x-x-x"));
   ASSERT_EQ(0u, s.replaceSubString("x", 1, "long", 4));
   EXPECT_STREQ("long-long-long", s.asCStr());
   EXPECT_EQ(s.getLength() + 1, s.getCapacity());
-}
 
-TEST_F(VxStringTest, ReplaceSubStringOfAnEmptyTextChangesNothing) {
-  VxString s;
   ASSERT_EQ(0u, s.initialize("abc"));
   EXPECT_EQ(0u, s.replaceSubString("", 0, "x", 1));
   EXPECT_STREQ("abc", s.asCStr());
   EXPECT_EQ(0u, s.replaceSubString("b", 1, "", 0));
   EXPECT_STREQ("ac", s.asCStr());
-}
 
-TEST_F(VxStringTest, ReplaceSubStringOfAStretchReplacesExactlyThatStretch) {
-  VxString s;
   ASSERT_EQ(0u, s.initialize("one two two"));
-  VxSubString second(s.asPascalStr() + 8, 3);
+  VxSubString second(s.asPascalStr() + 8, 3);  // exactly that stretch
   ASSERT_EQ(0u, s.replaceSubString(second, "2", 1));
   EXPECT_STREQ("one two 2", s.asCStr());
 }
 
-TEST_F(VxStringTest, AddQuotesDoublesQuotesInside) {
+TEST_F(VxStringTest, QuotingDoublesQuotesInsideAndRemoveQuotesLeavesShortTexts) {
   VxString s;
   ASSERT_EQ(0u, s.initialize("it's"));
   ASSERT_EQ(0u, s.addQuotes('\''));
@@ -494,17 +467,9 @@ TEST_F(VxStringTest, AddQuotesDoublesQuotesInside) {
   EXPECT_EQ(8u, s.getCapacity());
   EXPECT_EQ(4u, s.removeQuotes());
   EXPECT_STREQ("it's", s.asCStr());
-}
-
-TEST_F(VxStringTest, RemoveQuotesLeavesTextsTooShortForQuotes) {
-  VxString s;
-  ASSERT_EQ(0u, s.initialize("'"));
+  ASSERT_EQ(0u, s.initialize("'"));  // too short for quotes: left alone
   EXPECT_EQ(1u, s.removeQuotes());
   EXPECT_STREQ("'", s.asCStr());
-}
-
-TEST_F(VxStringTest, AddQuotedBytesAppendsTheQuotedForm) {
-  VxString s;
   ASSERT_EQ(0u, s.initialize("x="));
   ASSERT_EQ(0u, s.addQuotedBytes(VxSubString("a\"b"), '"'));
   EXPECT_STREQ("x=\"a\"\"b\"", s.asCStr());
@@ -520,35 +485,27 @@ TEST_F(VxStringTest, ForceEolAddsLineFeedsButNeverRemovesAny) {
   EXPECT_STREQ("a\n\n\n", s.asCStr());
 }
 
-TEST_F(VxStringTest, InsertLineBreaksBreaksAtTheLastBlank) {
-  VxString s;
-  ASSERT_EQ(0u, s.initialize("aaa bbb ccc"));
-  ASSERT_EQ(0u, s.insertLineBreaks(5, 0, 0, 0));
-  EXPECT_STREQ("aaa\nbbb\nccc", s.asCStr());
-}
-
-TEST_F(VxStringTest, InsertLineBreaksNeverBreaksInsideQuotesOrAStretchWithoutBlank) {
-  VxString s;
-  ASSERT_EQ(0u, s.initialize("'a b c d' e"));
-  ASSERT_EQ(0u, s.insertLineBreaks(3, '\'', '"', '"'));
-  EXPECT_STREQ("'a b c d'\ne", s.asCStr());
-
-  VxString word;
-  ASSERT_EQ(0u, word.initialize("abcdefgh"));
-  ASSERT_EQ(0u, word.insertLineBreaks(3, 0, 0, 0));
-  EXPECT_STREQ("abcdefgh", word.asCStr());
-
-  VxString shortText;
-  ASSERT_EQ(0u, shortText.initialize("a b"));
-  ASSERT_EQ(0u, shortText.insertLineBreaks(3, 0, 0, 0));
-  EXPECT_STREQ("a b", shortText.asCStr());
-}
-
-TEST_F(VxStringTest, InsertLineBreaksCountsLineFeedsAlreadyInTheText) {
-  VxString s;
-  ASSERT_EQ(0u, s.initialize("ab\ncd ef"));
-  ASSERT_EQ(0u, s.insertLineBreaks(5, 0, 0, 0));
-  EXPECT_STREQ("ab\ncd ef", s.asCStr());  // the second line is only 5 long
+TEST_F(VxStringTest, InsertLineBreaksBreaksAtTheLastBlankOutsideQuotes) {
+  struct Case {
+    const char* input;
+    VXSIZE_T width;
+    char q1, q2, q3;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"aaa bbb ccc", 5, 0, 0, 0, "aaa\nbbb\nccc"},
+      {"'a b c d' e", 3, '\'', '"', '"', "'a b c d'\ne"},  // never inside quotes
+      {"abcdefgh", 3, 0, 0, 0, "abcdefgh"},                 // nor without a blank
+      {"a b", 3, 0, 0, 0, "a b"},
+      {"ab\ncd ef", 5, 0, 0, 0, "ab\ncd ef"},  // the second line is only 5 long
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.input);
+    VxString s;
+    ASSERT_EQ(0u, s.initialize(c.input));
+    ASSERT_EQ(0u, s.insertLineBreaks(c.width, c.q1, c.q2, c.q3));
+    EXPECT_STREQ(c.expected, s.asCStr());
+  }
 }
 
 TEST_F(VxStringTest, RemoveLineBreaksFoldsRunsIntoOneBlank) {
@@ -632,16 +589,7 @@ TEST_F(VxStringTest, EveryGrowingOperationLeavesTheStringUnchangedWhenAllocation
   }
 }
 
-TEST_F(VxStringTest, AddQuotesLeavesTheStringUnchangedWhenItsCopyCannotBeMade) {
-  VxString s;
-  ASSERT_EQ(0u, s.initialize("ab"));
-  ASSERT_EQ(0u, s.assureSpace(10));
-  ramFailAllocationAfter(1);  // the growth is not needed; the copy fails
-  EXPECT_EQ(1u, s.addQuotes('\''));
-  EXPECT_EQ("ab", text(s));
-}
-
-TEST_F(VxStringTest, InitializeFailsWhenAllocationFails) {
+TEST_F(VxStringTest, InitializeAndAddQuotesFailWhenAllocationFails) {
   VxString s;
   ramFailAllocationAfter(1);
   EXPECT_EQ(1u, s.initialize("abc"));
@@ -649,6 +597,11 @@ TEST_F(VxStringTest, InitializeFailsWhenAllocationFails) {
   ramFailAllocationAfter(1);
   EXPECT_EQ(1u, s.initialize(VXSIZE_T(5)));
   EXPECT_EQ(0u, s.getCapacity());
+  ASSERT_EQ(0u, s.initialize("ab"));
+  ASSERT_EQ(0u, s.assureSpace(10));
+  ramFailAllocationAfter(1);  // the growth is not needed; the copy fails
+  EXPECT_EQ(1u, s.addQuotes('\''));
+  EXPECT_EQ("ab", text(s));
 }
 
 }  // namespace
