@@ -14,17 +14,14 @@ struct Tracked : VxObject {
   int* deaths;
 };
 
-TEST(VxIntIntKey, AnswersItsKeyDataAndHash) {
+TEST(VxIntIntKey, AnswersItsKeyDataAndHashAndZeroForOtherForms) {
   VxIntIntKey a(42, 7);
   EXPECT_EQ(42u, a.getIntKey());
   EXPECT_EQ(7u, a.getIntData());
   EXPECT_EQ(42u, a.hash());
   EXPECT_NE(0, a.isEqual(VXSIZE_T(42)));
   EXPECT_EQ(0, a.isEqual(VXSIZE_T(43)));
-}
-
-TEST(VxIntIntKey, BaseAnswersForOtherFormsAreZeroOrNull) {
-  VxIntIntKey a(42, 7);
+  // The base answers for the other forms are zero or null.
   EXPECT_EQ(nullptr, a.getSubKey());
   EXPECT_EQ(nullptr, a.getPtrData());
   EXPECT_EQ(0, a.isEqual(static_cast<const VxSubString*>(nullptr)));
@@ -33,17 +30,13 @@ TEST(VxIntIntKey, BaseAnswersForOtherFormsAreZeroOrNull) {
   EXPECT_EQ(0, a.isEqualCi(&b));
 }
 
-TEST(VxIntIntKey, ChangeDataStoresAndReturnsNewDatum) {
+TEST(VxIntIntKey, ChangeDataStoresANewIntegerDatumButIgnoresAnObject) {
   VxIntIntKey a(1, 2);
   EXPECT_EQ(9u, a.changeData(VXSIZE_T(9)));
   EXPECT_EQ(9u, a.getIntData());
-}
-
-TEST(VxIntIntKey, ObjectChangeDataIsIgnored) {
-  VxIntIntKey a(1, 2);
   VxObject o;
-  EXPECT_EQ(nullptr, a.changeData(&o));
-  EXPECT_EQ(2u, a.getIntData());
+  EXPECT_EQ(nullptr, a.changeData(&o));  // an object datum is ignored
+  EXPECT_EQ(9u, a.getIntData());
 }
 
 TEST(VxAssociationEquality, IntegerFormsCompareByKeyAcrossForms) {
@@ -74,27 +67,17 @@ TEST(VxIntPtrKey, ChangeDataDoesNothingDeliberately) {
   EXPECT_EQ(&o, a.getPtrData());
 }
 
-TEST(VxIntPtrKey, DestructorLeavesDatumAlive) {
+TEST(VxIntPtrKey, DestructorLeavesDatumAliveButDeleteKeyAndDataDestroysIt) {
   int deaths = 0;
   Tracked* t = new Tracked(&deaths);
   delete new VxIntPtrKey(1, t);
   EXPECT_EQ(0, deaths);
-  delete t;
-}
-
-TEST(VxIntPtrKey, DeleteKeyAndDataDestroysDatum) {
-  int deaths = 0;
-  VxIntPtrKey a(1, new Tracked(&deaths));
+  VxIntPtrKey a(1, t);
   a.deleteKeyAndData();
   EXPECT_EQ(1, deaths);
   EXPECT_EQ(nullptr, a.getPtrData());
-  a.deleteKeyAndData();
+  a.deleteKeyAndData();  // a null datum is harmless
   EXPECT_EQ(1, deaths);
-}
-
-TEST(VxIntPtrKey, DeleteKeyAndDataWithNullDatumIsHarmless) {
-  VxIntPtrKey a(1, nullptr);
-  a.deleteKeyAndData();
   EXPECT_EQ(nullptr, a.getPtrData());
 }
 

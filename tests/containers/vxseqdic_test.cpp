@@ -14,7 +14,7 @@ class VxSeqDictionaryTest : public ::testing::Test {
   VxSeqDictionary dict;
 };
 
-TEST_F(VxSeqDictionaryTest, KeepsInsertionOrder) {
+TEST_F(VxSeqDictionaryTest, KeepsInsertionOrderAndMissingKeysGiveTheCount) {
   VxSubString a("zeta"), b("alpha"), c("mid");
   VxObject d;
   ASSERT_EQ(0u, dict.addAssoc(&a, &d));
@@ -25,11 +25,7 @@ TEST_F(VxSeqDictionaryTest, KeepsInsertionOrder) {
   EXPECT_EQ(&b, dict.getSubKeyAtIndex(1));
   EXPECT_EQ(&c, dict.getSubKeyAtIndex(2));
   EXPECT_EQ(1u, dict.getIndexForKey(VxSubString("alpha")));
-}
-
-TEST_F(VxSeqDictionaryTest, MissingKeyGivesCountAndZero) {
-  ASSERT_EQ(0u, dict.addAssoc(VXSIZE_T(1), VXSIZE_T(10)));
-  ASSERT_EQ(0u, dict.addAssoc(VXSIZE_T(2), VXSIZE_T(20)));
+  // A missing key gives the count and zero.
   EXPECT_EQ(dict.getCount(), dict.getIndexForKey(VXSIZE_T(3)));
   EXPECT_EQ(0u, dict.getIntForKey(3));
   EXPECT_EQ(nullptr, dict.getPtrForKey(3));
@@ -72,15 +68,13 @@ TEST_F(VxSeqDictionaryTest, CaseSensitiveUntilSetCaseInsensitive) {
   EXPECT_EQ(&o, dict.getPtrForKey(&upper));
 }
 
-TEST_F(VxSeqDictionaryTest, ChangeDataReplacesIntegerDatum) {
+TEST_F(VxSeqDictionaryTest, ChangeDataReplacesIntegerDatumAndStringKeyedObject) {
   ASSERT_EQ(0u, dict.addAssoc(VXSIZE_T(1), VXSIZE_T(10)));
   dict.changeData(VXSIZE_T(1), VXSIZE_T(11));
   EXPECT_EQ(11u, dict.getIntForKey(1));
   dict.changeData(VXSIZE_T(2), VXSIZE_T(12));  // missing: nothing happens
   EXPECT_EQ(1u, dict.getCount());
-}
-
-TEST_F(VxSeqDictionaryTest, ChangeDataReplacesStringKeyedObjectWithoutDestroyingOld) {
+  // A string-keyed object datum is replaced without destroying the old one.
   int deaths = 0;
   VxSubString key("k");
   TrackedObject* old = new TrackedObject(&deaths);
@@ -90,6 +84,7 @@ TEST_F(VxSeqDictionaryTest, ChangeDataReplacesStringKeyedObjectWithoutDestroying
   EXPECT_EQ(&fresh, dict.getPtrForKey(&key));
   EXPECT_EQ(0, deaths);
   delete old;
+  EXPECT_EQ(2u, dict.getCount());
 }
 
 TEST_F(VxSeqDictionaryTest, ChangeDataOfIntegerKeyedObjectDoesNothingDeliberately) {
@@ -100,7 +95,7 @@ TEST_F(VxSeqDictionaryTest, ChangeDataOfIntegerKeyedObjectDoesNothingDeliberatel
   EXPECT_EQ(0u, dict.getIntForKey(1));
 }
 
-TEST_F(VxSeqDictionaryTest, DeleteKeyAndDataAtIndexDestroysAndShiftsDown) {
+TEST_F(VxSeqDictionaryTest, DeleteKeyAndDataAtIndexShiftsDownAndDeleteKeyAndDataEmpties) {
   int deaths = 0;
   ASSERT_EQ(0u, dict.addAssoc(new TrackedString("a", &deaths), new TrackedObject(&deaths)));
   ASSERT_EQ(0u, dict.addAssoc(VXSIZE_T(2), VXSIZE_T(20)));
@@ -108,10 +103,8 @@ TEST_F(VxSeqDictionaryTest, DeleteKeyAndDataAtIndexDestroysAndShiftsDown) {
   EXPECT_EQ(2, deaths);
   ASSERT_EQ(1u, dict.getCount());
   EXPECT_EQ(2u, dict.getIntKeyAtIndex(0));
-}
-
-TEST_F(VxSeqDictionaryTest, DeleteKeyAndDataEmptiesAndDestroysAll) {
-  int deaths = 0;
+  deaths = 0;
+  dict.deleteKeyAndDataAtIndex(0);
   ASSERT_EQ(0u, dict.addAssoc(new TrackedString("a", &deaths), new TrackedObject(&deaths)));
   ASSERT_EQ(0u, dict.addAssoc(VXSIZE_T(2), new TrackedObject(&deaths)));
   dict.deleteKeyAndData();
@@ -134,14 +127,11 @@ TEST(VxSeqDictionaryOwnership, DestructorFreesAssociationsButNotKeysOrData) {
   delete data;
 }
 
-TEST_F(VxSeqDictionaryTest, FailedAssociationAllocationChangesNothing) {
+TEST_F(VxSeqDictionaryTest, FailedAssociationOrGrowthDropsTheNewAssociationOnly) {
   ramFailAllocationAfter(1);
   EXPECT_EQ(1u, dict.addAssoc(VXSIZE_T(1), VXSIZE_T(1)));
   ramFailAllocationAfter(0);
   EXPECT_EQ(0u, dict.getCount());
-}
-
-TEST_F(VxSeqDictionaryTest, FailedGrowthDropsNewAssociationAndKeepsOthers) {
   for (VXSIZE_T k = 0; k < 16; ++k) ASSERT_EQ(0u, dict.addAssoc(k, k));
   ASSERT_EQ(16u, dict.getSizeOfArray());
   ramFailAllocationAfter(2);  // the association succeeds, the array's growth fails

@@ -2,37 +2,35 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <utility>
+#include <vector>
+
 namespace {
 
-TEST(VxSubStringUpper, FirstCallAcceptsAnExactByteMatch) {
-  VxSubString view("select");
-  VxSubStringUpper upper(&view, 6);
-  EXPECT_TRUE(upper.isEqualUpper("select", 6));
-}
-
-TEST(VxSubStringUpper, CandidatesAreComparedWithTheUpperCaseForm) {
-  VxSubString view("Select");
-  VxSubStringUpper upper(&view, 6);
-  EXPECT_TRUE(upper.isEqualUpper("SELECT", 6));
-  EXPECT_FALSE(upper.isEqualUpper("INSERT", 6));
-  // Once the cache is filled, only the upper-case form matches.
-  EXPECT_FALSE(upper.isEqualUpper("Select", 6));
-  EXPECT_TRUE(upper.isEqualUpper("SELECT", 6));
-}
-
-TEST(VxSubStringUpper, ACandidateOfAnotherLengthNeverMatches) {
-  VxSubString view("from");
-  VxSubStringUpper upper(&view, 4);
-  EXPECT_FALSE(upper.isEqualUpper("FROMX", 5));
-  EXPECT_FALSE(upper.isEqualUpper("FRO", 3));
-}
-
-TEST(VxSubStringUpper, ViewsLongerThanTheCacheCompareCaseInsensitively) {
-  VxSubString view("a_rather_long_identifier");
-  VxSubStringUpper upper(&view, view.getLength());
-  EXPECT_TRUE(upper.isEqualUpper("A_RATHER_LONG_IDENTIFIER", 24));
-  EXPECT_TRUE(upper.isEqualUpper("a_Rather_Long_Identifier", 24));
-  EXPECT_FALSE(upper.isEqualUpper("A_RATHER_LONG_IDENTIFIEX", 24));
+// Each case asks one cache a sequence of candidates, in order.
+TEST(VxSubStringUpper, CandidatesMatchTheUpperCaseFormOfTheView) {
+  struct Case {
+    const char* view;
+    std::vector<std::pair<const char*, bool>> candidates;
+  };
+  const Case cases[] = {
+      {"select", {{"select", true}}},  // the first call accepts an exact byte match
+      // Once the cache is filled, only the upper-case form matches.
+      {"Select", {{"SELECT", true}, {"INSERT", false}, {"Select", false}, {"SELECT", true}}},
+      {"from", {{"FROMX", false}, {"FRO", false}}},  // another length never matches
+      // Views longer than the cache compare case-insensitively.
+      {"a_rather_long_identifier",
+       {{"A_RATHER_LONG_IDENTIFIER", true}, {"a_Rather_Long_Identifier", true}, {"A_RATHER_LONG_IDENTIFIEX", false}}},
+  };
+  for (const Case& c : cases) {
+    VxSubString view(c.view);
+    VxSubStringUpper upper(&view, view.getLength());
+    for (const auto& candidate : c.candidates) {
+      EXPECT_EQ(candidate.second, upper.isEqualUpper(candidate.first, strlen(candidate.first)))
+          << c.view << " vs " << candidate.first;
+    }
+  }
 }
 
 }  // namespace

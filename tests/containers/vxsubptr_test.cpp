@@ -7,11 +7,15 @@
 
 namespace {
 
-TEST(VxSubPtrKey, HashIsKeyStringHash) {
+TEST(VxSubPtrKey, HashIsKeyStringHashAndANullKeyHashesToZeroAndEqualsOnlyNull) {
   VxSubString key("abcdef");
   VxSubPtrKey a(&key, nullptr);
   EXPECT_EQ(key.hash(), a.hash());
   EXPECT_EQ(VXSIZE_T('A' + 'B' + 'C' + 'D' + 'E'), a.hash());
+  VxSubPtrKey n(nullptr, nullptr), m(nullptr, nullptr);
+  EXPECT_EQ(0u, n.hash());
+  EXPECT_NE(0, n.isEqual(&m));
+  EXPECT_EQ(0, n.isEqual(&key));
 }
 
 TEST(VxSubPtrKey, EqualityIsExactAndCiIgnoresCase) {
@@ -38,15 +42,6 @@ TEST(VxSubPtrKey, NeverEqualsAnIntegerForm) {
   EXPECT_EQ(0u, a.getIntKey());
 }
 
-TEST(VxSubPtrKey, NullKeyHashesToZeroAndEqualsOnlyNull) {
-  VxSubString key("x");
-  VxSubPtrKey a(nullptr, nullptr);
-  VxSubPtrKey b(nullptr, nullptr);
-  EXPECT_EQ(0u, a.hash());
-  EXPECT_NE(0, a.isEqual(&b));
-  EXPECT_EQ(0, a.isEqual(&key));
-}
-
 TEST(VxSubPtrKey, ChangeDataStoresWithoutDestroyingOld) {
   int deaths = 0;
   VxSubString key("k");
@@ -61,19 +56,13 @@ TEST(VxSubPtrKey, ChangeDataStoresWithoutDestroyingOld) {
   delete fresh;
 }
 
-TEST(VxSubPtrKey, DestructorLeavesKeyAndDataAlive) {
+TEST(VxSubPtrKey, DestructorLeavesKeyAndDataAliveButDeleteKeyAndDataDestroysBoth) {
   int deaths = 0;
   TrackedString* key = new TrackedString("k", &deaths);
   TrackedObject* data = new TrackedObject(&deaths);
   delete new VxSubPtrKey(key, data);
   EXPECT_EQ(0, deaths);
-  delete key;
-  delete data;
-}
-
-TEST(VxSubPtrKey, DeleteKeyAndDataDestroysBoth) {
-  int deaths = 0;
-  VxSubPtrKey a(new TrackedString("k", &deaths), new TrackedObject(&deaths));
+  VxSubPtrKey a(key, data);
   a.deleteKeyAndData();
   EXPECT_EQ(2, deaths);
   EXPECT_EQ(nullptr, a.getSubKey());
