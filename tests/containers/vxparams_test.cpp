@@ -14,12 +14,22 @@ namespace {
 
 using VxParamStringTest = StringTest;
 
-TEST_F(VxParamStringTest, ATextReplacesEveryOccurrenceOfItsMarker) {
+TEST_F(VxParamStringTest, ATextReplacesEveryOccurrenceOfItsMarkerOnce) {
   VxParamString p;
   ASSERT_EQ(0u, p.initialize("A %s1 B %s1"));
   p << "x";
   EXPECT_STREQ("A x B x", p.asCStr());
   EXPECT_EQ(1, p.getParamCount());
+
+  ASSERT_EQ(0u, p.initialize("[%s1] [%s1]"));  // a value holding its own marker goes in once
+  p << "%s1";
+  EXPECT_STREQ("[%s1] [%s1]", p.asCStr());
+  EXPECT_EQ(1, p.getParamCount());
+
+  ASSERT_EQ(0u, p.initialize("no markers"));  // a missing marker is not an error
+  EXPECT_EQ(0u, p.setParam("x"));
+  EXPECT_STREQ("no markers", p.asCStr());
+  EXPECT_FALSE(p.isFailed());
 }
 
 TEST_F(VxParamStringTest, NumberingIsDeliberatelyByPositionNotByType) {
@@ -61,44 +71,20 @@ TEST_F(VxParamStringTest, BuildMatchStringWritesTheNextMarker) {
   EXPECT_STREQ("%s1", marker);
 }
 
-TEST_F(VxParamStringTest, NumbersAreWrittenInDecimalWithASign) {
+TEST_F(VxParamStringTest, NumbersViewsEmptyAndQuotedValuesFillMarkers) {
   VxParamString p;
   ASSERT_EQ(0u, p.initialize("%d1 %d2 %d3"));
   p << int64_t(-5) << uint64_t(18446744073709551615u) << int64_t(0);
   EXPECT_STREQ("-5 18446744073709551615 0", p.asCStr());
-}
-
-TEST_F(VxParamStringTest, AMissingMarkerIsNotAnError) {
-  VxParamString p;
-  ASSERT_EQ(0u, p.initialize("no markers"));
-  EXPECT_EQ(0u, p.setParam("x"));
-  EXPECT_STREQ("no markers", p.asCStr());
-  EXPECT_FALSE(p.isFailed());
-}
-
-TEST_F(VxParamStringTest, AValueHoldingItsOwnMarkerIsInsertedOnce) {
-  VxParamString p;
-  ASSERT_EQ(0u, p.initialize("[%s1] [%s1]"));
-  p << "%s1";
-  EXPECT_STREQ("[%s1] [%s1]", p.asCStr());
-  EXPECT_EQ(1, p.getParamCount());
-}
-
-TEST_F(VxParamStringTest, ViewsAndEmptyValuesFillMarkers) {
-  VxParamString p;
   ASSERT_EQ(0u, p.initialize("<%s1><%s2><%s3>"));
   p << VxSubString("abcdef", 3) << "" << VxSubString();
   EXPECT_STREQ("<abc><><>", p.asCStr());
-}
-
-TEST_F(VxParamStringTest, QuotedParamsAreQuotedWithDoubling) {
-  VxParamString p;
   ASSERT_EQ(0u, p.initialize("Table %s1 not found"));
   ASSERT_EQ(0u, p.setQuotedParam("o'k", '\''));
   EXPECT_STREQ("Table 'o''k' not found", p.asCStr());
 }
 
-TEST_F(VxParamStringTest, ResetParamCountRestartsNumbering) {
+TEST_F(VxParamStringTest, ResetParamCountAndReinitializingRestartNumbering) {
   VxParamString p;
   ASSERT_EQ(0u, p.initialize("%s1"));
   p << "a";
@@ -106,6 +92,10 @@ TEST_F(VxParamStringTest, ResetParamCountRestartsNumbering) {
   p.resetParamCount();
   p << "b";
   EXPECT_STREQ("a and b", p.asCStr());
+  ASSERT_EQ(0u, p.initialize("%s1!"));
+  EXPECT_EQ(0, p.getParamCount());
+  p << "b";
+  EXPECT_STREQ("b!", p.asCStr());
 }
 
 TEST_F(VxParamStringTest, OutOfMemorySetsTheFailedFlagAndLaterValuesAreIgnored) {
@@ -118,11 +108,7 @@ TEST_F(VxParamStringTest, OutOfMemorySetsTheFailedFlagAndLaterValuesAreIgnored) 
   p << "b";
   EXPECT_EQ(1, p.getParamCount());
   EXPECT_STREQ("%s1 %s2", p.asCStr());
-}
-
-TEST_F(VxParamStringTest, QuotedParamFailsWhenItsCopyCannotBeMade) {
-  VxParamString p;
-  ASSERT_EQ(0u, p.initialize("%s1"));
+  ASSERT_EQ(0u, p.initialize("%s1"));  // a quoted value fails when its copy cannot be made
   ramFailAllocationAfter(1);
   EXPECT_EQ(1u, p.setQuotedParam("x", '\''));
   EXPECT_TRUE(p.isFailed());
@@ -143,16 +129,6 @@ TEST_F(VxParamStringTest, InitializeSetsOrClearsTheFailedFlag) {
   ASSERT_EQ(0u, p.initialize(VXSIZE_T(20), VX_CP_BYTES));
   EXPECT_EQ(21u, p.getCapacity());
   EXPECT_EQ(0u, p.getLength());
-}
-
-TEST_F(VxParamStringTest, ReinitializingRestartsNumbering) {
-  VxParamString p;
-  ASSERT_EQ(0u, p.initialize("%s1"));
-  p << "a";
-  ASSERT_EQ(0u, p.initialize("%s1!"));
-  EXPECT_EQ(0, p.getParamCount());
-  p << "b";
-  EXPECT_STREQ("b!", p.asCStr());
 }
 
 // ---------------------------------------------------------------------------
@@ -210,7 +186,7 @@ TEST_F(VxReplaceStringTest, ARewriteKeepsDropsAndReplaces) {
   EXPECT_EQ("hello all, hello", text(target));
 }
 
-TEST_F(VxReplaceStringTest, ConcatMayCopyFromTheUnconsumedSource) {
+TEST_F(VxReplaceStringTest, ConcatMayCopyFromTheUnconsumedSourceOrTheOutput) {
   VxString target;
   ASSERT_EQ(0u, target.initialize("ab"));
   {
@@ -221,15 +197,11 @@ TEST_F(VxReplaceStringTest, ConcatMayCopyFromTheUnconsumedSource) {
     ASSERT_EQ(0u, r.concat(target.asPascalStr(), 2));  // from the output
   }
   EXPECT_EQ("aaaab", text(target));
-}
-
-TEST_F(VxReplaceStringTest, ConcatMayCopyFromTheOutputWhileGrowing) {
-  VxString target;
   ASSERT_EQ(0u, target.initialize("abc"));
   {
     VxReplaceString r(&target);
     r.increaseInsertionPoint(2);
-    ASSERT_EQ(0u, r.concat(target.asPascalStr(), 2));  // no gap yet: grows
+    ASSERT_EQ(0u, r.concat(target.asPascalStr(), 2));  // from the output, no gap yet: grows
   }
   EXPECT_EQ("ababc", text(target));
 }
@@ -245,7 +217,7 @@ TEST_F(VxReplaceStringTest, AddQuotedBytesWritesTheQuotedForm) {
   EXPECT_EQ("v='it''s';", text(target));
 }
 
-TEST_F(VxReplaceStringTest, SetInsertionPointTurnsOutputBackIntoSource) {
+TEST_F(VxReplaceStringTest, SetInsertionPointTurnsOutputBackIntoSourceWithOrWithoutAGap) {
   VxString target;
   ASSERT_EQ(0u, target.initialize("abcdef"));
   {
@@ -261,10 +233,6 @@ TEST_F(VxReplaceStringTest, SetInsertionPointTurnsOutputBackIntoSource) {
     skipSource(r, 1);
   }
   EXPECT_EQ("abXcdef", text(target));
-}
-
-TEST_F(VxReplaceStringTest, SetInsertionPointWithoutAGap) {
-  VxString target;
   ASSERT_EQ(0u, target.initialize("abcd"));
   {
     VxReplaceString r(&target);
@@ -332,12 +300,9 @@ TEST(VxResourceString, HoldsTheCatalogTextOfTheNumber) {
   VxResourceString text(1509);
   EXPECT_STREQ(expected, static_cast<const char*>(text));
   EXPECT_EQ(length, text.getLength());
-}
-
-TEST(VxResourceString, NumberWithoutTextHoldsTheNumber) {
-  VxResourceString text(65000);
-  EXPECT_STREQ("65000", static_cast<const char*>(text));
-  EXPECT_EQ(5u, text.getLength());
+  VxResourceString unknown(65000);  // a number without text holds the number
+  EXPECT_STREQ("65000", static_cast<const char*>(unknown));
+  EXPECT_EQ(5u, unknown.getLength());
 }
 
 }  // namespace
