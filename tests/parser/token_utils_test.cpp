@@ -12,56 +12,53 @@
 
 namespace {
 
-TEST(Butxpand, FirstBufferIsNeededRoundedDownPlus512) {
+class Butxpand : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    ramFailAllocationAfter(0);
+    free(start);
+  }
+  unsigned expand(uint16_t needed) { return butxpand(&start, &cursor, &capacity, needed); }
+
   char* start = nullptr;
   char* cursor = nullptr;
   uint16_t capacity = 0;
-  ASSERT_EQ(0u, butxpand(&start, &cursor, &capacity, 700));
+};
+
+TEST_F(Butxpand, FirstBufferIsNeededRoundedDownPlus512) {
+  ASSERT_EQ(0u, expand(700));
   EXPECT_EQ(512 + 512, capacity);
   EXPECT_EQ(start, cursor);
-  free(start);
 }
 
-TEST(Butxpand, GrowsOnlyWhenTheRestIsTooSmallAndKeepsTheCursor) {
-  char* start = nullptr;
-  char* cursor = nullptr;
-  uint16_t capacity = 0;
-  ASSERT_EQ(0u, butxpand(&start, &cursor, &capacity, 10));
+TEST_F(Butxpand, GrowsOnlyWhenTheRestIsTooSmallAndKeepsTheCursor) {
+  ASSERT_EQ(0u, expand(10));
   ASSERT_EQ(512, capacity);
   memset(start, 'x', 500);
   cursor = start + 500;
-  ASSERT_EQ(0u, butxpand(&start, &cursor, &capacity, 12));
+  ASSERT_EQ(0u, expand(12));
   EXPECT_EQ(512, capacity);  // exactly 12 bytes left: enough
-  ASSERT_EQ(0u, butxpand(&start, &cursor, &capacity, 13));
+  ASSERT_EQ(0u, expand(13));
   EXPECT_EQ(0 + 512 + 512, capacity);
   EXPECT_EQ(start + 500, cursor);
   EXPECT_EQ('x', start[499]);
-  ASSERT_EQ(0u, butxpand(&start, &cursor, &capacity, 1100));
+  ASSERT_EQ(0u, expand(1100));
   EXPECT_EQ(1024 + 1024 + 512, capacity);
-  free(start);
 }
 
-TEST(Butxpand, SixteenBitCapacityIsALimitNotAWrap) {
-  char* start = nullptr;
-  char* cursor = nullptr;
-  uint16_t capacity = 0;
-  ASSERT_EQ(0u, butxpand(&start, &cursor, &capacity, 65000));
+TEST_F(Butxpand, SixteenBitCapacityIsALimitNotAWrap) {
+  ASSERT_EQ(0u, expand(65000));
   EXPECT_EQ(65024, capacity);
   cursor = start + capacity;
   char* before = start;
-  EXPECT_EQ(1u, butxpand(&start, &cursor, &capacity, 1));
+  EXPECT_EQ(1u, expand(1));
   EXPECT_EQ(65024, capacity);
   EXPECT_EQ(before, start);
-  free(start);
 }
 
-TEST(Butxpand, AllocationFailureLeavesTheBufferAlone) {
-  char* start = nullptr;
-  char* cursor = nullptr;
-  uint16_t capacity = 0;
+TEST_F(Butxpand, AllocationFailureLeavesTheBufferAlone) {
   ramFailAllocationAfter(1);
-  EXPECT_EQ(1u, butxpand(&start, &cursor, &capacity, 10));
-  ramFailAllocationAfter(0);
+  EXPECT_EQ(1u, expand(10));
   EXPECT_EQ(nullptr, start);
   EXPECT_EQ(0, capacity);
 }
@@ -78,19 +75,22 @@ std::vector<std::string> words(const std::string& text, uint16_t options) {
   return out;
 }
 
-TEST(Buttoken, PlainTokensAreRunsOfNonBlanks) {
-  EXPECT_EQ((std::vector<std::string>{"a,b", "c=d", "'e", "f'"}), words("  a,b\tc=d\n'e f'  ", 0));
-}
-
-TEST(Buttoken, QuotesKeepLiteralsWhole) {
-  EXPECT_EQ((std::vector<std::string>{"x", "'it''s here'", "\"q\"", "y"}),
-            words("x 'it''s here'\"q\" y", BUT_TOKEN_QUOTES));
-  EXPECT_EQ((std::vector<std::string>{"'open end"}), words("'open end", BUT_TOKEN_QUOTES));
-}
-
-TEST(Buttoken, PunctuationSplitsWordsFromOtherCharacters) {
-  EXPECT_EQ((std::vector<std::string>{"f_1", "(", "caf\xC3\xA9", ",", "2", ")"}),
-            words("f_1(caf\xC3\xA9, 2)", BUT_TOKEN_PUNCTUATION));
+TEST(Buttoken, OptionsDecideWhereTokensEnd) {
+  using Words = std::vector<std::string>;
+  struct Case {
+    std::string text;
+    uint16_t options;
+    Words expected;
+  } cases[] = {
+      // Plain tokens are runs of non-blanks.
+      {"  a,b\tc=d\n'e f'  ", 0, {"a,b", "c=d", "'e", "f'"}},
+      // Quotes keep literals whole.
+      {"x 'it''s here'\"q\" y", BUT_TOKEN_QUOTES, {"x", "'it''s here'", "\"q\"", "y"}},
+      {"'open end", BUT_TOKEN_QUOTES, {"'open end"}},
+      // Punctuation splits words from other characters.
+      {"f_1(caf\xC3\xA9, 2)", BUT_TOKEN_PUNCTUATION, {"f_1", "(", "caf\xC3\xA9", ",", "2", ")"}},
+  };
+  for (const Case& c : cases) EXPECT_EQ(c.expected, words(c.text, c.options)) << c.text;
 }
 
 TEST(Buttoken, EndOfTextIsLengthZeroAtTheEnd) {

@@ -55,22 +55,6 @@ TEST(VxScannerOperators, EachTwoCharacterFormFollowsItsFirstCharacter) {
   }
 }
 
-TEST(VxScannerOperators, PackedCodeSplitsIntoItsSymbols) {
-  OperatorInfo ne{'<' * 256 + '>'};
-  EXPECT_EQ(2, ne.getOpLen());
-  EXPECT_EQ('<', ne.getFirstSymbol());
-  EXPECT_EQ('>', ne.getSecondSymbol());
-  OperatorInfo q{'?'};
-  EXPECT_EQ(1, q.getOpLen());
-  EXPECT_EQ('?', q.getFirstSymbol());
-}
-
-TEST(VxScannerOperators, NotEqualIsOnePackedOperator) {
-  std::vector<Tok> toks = scan("a<>b");
-  ASSERT_EQ(4u, toks.size());
-  EXPECT_EQ((Tok{60 * 256 + 62, 1, "<>"}), toks[1]);
-}
-
 TEST(VxScannerOperators, LongestTwoCharacterFormWinsElseSingle) {
   std::vector<Tok> toks = scan("!< != ! >= *= ** || |");
   std::vector<int32_t> types;
@@ -80,199 +64,110 @@ TEST(VxScannerOperators, LongestTwoCharacterFormWinsElseSingle) {
             types);
 }
 
-TEST(VxScannerOperators, CharacterOutsideTableIsSingleCharacterClass) {
-  std::vector<Tok> toks = scan("^~");
-  EXPECT_EQ((Tok{VX_TOKEN_CHAR, 0, "^"}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_CHAR, 1, "~"}), toks[1]);
+// One scan of a text by a scanner set up by the row. A row whose last
+// expected token is the end token lists every token; any other row lists
+// the first tokens only.
+struct ScanCase {
+  const char* promise;
+  std::string text;
+  std::vector<Tok> expected;
+  int mode = VxScanner::kNormal;
+  void (*setup)(VxScanner&) = nullptr;
+  vxCPType cp = VX_CP_LOCALE;
+};
+
+TEST(VxScannerTokens, EveryConfigurationSplitsItsText) {
+  const int32_t W = VX_TOKEN_WORD, N = VX_TOKEN_NUMBER, Q = VX_TOKEN_QUOTED, E = VX_TOKEN_END;
+  const int32_t L = VX_TOKEN_LIST_ITEM, U = VX_TOKEN_UNTERMINATED, C = VX_TOKEN_CHAR;
+  const ScanCase cases[] = {
+      {"not-equal is one packed operator", "a<>b", {{W, 0, "a"}, {60 * 256 + 62, 1, "<>"}, {W, 3, "b"}, {E, 4, ""}}},
+      {"character outside the table is class 10", "^~", {{C, 0, "^"}, {C, 1, "~"}}},
+      {"end token is empty at the length", "  ", {{E, 2, ""}}},
+      {"words, numbers and operators of a select",
+       "SELECT a1, b FROM t WHERE x>=10;",
+       {{W, 0, "SELECT"}, {W, 7, "a1"}, {',', 9, ","}, {W, 11, "b"}, {W, 13, "FROM"}, {W, 18, "t"},
+        {W, 20, "WHERE"}, {W, 26, "x"}, {'>' * 256 + '=', 27, ">="}, {N, 29, "10"}, {';', 31, ";"},
+        {E, 32, ""}}},
+      {"doubled quote stays inside the literal", "'it''s' x", {{Q, 0, "'it''s'"}, {W, 8, "x"}}},
+      {"unterminated literal runs to the end", "x 'abc", {{W, 0, "x"}, {U, 2, "'abc"}, {E, 6, ""}}},
+      {"each default quote opens a literal", "\"a b\" `c d`", {{Q, 0, "\"a b\""}, {Q, 6, "`c d`"}}},
+      {"quote that is not configured is an operator", "\"a\"", {{'"', 0, "\""}, {W, 1, "a"}},
+       VxScanner::kNormal, [](VxScanner& s) { s.setQuotes('\'', 0, 0); }},
+      {"default quotes come back", "x", {{Q, 0, "\"a\""}}, VxScanner::kNormal,
+       [](VxScanner& s) {
+         s.setQuotes('\'', 0, 0);
+         s.setDefaultQuotes();
+         s.setScanString("\"a\"");
+       }},
+      {"decimal option joins point and digits", "1.5 .25", {{N, 0, "1.5"}, {N, 4, ".25"}},
+       VxScanner::kNormal, [](VxScanner& s) { s.setDecimalNumbers(true); }},
+      {"without the decimal option a point is an operator", "1.5",
+       {{N, 0, "1"}, {'.', 1, "."}, {N, 2, "5"}, {E, 3, ""}}},
+      {"second point ends a decimal", "1.2.3", {{N, 0, "1.2"}, {N, 3, ".3"}}, VxScanner::kNormal,
+       [](VxScanner& s) { s.setDecimalNumbers(true); }},
+      {"outer join mark is one token", "x(+)", {{W, 0, "x"}, {VX_TOKEN_OUTER_JOIN, 1, "(+)"}, {E, 4, ""}}},
+      {"parenthesis matching nests and skips quoted parentheses", "f(a, (b), ')') z",
+       {{W, 0, "f"}, {Q, 1, "(a, (b), ')')"}, {W, 15, "z"}}, VxScanner::kNormal,
+       [](VxScanner& s) { s.setMatchParentheses(true); }},
+      {"unbalanced group is unterminated", "{a {b}", {{U, 0, "{a {b}"}}, VxScanner::kNormal,
+       [](VxScanner& s) { s.setMatchBraces(true); }},
+      {"extra matching pair", "[a [b]] c", {{Q, 0, "[a [b]]"}, {W, 8, "c"}}, VxScanner::kNormal,
+       [](VxScanner& s) { s.setMatchingPair('[', ']'); }},
+      {"comments when switched on", "a -- note\nb /* x */ c /* open",
+       {{W, 0, "a"}, {VX_TOKEN_COMMENT, 2, "-- note"}, {W, 10, "b"}, {VX_TOKEN_COMMENT, 12, "/* x */"},
+        {W, 20, "c"}, {VX_TOKEN_COMMENT, 22, "/* open"}, {E, 29, ""}},
+       VxScanner::kNormal, [](VxScanner& s) { s.setComments(true); }},
+      {"no comments when off", "a--b", {{W, 0, "a"}, {'-' * 256 + '-', 1, "--"}}},
+      {"list items run to blanks and list punctuation", "a.b=c,(d|e) f",
+       {{L, 0, "a.b=c"}, {',', 5, ","}, {'(', 6, "("}, {L, 7, "d"}, {'|', 8, "|"}, {L, 9, "e"},
+        {')', 10, ")"}, {L, 12, "f"}, {E, 13, ""}},
+       VxScanner::kListItems},
+      {"list item starting with a control character still advances", std::string("\x01\x02" "a", 3),
+       {{L, 0, "\x01"}, {L, 1, "\x02" "a"}, {E, 3, ""}}, VxScanner::kListItems},
+      {"names take hash and dollar", "#tmp$1 x-y 9",
+       {{VX_TOKEN_NAME, 0, "#tmp$1"}, {VX_TOKEN_NAME, 7, "x"}, {'-', 8, "-"}, {VX_TOKEN_NAME, 9, "y"},
+        {N, 11, "9"}},
+       VxScanner::kNames},
+      {"names continue over the valid middle set", "a-b c", {{VX_TOKEN_NAME, 0, "a-b"}}, VxScanner::kNames,
+       [](VxScanner& s) { s.setValidMiddleChars("-"); }},
+      {"valid first and middle characters extend words", "@var_1 x", {{W, 0, "@var_1"}},
+       VxScanner::kNormal,
+       [](VxScanner& s) {
+         s.setValidFirstChars("@");
+         s.setValidMiddleChars("_");
+       }},
+      {"valid first character is not skipped as white space", " \tx", {{W, 1, "\tx"}},
+       VxScanner::kNormal, [](VxScanner& s) { s.setValidFirstChars("\t"); }},
+      {"valid characters delimit words", "a.b;c+d", {{W, 0, "a.b"}, {';', 3, ";"}, {W, 4, "c+d"}},
+       VxScanner::kNormal, [](VxScanner& s) { s.setValidChars(";"); }},
+      {"reset valid characters", "a.b", {{W, 0, "a"}, {'.', 1, "."}, {W, 2, "b"}, {E, 3, ""}},
+       VxScanner::kNormal,
+       [](VxScanner& s) {
+         s.setValidChars(";");
+         s.resetValidChars();
+       }},
+      // The euro sign is no letter: one character of class 10, all three bytes.
+      {"utf-8 letters make one word", "caf\xC3\xA9 \xE2\x82\xAC", {{W, 0, "caf\xC3\xA9"}, {C, 6, "\xE2\x82\xAC"}},
+       VxScanner::kNormal, nullptr, VX_CP_UTF8},
+      {"cut-off character at the end stays inside the text", "a\xE2\x82",
+       {{W, 0, "a"}, {C, 1, "\xE2\x82"}, {E, 3, ""}}, VxScanner::kNormal, nullptr, VX_CP_UTF8},
+  };
+  for (const ScanCase& c : cases) {
+    SCOPED_TRACE(c.promise);
+    VxScanner s(c.text.data(), c.text.size(), c.cp);
+    if (c.setup != nullptr) c.setup(s);
+    std::vector<Tok> toks = scanAll(s, c.mode);
+    if (c.expected.back().type != VX_TOKEN_END && toks.size() > c.expected.size()) toks.resize(c.expected.size());
+    EXPECT_EQ(c.expected, toks);
+  }
 }
 
-TEST(VxScannerTokens, EndTokenIsEmptyAtTheLength) {
-  std::vector<Tok> toks = scan("  ");
-  ASSERT_EQ(1u, toks.size());
-  EXPECT_EQ((Tok{VX_TOKEN_END, 2, ""}), toks[0]);
-  // Asking again at the end keeps answering the end.
+TEST(VxScannerTokens, EndTokenRepeatsAtTheEnd) {
   VxScanner s("x");
   VxToken t;
   s.getToken(t);
   EXPECT_EQ(VX_TOKEN_END, s.getToken(t));
   EXPECT_EQ(VX_TOKEN_END, s.getToken(t));
-}
-
-TEST(VxScannerTokens, WordsNumbersAndOperatorsOfASelect) {
-  std::vector<Tok> toks = scan("SELECT a1, b FROM t WHERE x>=10;");
-  std::vector<Tok> expected = {
-      {VX_TOKEN_WORD, 0, "SELECT"}, {VX_TOKEN_WORD, 7, "a1"},  {',', 9, ","},
-      {VX_TOKEN_WORD, 11, "b"},     {VX_TOKEN_WORD, 13, "FROM"}, {VX_TOKEN_WORD, 18, "t"},
-      {VX_TOKEN_WORD, 20, "WHERE"}, {VX_TOKEN_WORD, 26, "x"},  {'>' * 256 + '=', 27, ">="},
-      {VX_TOKEN_NUMBER, 29, "10"},  {';', 31, ";"},            {VX_TOKEN_END, 32, ""}};
-  EXPECT_EQ(expected, toks);
-}
-
-TEST(VxScannerTokens, DoubledQuoteStaysInsideTheLiteral) {
-  std::vector<Tok> toks = scan("'it''s' x");
-  EXPECT_EQ((Tok{VX_TOKEN_QUOTED, 0, "'it''s'"}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_WORD, 8, "x"}), toks[1]);
-}
-
-TEST(VxScannerTokens, UnterminatedLiteralRunsToTheEnd) {
-  std::vector<Tok> toks = scan("x 'abc");
-  EXPECT_EQ((Tok{VX_TOKEN_UNTERMINATED, 2, "'abc"}), toks[1]);
-  EXPECT_EQ((Tok{VX_TOKEN_END, 6, ""}), toks[2]);
-}
-
-TEST(VxScannerTokens, EachDefaultQuoteOpensALiteral) {
-  std::vector<Tok> toks = scan("\"a b\" `c d`");
-  EXPECT_EQ((Tok{VX_TOKEN_QUOTED, 0, "\"a b\""}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_QUOTED, 6, "`c d`"}), toks[1]);
-}
-
-TEST(VxScannerTokens, QuoteThatIsNotConfiguredIsAnOperator) {
-  VxScanner s("\"a\"");
-  s.setQuotes('\'', 0, 0);
-  std::vector<Tok> toks = scanAll(s);
-  EXPECT_EQ('"', toks[0].type);
-  EXPECT_EQ(VX_TOKEN_WORD, toks[1].type);
-  s.setDefaultQuotes();
-  s.setScanString("\"a\"");
-  EXPECT_EQ(VX_TOKEN_QUOTED, scanAll(s)[0].type);
-}
-
-TEST(VxScannerTokens, DecimalOptionJoinsPointAndDigits) {
-  VxScanner on("1.5 .25");
-  on.setDecimalNumbers(true);
-  std::vector<Tok> toks = scanAll(on);
-  EXPECT_EQ((Tok{VX_TOKEN_NUMBER, 0, "1.5"}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_NUMBER, 4, ".25"}), toks[1]);
-
-  std::vector<Tok> off = scan("1.5");
-  ASSERT_EQ(4u, off.size());
-  EXPECT_EQ((Tok{VX_TOKEN_NUMBER, 0, "1"}), off[0]);
-  EXPECT_EQ((Tok{'.', 1, "."}), off[1]);
-  EXPECT_EQ((Tok{VX_TOKEN_NUMBER, 2, "5"}), off[2]);
-}
-
-TEST(VxScannerTokens, SecondPointEndsADecimal) {
-  VxScanner s("1.2.3");
-  s.setDecimalNumbers(true);
-  std::vector<Tok> toks = scanAll(s);
-  EXPECT_EQ((Tok{VX_TOKEN_NUMBER, 0, "1.2"}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_NUMBER, 3, ".3"}), toks[1]);
-}
-
-TEST(VxScannerTokens, OuterJoinMarkIsOneToken) {
-  std::vector<Tok> toks = scan("x(+)");
-  ASSERT_EQ(3u, toks.size());
-  EXPECT_EQ((Tok{VX_TOKEN_WORD, 0, "x"}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_OUTER_JOIN, 1, "(+)"}), toks[1]);
-}
-
-TEST(VxScannerTokens, ParenthesisMatchingNestsAndSkipsQuotedParentheses) {
-  VxScanner s("f(a, (b), ')') z");
-  s.setMatchParentheses(true);
-  std::vector<Tok> toks = scanAll(s);
-  EXPECT_EQ((Tok{VX_TOKEN_QUOTED, 1, "(a, (b), ')')"}), toks[1]);
-  EXPECT_EQ((Tok{VX_TOKEN_WORD, 15, "z"}), toks[2]);
-}
-
-TEST(VxScannerTokens, UnbalancedGroupIsUnterminated) {
-  VxScanner s("{a {b}");
-  s.setMatchBraces(true);
-  EXPECT_EQ((Tok{VX_TOKEN_UNTERMINATED, 0, "{a {b}"}), scanAll(s)[0]);
-}
-
-TEST(VxScannerTokens, ExtraMatchingPair) {
-  VxScanner s("[a [b]] c");
-  s.setMatchingPair('[', ']');
-  std::vector<Tok> toks = scanAll(s);
-  EXPECT_EQ((Tok{VX_TOKEN_QUOTED, 0, "[a [b]]"}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_WORD, 8, "c"}), toks[1]);
-}
-
-TEST(VxScannerTokens, CommentsOnlyWhenSwitchedOn) {
-  VxScanner s("a -- note\nb /* x */ c /* open");
-  s.setComments(true);
-  std::vector<Tok> toks = scanAll(s);
-  std::vector<Tok> expected = {{VX_TOKEN_WORD, 0, "a"},          {VX_TOKEN_COMMENT, 2, "-- note"},
-                               {VX_TOKEN_WORD, 10, "b"},         {VX_TOKEN_COMMENT, 12, "/* x */"},
-                               {VX_TOKEN_WORD, 20, "c"},         {VX_TOKEN_COMMENT, 22, "/* open"},
-                               {VX_TOKEN_END, 29, ""}};
-  EXPECT_EQ(expected, toks);
-
-  std::vector<Tok> off = scan("a--b");
-  EXPECT_EQ((Tok{'-' * 256 + '-', 1, "--"}), off[1]);
-}
-
-TEST(VxScannerModes, ListItemsRunToBlanksAndListPunctuation) {
-  std::vector<Tok> toks = scan("a.b=c,(d|e) f", VxScanner::kListItems);
-  std::vector<Tok> expected = {{VX_TOKEN_LIST_ITEM, 0, "a.b=c"}, {',', 5, ","},
-                               {'(', 6, "("},                    {VX_TOKEN_LIST_ITEM, 7, "d"},
-                               {'|', 8, "|"},                    {VX_TOKEN_LIST_ITEM, 9, "e"},
-                               {')', 10, ")"},                   {VX_TOKEN_LIST_ITEM, 12, "f"},
-                               {VX_TOKEN_END, 13, ""}};
-  EXPECT_EQ(expected, toks);
-}
-
-TEST(VxScannerModes, ListItemStartingWithAControlCharacterStillAdvances) {
-  std::string text("\x01\x02" "a", 3);
-  std::vector<Tok> toks = scan(text, VxScanner::kListItems);
-  ASSERT_EQ(3u, toks.size());
-  EXPECT_EQ((Tok{VX_TOKEN_LIST_ITEM, 0, "\x01"}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_LIST_ITEM, 1, "\x02" "a"}), toks[1]);
-}
-
-TEST(VxScannerModes, NamesTakeHashAndDollar) {
-  std::vector<Tok> toks = scan("#tmp$1 x-y 9", VxScanner::kNames);
-  EXPECT_EQ((Tok{VX_TOKEN_NAME, 0, "#tmp$1"}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_NAME, 7, "x"}), toks[1]);
-  EXPECT_EQ('-', toks[2].type);
-  EXPECT_EQ((Tok{VX_TOKEN_NUMBER, 11, "9"}), toks[4]);
-}
-
-TEST(VxScannerModes, NamesContinueOverValidMiddleSet) {
-  VxScanner s("a-b c");
-  s.setValidMiddleChars("-");
-  EXPECT_EQ((Tok{VX_TOKEN_NAME, 0, "a-b"}), scanAll(s, VxScanner::kNames)[0]);
-}
-
-TEST(VxScannerSets, ValidFirstAndMiddleCharactersExtendWords) {
-  VxScanner s("@var_1 x");
-  s.setValidFirstChars("@");
-  s.setValidMiddleChars("_");
-  EXPECT_EQ((Tok{VX_TOKEN_WORD, 0, "@var_1"}), scanAll(s)[0]);
-}
-
-TEST(VxScannerSets, ValidFirstCharacterIsNotSkippedAsWhiteSpace) {
-  VxScanner s(" \tx");
-  s.setValidFirstChars("\t");
-  EXPECT_EQ((Tok{VX_TOKEN_WORD, 1, "\tx"}), scanAll(s)[0]);
-}
-
-TEST(VxScannerSets, ValidCharactersDelimitWords) {
-  VxScanner s("a.b;c+d");
-  s.setValidChars(";");
-  std::vector<Tok> toks = scanAll(s);
-  EXPECT_EQ((Tok{VX_TOKEN_WORD, 0, "a.b"}), toks[0]);
-  EXPECT_EQ((Tok{';', 3, ";"}), toks[1]);
-  EXPECT_EQ((Tok{VX_TOKEN_WORD, 4, "c+d"}), toks[2]);
-  s.resetValidChars();
-  s.setScanString("a.b");
-  EXPECT_EQ(4u, scanAll(s).size());
-}
-
-TEST(VxScannerMultibyte, Utf8LettersMakeOneWord) {
-  VxScanner s("caf\xC3\xA9 \xE2\x82\xAC", VX_CP_UTF8);
-  std::vector<Tok> toks = scanAll(s);
-  EXPECT_EQ((Tok{VX_TOKEN_WORD, 0, "caf\xC3\xA9"}), toks[0]);
-  // The euro sign is no letter: one character of class 10, all three bytes.
-  EXPECT_EQ((Tok{VX_TOKEN_CHAR, 6, "\xE2\x82\xAC"}), toks[1]);
-}
-
-TEST(VxScannerMultibyte, CutOffCharacterAtTheEndStaysInsideTheText) {
-  VxScanner s("a\xE2\x82", 3, VX_CP_UTF8);
-  std::vector<Tok> toks = scanAll(s);
-  EXPECT_EQ((Tok{VX_TOKEN_WORD, 0, "a"}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_CHAR, 1, "\xE2\x82"}), toks[1]);
-  EXPECT_EQ((Tok{VX_TOKEN_END, 3, ""}), toks[2]);
 }
 
 TEST(VxScannerStepping, UnGetTokenRereadsTheToken) {
@@ -316,8 +211,7 @@ TEST(VxScannerTokenSize, IncTokenSizeExtendsTheView) {
   VxToken t;
   s.getToken(t);
   t.incTokenSize(2);
-  EXPECT_EQ("ab.c", std::string(t.asPascalStr(), t.getLength()).substr(0, 4));
-  EXPECT_EQ(4u, t.getLength());
+  EXPECT_EQ("ab.c", std::string(t.asPascalStr(), t.getLength()));
 }
 
 TEST(VxScannerDelimited, PiecesAreTrimmedAndQuotesProtectSeparators) {
@@ -405,18 +299,14 @@ TEST(VxScannerCompare, EqualityAndSets) {
 // Texts handed to the scanner need not end with a NUL.
 using VxScannerBounds = GuardedTextTest;
 
-TEST_F(VxScannerBounds, LocaleTextEndingInALeadByteIsNotReadPastItsEnd) {
-  VxScanner s(atGuard("ab\xC3", 3), 3, VX_CP_LOCALE);
-  std::vector<Tok> toks = scanAll(s);
-  ASSERT_EQ(3u, toks.size());
-  EXPECT_EQ((Tok{VX_TOKEN_WORD, 0, "ab"}), toks[0]);
-  EXPECT_EQ((Tok{VX_TOKEN_CHAR, 2, "\xC3"}), toks[1]);
-  EXPECT_EQ((Tok{VX_TOKEN_END, 3, ""}), toks[2]);
-}
-
-TEST_F(VxScannerBounds, LocaleCharacterCutOffByTheEndIsNoBlankAndNoLetter) {
-  VxScanner s(atGuard("a \xE2\x80", 4), 4, VX_CP_LOCALE);
-  std::vector<Tok> toks = scanAll(s);
+// A text ending in a lead byte, and a character cut off by the end (no
+// blank and no letter), are not read past their end.
+TEST_F(VxScannerBounds, LocaleTextEndingMidCharacterIsNotReadPastItsEnd) {
+  VxScanner lead(atGuard("ab\xC3", 3), 3, VX_CP_LOCALE);
+  EXPECT_EQ((std::vector<Tok>{{VX_TOKEN_WORD, 0, "ab"}, {VX_TOKEN_CHAR, 2, "\xC3"}, {VX_TOKEN_END, 3, ""}}),
+            scanAll(lead));
+  VxScanner cut(atGuard("a \xE2\x80", 4), 4, VX_CP_LOCALE);
+  std::vector<Tok> toks = scanAll(cut);
   ASSERT_EQ(4u, toks.size());
   EXPECT_EQ((Tok{VX_TOKEN_WORD, 0, "a"}), toks[0]);
   EXPECT_EQ(2u, toks[1].offset);

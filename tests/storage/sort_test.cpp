@@ -283,28 +283,22 @@ TEST_F(VxSortTest, RecordBeyondSixtyFourBuffersIsRefused) {
 }
 
 TEST_F(VxSortTest, FailedBufferAllocationRefusesTheRecordOnly) {
-  VxSort sort(sizeof(Rec));
-  sort.addKey(0, 0, 1);
-  Rec r = rec(3, 0);
-  ramFailAllocationAfter(1);
-  EXPECT_EQ(1u, sort.addRecord(&r));
-  EXPECT_EQ(1503, lastErrorNumber());
-  void* none = nullptr;
-  EXPECT_EQ(0u, sort.getSorted(&none));
-  EXPECT_EQ(nullptr, none);
-}
-
-TEST_F(VxSortTest, FailedSecondBufferKeepsTheFirstBuffersRecords) {
-  VxSort sort(sizeof(Rec));
-  sort.addKey(0, 0, 1);
-  for (uint32_t i = 0; i < 4096; ++i) {
-    Rec r = rec(static_cast<uint8_t>(i), i);
-    ASSERT_EQ(0u, sort.addRecord(&r));
+  // Fails the first buffer, then the second one after a full first buffer.
+  for (uint32_t before : {0u, 4096u}) {
+    SCOPED_TRACE(before);
+    VxSort sort(sizeof(Rec));
+    sort.addKey(0, 0, 1);
+    for (uint32_t i = 0; i < before; ++i) {
+      Rec r = rec(static_cast<uint8_t>(i), i);
+      ASSERT_EQ(0u, sort.addRecord(&r));
+    }
+    Rec extra = rec(3, 9999);
+    ramFailAllocationAfter(1);
+    EXPECT_EQ(1u, sort.addRecord(&extra));
+    ramFailAllocationAfter(0);
+    EXPECT_EQ(1503, lastErrorNumber());
+    EXPECT_EQ(before, drain<Rec>(sort).size());
   }
-  Rec extra = rec(0, 9999);
-  ramFailAllocationAfter(1);
-  EXPECT_EQ(1u, sort.addRecord(&extra));
-  EXPECT_EQ(4096u, drain<Rec>(sort).size());
 }
 
 // --- sorting a caller's buffer -------------------------------------------
@@ -375,18 +369,13 @@ void expectSortsPattern(VXSIZE_T n, const char* pattern) {
   }
 }
 
-TEST_F(VxSortTest, QuicksortOrdersEverySizeAroundItsThresholds) {
+TEST_F(VxSortTest, QuicksortOrdersEverySizeAndShape) {
   // Ranges of up to four records are finished without partitioning; from
   // 151 records the pivot comes from a wider sample.
-  for (VXSIZE_T n = 0; n <= 160; ++n) {
-    for (const char* p : {"random", "ascending", "descending", "equal", "organ"})
-      expectSortsPattern(n, p);
-  }
-}
-
-TEST_F(VxSortTest, QuicksortOrdersLargeInputsOfEveryShape) {
-  for (const char* p : {"random", "ascending", "descending", "equal", "organ"})
+  for (const char* p : {"random", "ascending", "descending", "equal", "organ"}) {
+    for (VXSIZE_T n = 0; n <= 160; ++n) expectSortsPattern(n, p);
     expectSortsPattern(100000, p);
+  }
 }
 
 int16_t countingCompare(void* context, const void* a, const void* b, const VxSortKey*) {

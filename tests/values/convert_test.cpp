@@ -19,288 +19,199 @@ class ConvertTest : public ::testing::Test {
 
   uint16_t lastError() const { return VxErrorKeeper::getLastErrorNumber(); }
 
+  // Converts text (or its first length bytes) into a target of type T that
+  // holds 3 beforehand: status 0 must store value; status 1 must file error
+  // and leave the target untouched.
+  template <typename T>
+  void expectText(const char* text, unsigned status, T value, uint16_t error = 0) {
+    T v = 3;
+    unsigned got = convert(text, &v);
+    check(text, got, v, status, value, error);
+  }
+  template <typename T>
+  void expectCounted(const char* text, VXSIZE_T length, unsigned status, T value, uint16_t error = 0) {
+    T v = 3;
+    unsigned got = convert(text, length, &v);
+    check(text, got, v, status, value, error);
+  }
+  template <typename T>
+  void check(const char* text, unsigned got, T v, unsigned status, T value, uint16_t error) {
+    SCOPED_TRACE(std::string("\"") + text + "\"");
+    EXPECT_EQ(status, got);
+    EXPECT_EQ(status == 0 ? value : T(3), v);
+    if (status != 0) {
+      EXPECT_EQ(error, lastError());
+    }
+  }
+
   VxErrorList errors_{nullptr, 1};
 };
 
 // ---- Number to text ----------------------------------------------------
 
-std::string plain(VXSIZE_T value, uint16_t* count) {
+template <typename T>
+std::string plain(T value, uint16_t* count) {
   char buffer[32];
   memset(buffer, 'X', sizeof buffer);
   *count = convert(buffer, value);
   return buffer;
 }
 
-std::string plain(VXSSIZE_T value, uint16_t* count) {
-  char buffer[32];
-  memset(buffer, 'X', sizeof buffer);
-  *count = convert(buffer, value);
-  return buffer;
-}
-
-TEST(ConvertToText, UnsignedWritesEveryDigitAndCountsThem) {
+TEST(ConvertToText, WritesEveryDigitAndCountsThemWithTheMinusSign) {
   uint16_t n = 0;
-  EXPECT_EQ("0", plain(VXSIZE_T(0), &n));
-  EXPECT_EQ(1, n);
-  EXPECT_EQ("7", plain(VXSIZE_T(7), &n));
-  EXPECT_EQ("1000000", plain(VXSIZE_T(1000000), &n));
-  EXPECT_EQ(7, n);
-  EXPECT_EQ("18446744073709551615", plain(VXSIZE_T(UINT64_MAX), &n));
-  EXPECT_EQ(20, n);
-}
-
-TEST(ConvertToText, SignedCountsTheMinusSign) {
-  uint16_t n = 0;
-  EXPECT_EQ("-5", plain(VXSSIZE_T(-5), &n));
-  EXPECT_EQ(2, n);
-  EXPECT_EQ("42", plain(VXSSIZE_T(42), &n));
-  EXPECT_EQ(2, n);
-  EXPECT_EQ("-9223372036854775808", plain(VXSSIZE_T(INT64_MIN), &n));
-  EXPECT_EQ(20, n);
-  EXPECT_EQ("9223372036854775807", plain(VXSSIZE_T(INT64_MAX), &n));
-  EXPECT_EQ(19, n);
-}
-
-TEST(ConvertToText, EveryPowerOfTenAndItsPredecessorRoundTrips) {
-  char buffer[32];
+  for (VXSIZE_T v : {VXSIZE_T(0), VXSIZE_T(7), VXSIZE_T(1000000), VXSIZE_T(UINT64_MAX)}) {
+    EXPECT_EQ(std::to_string(v), plain(v, &n));
+    EXPECT_EQ(std::to_string(v).size(), n);
+  }
+  for (VXSSIZE_T v : {VXSSIZE_T(-5), VXSSIZE_T(42), VXSSIZE_T(INT64_MIN), VXSSIZE_T(INT64_MAX)}) {
+    EXPECT_EQ(std::to_string(v), plain(v, &n));
+    EXPECT_EQ(std::to_string(v).size(), n);
+  }
+  // Every power of ten and its predecessor.
   VXSIZE_T power = 1;
   for (int i = 0; i < 20; ++i, power *= 10) {
     for (VXSIZE_T v : {power, power - 1}) {
-      uint16_t n = convert(buffer, v);
-      EXPECT_EQ(std::to_string(v), buffer);
+      EXPECT_EQ(std::to_string(v), plain(v, &n));
       EXPECT_EQ(std::to_string(v).size(), n);
     }
   }
 }
 
-struct Field {
-  std::string text;
-  uint16_t count;
-};
-
-Field field(uint16_t width, VXSIZE_T value, bool left) {
+template <typename T>
+void expectField(uint16_t width, T value, bool left, const char* text, int count) {
+  SCOPED_TRACE(std::to_string(width) + (left ? " left " : " right ") + std::to_string(value));
   char buffer[64];
   memset(buffer, 'X', sizeof buffer);
   uint16_t n = convert(buffer, width, value, left);
   EXPECT_EQ('\0', buffer[width]);
-  return {std::string(buffer, width), n};
+  EXPECT_EQ(text, std::string(buffer, width));
+  if (count >= 0) {
+    EXPECT_EQ(count, n);
+  }
 }
 
-Field field(uint16_t width, VXSSIZE_T value, bool left) {
-  char buffer[64];
-  memset(buffer, 'X', sizeof buffer);
-  uint16_t n = convert(buffer, width, value, left);
-  EXPECT_EQ('\0', buffer[width]);
-  return {std::string(buffer, width), n};
+TEST(ConvertField, PadsWithBlanksAndStarsAFieldTooSmall) {
+  struct Case {
+    uint16_t width;
+    VXSIZE_T value;
+    bool left;
+    const char* text;
+    int count;  // -1: not checked
+  } cases[] = {
+      {5, 123, false, "  123", 3},
+      {5, 123, true, "123  ", 3},
+      {5, 12345, false, "12345", -1},
+      // Too long: stars fill all but the last position and the count is 0.
+      {3, 1234, false, "** ", 0},
+      {3, 1234, true, "** ", 0},
+      // At most ten digit positions, even in wider fields; eleven digits do
+      // not fit, and the stars cover the ten-digit window only.
+      {12, 1234567890, false, "  1234567890", -1},
+      {12, 1234567890, true, "1234567890  ", -1},
+      {15, 123, false, "            123", -1},
+      {15, 12345678901ULL, false, "     ********* ", 0},
+      {15, 12345678901ULL, true, "*********      ", 0},
+      {0, 5, false, "", 0},
+  };
+  for (const Case& c : cases) expectField(c.width, c.value, c.left, c.text, c.count);
 }
 
-TEST(ConvertField, RightAndLeftJustifiedPadWithBlanks) {
-  Field right = field(5, VXSIZE_T(123), false);
-  EXPECT_EQ("  123", right.text);
-  EXPECT_EQ(3, right.count);
-  Field left = field(5, VXSIZE_T(123), true);
-  EXPECT_EQ("123  ", left.text);
-  EXPECT_EQ(3, left.count);
-  EXPECT_EQ("12345", field(5, VXSIZE_T(12345), false).text);
-}
-
-TEST(ConvertField, TooLongValueFillsAllButLastPositionWithStarsAndReturnsZero) {
-  Field right = field(3, VXSIZE_T(1234), false);
-  EXPECT_EQ("** ", right.text);
-  EXPECT_EQ(0, right.count);
-  Field left = field(3, VXSIZE_T(1234), true);
-  EXPECT_EQ("** ", left.text);
-  EXPECT_EQ(0, left.count);
+TEST(ConvertField, NegativeValueSignTakesAByteAndIsNotCounted) {
+  struct Case {
+    uint16_t width;
+    VXSSIZE_T value;
+    bool left;
+    const char* text;
+    int count;
+  } cases[] = {
+      {5, -12, false, "  -12", 2},   {5, -12, true, "-12  ", 2},
+      {5, -1234, false, "-1234", 4}, {4, -1234, true, "-** ", 0},
+      {11, -9223372036LL, true, "-9223372036", -1},
+      {0, -5, false, "", 0},
+  };
+  for (const Case& c : cases) expectField(c.width, c.value, c.left, c.text, c.count);
 }
 
 TEST(ConvertField, DeliberateZeroValueLeavesFieldBlank) {
   for (uint16_t width : {1, 5, 12}) {
     for (bool left : {false, true}) {
-      Field f = field(width, VXSIZE_T(0), left);
-      EXPECT_EQ(std::string(width, ' '), f.text);
-      EXPECT_EQ(0, f.count);
-      EXPECT_EQ(std::string(width, ' '), field(width, VXSSIZE_T(0), left).text);
+      expectField(width, VXSIZE_T(0), left, std::string(width, ' ').c_str(), 0);
+      expectField(width, VXSSIZE_T(0), left, std::string(width, ' ').c_str(), -1);
     }
   }
 }
 
-TEST(ConvertField, AtMostTenDigitPositionsInWideFields) {
-  EXPECT_EQ("  1234567890", field(12, VXSIZE_T(1234567890), false).text);
-  EXPECT_EQ("1234567890  ", field(12, VXSIZE_T(1234567890), true).text);
-  EXPECT_EQ("            123", field(15, VXSIZE_T(123), false).text);
-  // Eleven digits do not fit ten positions: the stars cover positions of
-  // the ten-digit window only.
-  Field right = field(15, VXSIZE_T(12345678901ULL), false);
-  EXPECT_EQ("     ********* ", right.text);
-  EXPECT_EQ(0, right.count);
-  Field left = field(15, VXSIZE_T(12345678901ULL), true);
-  EXPECT_EQ("*********      ", left.text);
-  EXPECT_EQ(0, left.count);
-}
-
-TEST(ConvertField, NegativeValueSignSitsBeforeDigitsAndIsNotCounted) {
-  Field right = field(5, VXSSIZE_T(-12), false);
-  EXPECT_EQ("  -12", right.text);
-  EXPECT_EQ(2, right.count);
-  Field left = field(5, VXSSIZE_T(-12), true);
-  EXPECT_EQ("-12  ", left.text);
-  EXPECT_EQ(2, left.count);
-  Field full = field(5, VXSSIZE_T(-1234), false);
-  EXPECT_EQ("-1234", full.text);
-  EXPECT_EQ(4, full.count);
-}
-
-TEST(ConvertField, NegativeValueNeedsOneByteForTheSign) {
-  Field tooLong = field(4, VXSSIZE_T(-1234), true);
-  EXPECT_EQ("-** ", tooLong.text);
-  EXPECT_EQ(0, tooLong.count);
-  EXPECT_EQ("-9223372036", field(11, VXSSIZE_T(-9223372036LL), true).text);
-}
-
-TEST(ConvertField, WidthZeroWritesOnlyTheNul) {
-  EXPECT_EQ(0, field(0, VXSIZE_T(5), false).count);
-  EXPECT_EQ(0, field(0, VXSSIZE_T(-5), false).count);
-}
-
 // ---- Text to number ----------------------------------------------------
 
-TEST_F(ConvertTest, UnsignedAcceptsFullRange) {
-  VXSIZE_T v = 1;
-  EXPECT_EQ(0u, convert("18446744073709551615", &v));
-  EXPECT_EQ(UINT64_MAX, v);
-  EXPECT_EQ(0u, convert("0", &v));
-  EXPECT_EQ(0u, v);
-  EXPECT_EQ(0u, convert("000000000000000000000000042", &v));
-  EXPECT_EQ(42u, v);
-}
-
-TEST_F(ConvertTest, UnsignedAcceptsEveryValueJustBelowTheTop) {
-  for (VXSIZE_T expected = UINT64_MAX - 20; expected != 0; ++expected) {
-    VXSIZE_T v = 0;
-    EXPECT_EQ(0u, convert(std::to_string(expected).c_str(), &v)) << expected;
-    EXPECT_EQ(expected, v);
-  }
-}
-
-TEST_F(ConvertTest, UnsignedOverflowIs2701AndLeavesTargetUntouched) {
-  VXSIZE_T v = 99;
-  EXPECT_EQ(1u, convert("18446744073709551616", &v));
-  EXPECT_EQ(2701, lastError());
-  EXPECT_EQ(99u, v);
-  EXPECT_EQ(1u, convert("99999999999999999999999", &v));
-  EXPECT_EQ(2701, lastError());
-}
-
-TEST_F(ConvertTest, OverflowIsFoundBeforeALaterBadCharacter) {
-  VXSIZE_T v = 0;
-  EXPECT_EQ(1u, convert("184467440737095516160x", &v));
-  EXPECT_EQ(2701, lastError());
-}
-
-TEST_F(ConvertTest, WhiteSpaceAndPlusSignsSkippedInAnyMix) {
-  VXSIZE_T v = 0;
-  EXPECT_EQ(0u, convert(" 42 ", &v));
-  EXPECT_EQ(42u, v);
-  EXPECT_EQ(0u, convert("+ +5", &v));
-  EXPECT_EQ(5u, v);
-  EXPECT_EQ(0u, convert("\t+\n 17\t\n", &v));
-  EXPECT_EQ(17u, v);
-}
-
-TEST_F(ConvertTest, BadCharacterIs2702AndLeavesTargetUntouched) {
-  VXSIZE_T v = 7;
-  EXPECT_EQ(1u, convert("42x", &v));
-  EXPECT_EQ(2702, lastError());
-  EXPECT_EQ(1u, convert("12 34", &v));
-  EXPECT_EQ(1u, convert("-1", &v));
-  EXPECT_EQ(1u, convert("4+", &v));
-  EXPECT_EQ(1u, convert("0x10", &v));
-  EXPECT_EQ(2702, lastError());
-  EXPECT_EQ(7u, v);
+TEST_F(ConvertTest, UnsignedRangeBlanksPlusSignsAndFailures) {
+  expectText<VXSIZE_T>("18446744073709551615", 0, UINT64_MAX);
+  expectText<VXSIZE_T>("0", 0, 0);
+  expectText<VXSIZE_T>("000000000000000000000000042", 0, 42);
+  // White space and plus signs are skipped in any mix.
+  expectText<VXSIZE_T>(" 42 ", 0, 42);
+  expectText<VXSIZE_T>("+ +5", 0, 5);
+  expectText<VXSIZE_T>("\t+\n 17\t\n", 0, 17);
+  expectText<VXSIZE_T>("18446744073709551616", 1, 0, 2701);
+  expectText<VXSIZE_T>("99999999999999999999999", 1, 0, 2701);
+  // Overflow is found before a later bad character.
+  expectText<VXSIZE_T>("184467440737095516160x", 1, 0, 2701);
+  for (const char* bad : {"42x", "12 34", "-1", "4+", "0x10"}) expectText<VXSIZE_T>(bad, 1, 0, 2702);
+  for (VXSIZE_T expected = UINT64_MAX - 20; expected != 0; ++expected)
+    expectText<VXSIZE_T>(std::to_string(expected).c_str(), 0, expected);
 }
 
 TEST_F(ConvertTest, DeliberateTextWithoutDigitsIsZero) {
   for (const char* text : {"", "   ", "+", " + + ", "\t"}) {
-    VXSIZE_T u = 9;
-    EXPECT_EQ(0u, convert(text, &u)) << '"' << text << '"';
-    EXPECT_EQ(0u, u);
-    VXSSIZE_T s = 9;
-    EXPECT_EQ(0u, convert(text, &s));
-    EXPECT_EQ(0, s);
+    expectText<VXSIZE_T>(text, 0, 0);
+    expectText<VXSSIZE_T>(text, 0, 0);
   }
-  VXSSIZE_T s = 9;
-  EXPECT_EQ(0u, convert("-", &s));
-  EXPECT_EQ(0, s);
+  expectText<VXSSIZE_T>("-", 0, 0);
   EXPECT_EQ(0u, lastError());
 }
 
-TEST_F(ConvertTest, SignedAcceptsBothEnds) {
-  VXSSIZE_T v = 0;
-  EXPECT_EQ(0u, convert("-9223372036854775808", &v));
-  EXPECT_EQ(INT64_MIN, v);
-  EXPECT_EQ(0u, convert("9223372036854775807", &v));
-  EXPECT_EQ(INT64_MAX, v);
-  EXPECT_EQ(0u, convert("  - 12 ", &v));
-  EXPECT_EQ(-12, v);
-  EXPECT_EQ(0u, convert("-+12", &v));
-  EXPECT_EQ(-12, v);
-}
-
-TEST_F(ConvertTest, SignedRejectsOneBeyondEitherEnd) {
-  VXSSIZE_T v = 3;
-  EXPECT_EQ(1u, convert("9223372036854775808", &v));
-  EXPECT_EQ(2701, lastError());
-  EXPECT_EQ(1u, convert("-9223372036854775809", &v));
-  EXPECT_EQ(2701, lastError());
-  EXPECT_EQ(1u, convert("18446744073709551615", &v));
-  EXPECT_EQ(2701, lastError());
-  EXPECT_EQ(3, v);
-}
-
-TEST_F(ConvertTest, SignedTakesOnlyOneMinus) {
-  VXSSIZE_T v = 3;
-  EXPECT_EQ(1u, convert("--5", &v));
-  EXPECT_EQ(2702, lastError());
-  EXPECT_EQ(1u, convert("+-5", &v));
-  EXPECT_EQ(2702, lastError());
-  EXPECT_EQ(3, v);
+TEST_F(ConvertTest, SignedTakesBothEndsAndOnlyOneMinus) {
+  expectText<VXSSIZE_T>("-9223372036854775808", 0, INT64_MIN);
+  expectText<VXSSIZE_T>("9223372036854775807", 0, INT64_MAX);
+  expectText<VXSSIZE_T>("  - 12 ", 0, -12);
+  expectText<VXSSIZE_T>("-+12", 0, -12);
+  for (const char* big : {"9223372036854775808", "-9223372036854775809", "18446744073709551615"})
+    expectText<VXSSIZE_T>(big, 1, 0, 2701);
+  expectText<VXSSIZE_T>("--5", 1, 0, 2702);
+  expectText<VXSSIZE_T>("+-5", 1, 0, 2702);
 }
 
 TEST_F(ConvertTest, DeliberateSigned32RefusesMostNegativeValue) {
-  int32_t v = 1;
-  EXPECT_EQ(1u, convert("-2147483648", &v));
-  EXPECT_EQ(2701, lastError());
-  EXPECT_EQ(1, v);
-  EXPECT_EQ(0u, convert("-2147483647", &v));
-  EXPECT_EQ(-2147483647, v);
-  EXPECT_EQ(0u, convert("2147483647", &v));
-  EXPECT_EQ(2147483647, v);
-  EXPECT_EQ(1u, convert("2147483648", &v));
-  EXPECT_EQ(2701, lastError());
+  expectText<int32_t>("-2147483648", 1, 0, 2701);
+  expectText<int32_t>("-2147483647", 0, -2147483647);
+  expectText<int32_t>("2147483647", 0, 2147483647);
+  expectText<int32_t>("2147483648", 1, 0, 2701);
 }
 
 TEST_F(ConvertTest, DeliberateSigned32SecondMinusCancelsTheFirst) {
-  int32_t v = 0;
-  EXPECT_EQ(0u, convert("--5", &v));
-  EXPECT_EQ(5, v);
-  EXPECT_EQ(0u, convert(" - -5", &v));
-  EXPECT_EQ(5, v);
+  expectText<int32_t>("--5", 0, 5);
+  expectText<int32_t>(" - -5", 0, 5);
   // The inner value passes the range check and the outer sign wraps it.
-  EXPECT_EQ(0u, convert("--2147483648", &v));
-  EXPECT_EQ(INT32_MIN, v);
-  EXPECT_EQ(1u, convert("---5", &v));
-  EXPECT_EQ(2702, lastError());
+  expectText<int32_t>("--2147483648", 0, INT32_MIN);
+  expectText<int32_t>("---5", 1, 0, 2702);
 }
 
-TEST_F(ConvertTest, Unsigned32RejectsLeadingMinusAsBadCharacter) {
-  uint32_t v = 8;
-  EXPECT_EQ(1u, convert(" -0", &v));
-  EXPECT_EQ(2702, lastError());
-  EXPECT_EQ(1u, convert("4294967296", &v));
-  EXPECT_EQ(2701, lastError());
-  EXPECT_EQ(8u, v);
-  EXPECT_EQ(0u, convert("4294967295", &v));
-  EXPECT_EQ(4294967295u, v);
+TEST_F(ConvertTest, NarrowFormsCheckTheirBounds) {
+  expectText<uint32_t>(" -0", 1, 0, 2702);
+  expectText<uint32_t>("4294967296", 1, 0, 2701);
+  expectText<uint32_t>("4294967295", 0, 4294967295u);
+  expectText<uint16_t>("65535", 0, 65535);
+  expectText<uint16_t>("65536", 1, 0, 2701);
+  expectText<uint16_t>("-1", 1, 0, 2702);
+  expectText<int16_t>("-32768", 0, -32768);
+  expectText<int16_t>("32767", 0, 32767);
+  expectText<int16_t>("-32769", 1, 0, 2701);
+  expectText<int16_t>("32768", 1, 0, 2701);
+  expectText<uint8_t>("255", 0, 255);
+  expectText<uint8_t>("256", 1, 0, 2701);
+  expectText<int8_t>("-128", 0, -128);
+  expectText<int8_t>("127", 0, 127);
+  expectText<int8_t>("128", 1, 0, 2701);
+  expectText<int8_t>("-129", 1, 0, 2701);
 }
 
 TEST_F(ConvertTest, Unsigned32WithNullTargetOnlyValidates) {
@@ -309,147 +220,61 @@ TEST_F(ConvertTest, Unsigned32WithNullTargetOnlyValidates) {
   EXPECT_EQ(2702, lastError());
 }
 
-TEST_F(ConvertTest, NarrowFormsCheckTheirBounds) {
-  uint16_t u16 = 0;
-  EXPECT_EQ(0u, convert("65535", &u16));
-  EXPECT_EQ(65535, u16);
-  EXPECT_EQ(1u, convert("65536", &u16));
-  EXPECT_EQ(2701, lastError());
-  EXPECT_EQ(1u, convert("-1", &u16));
-  EXPECT_EQ(2702, lastError());
-
-  int16_t i16 = 0;
-  EXPECT_EQ(0u, convert("-32768", &i16));
-  EXPECT_EQ(-32768, i16);
-  EXPECT_EQ(0u, convert("32767", &i16));
-  EXPECT_EQ(32767, i16);
-  EXPECT_EQ(1u, convert("-32769", &i16));
-  EXPECT_EQ(2701, lastError());
-  EXPECT_EQ(1u, convert("32768", &i16));
-  EXPECT_EQ(32767, i16);
-
-  uint8_t u8 = 0;
-  EXPECT_EQ(0u, convert("255", &u8));
-  EXPECT_EQ(255, u8);
-  EXPECT_EQ(1u, convert("256", &u8));
-  EXPECT_EQ(2701, lastError());
-
-  int8_t i8 = 0;
-  EXPECT_EQ(0u, convert("-128", &i8));
-  EXPECT_EQ(-128, i8);
-  EXPECT_EQ(0u, convert("127", &i8));
-  EXPECT_EQ(1u, convert("128", &i8));
-  EXPECT_EQ(2701, lastError());
-  EXPECT_EQ(1u, convert("-129", &i8));
-  EXPECT_EQ(127, i8);
-}
-
-TEST_F(ConvertTest, CountedFormsReadExactlyLengthBytes) {
-  const char* text = "123456";
-  uint16_t u16 = 0;
-  EXPECT_EQ(0u, convert(text, 3, &u16));
-  EXPECT_EQ(123, u16);
-  int32_t i32 = 0;
-  EXPECT_EQ(0u, convert("-98x", 3, &i32));
-  EXPECT_EQ(-98, i32);
-  uint32_t u32 = 0;
-  EXPECT_EQ(0u, convert(text, 6, &u32));
-  EXPECT_EQ(123456u, u32);
-  VXSSIZE_T i64 = 0;
-  EXPECT_EQ(0u, convert("-9223372036854775808!", 20, &i64));
-  EXPECT_EQ(INT64_MIN, i64);
-  VXSIZE_T u64 = 5;
-  EXPECT_EQ(0u, convert(text, 0, &u64));
-  EXPECT_EQ(0u, u64);
-}
-
-TEST_F(ConvertTest, CountedFormsApplyTheSameRules) {
-  int32_t i32 = 0;
-  EXPECT_EQ(1u, convert("-2147483648", 11, &i32));
-  EXPECT_EQ(2701, lastError());
-  uint32_t u32 = 0;
-  EXPECT_EQ(1u, convert("-1", 2, &u32));
-  EXPECT_EQ(2702, lastError());
-  uint16_t u16 = 0;
-  EXPECT_EQ(1u, convert("65536", 5, &u16));
-  EXPECT_EQ(2701, lastError());
-}
-
-TEST_F(ConvertTest, CountedTextEndsAtEmbeddedNul) {
+TEST_F(ConvertTest, CountedFormsReadExactlyLengthBytesByTheSameRules) {
+  expectCounted<uint16_t>("123456", 3, 0, 123, 0);
+  expectCounted<int32_t>("-98x", 3, 0, -98, 0);
+  expectCounted<uint32_t>("123456", 6, 0, 123456u, 0);
+  expectCounted<VXSSIZE_T>("-9223372036854775808!", 20, 0, INT64_MIN, 0);
+  expectCounted<VXSIZE_T>("123456", 0, 0, 0, 0);
+  expectCounted<int32_t>("-2147483648", 11, 1, 0, 2701);
+  expectCounted<uint32_t>("-1", 2, 1, 0, 2702);
+  expectCounted<uint16_t>("65536", 5, 1, 0, 2701);
+  // The text ends at an embedded NUL.
   const char text[] = {'1', '2', '\0', 'x', 'y'};
-  VXSIZE_T v = 0;
-  EXPECT_EQ(0u, convert(text, sizeof text, &v));
-  EXPECT_EQ(12u, v);
-}
-
-TEST_F(ConvertTest, CountedTextUpTo87BytesFitsLongerFails) {
-  std::string text(86, ' ');
-  text += '7';
-  VXSIZE_T v = 0;
-  EXPECT_EQ(0u, convert(text.c_str(), text.size(), &v));
-  EXPECT_EQ(7u, v);
-  text = ' ' + text;
-  v = 0;
-  EXPECT_EQ(1u, convert(text.c_str(), text.size(), &v));
-  EXPECT_EQ(2701, lastError());
-  EXPECT_EQ(0u, v);
+  expectCounted<VXSIZE_T>(text, sizeof text, 0, 12, 0);
+  // Up to 87 bytes fit; a longer text fails.
+  std::string fits = std::string(86, ' ') + '7';
+  expectCounted<VXSIZE_T>(fits.c_str(), fits.size(), 0, 7, 0);
+  std::string tooLong = ' ' + fits;
+  expectCounted<VXSIZE_T>(tooLong.c_str(), tooLong.size(), 1, 0, 2701);
 }
 
 // ---- Floating point ----------------------------------------------------
 
-std::string floatText(double value, int single) {
-  char buffer[40];
-  memset(buffer, 'X', sizeof buffer);
-  uint16_t n = convertFloat(buffer, value, single);
-  EXPECT_LT(n, sizeof buffer);
-  return std::string(buffer, n);
-}
-
-TEST(ConvertFloat, PlainFormWithinTheDigitLimit) {
-  EXPECT_EQ("123.456", floatText(123.456, 1));
-  EXPECT_EQ("-42", floatText(-42.0, 0));
-  EXPECT_EQ("1500", floatText(1500.0, 1));
-  EXPECT_EQ("12345680", floatText(12345678.0, 1));
-  EXPECT_EQ("123456800", floatText(123456789.0, 1));
-  EXPECT_EQ(".333333333333333", floatText(1.0 / 3, 0));
-  EXPECT_EQ("-.333333333333333", floatText(-1.0 / 3, 0));
-  EXPECT_EQ(".0666666666666667", floatText(2.0 / 30, 0));
-}
-
-TEST(ConvertFloat, ValuesBelowOneHaveNoLeadingZero) {
-  EXPECT_EQ(".5", floatText(0.5, 0));
-  EXPECT_EQ(".001", floatText(0.001, 1));
-  EXPECT_EQ("-.25", floatText(-0.25, 1));
-}
-
-TEST(ConvertFloat, ExponentFormBeyondTheLimit) {
-  EXPECT_EQ("1.5E20", floatText(1.5e20, 0));
-  EXPECT_EQ("1E-10", floatText(1e-10, 1));
-  EXPECT_EQ("1.234568E9", floatText(1234567890.0, 1));
-  EXPECT_EQ("3.33333333333333E-4", floatText(1e-3 / 3, 0));
-  EXPECT_EQ("-1.79769313486232E308", floatText(-1.7976931348623157e308, 0));
-}
-
-TEST(ConvertFloat, ZeroIsASingleDigit) {
-  EXPECT_EQ("0", floatText(0.0, 0));
-  EXPECT_EQ("0", floatText(-0.0, 1));
-}
-
-TEST(ConvertFloat, NonFiniteValuesAreSpelledOut) {
-  EXPECT_EQ("inf", floatText(HUGE_VAL, 0));
-  EXPECT_EQ("-inf", floatText(-HUGE_VAL, 1));
+TEST(ConvertFloat, PlainOrExponentFormWithoutLeadingZero) {
+  struct Case {
+    double value;
+    int single;
+    const char* text;
+  } cases[] = {
+      // Plain within the digit limit; below one without a leading zero.
+      {123.456, 1, "123.456"}, {-42.0, 0, "-42"}, {1500.0, 1, "1500"},
+      {12345678.0, 1, "12345680"}, {123456789.0, 1, "123456800"},
+      {1.0 / 3, 0, ".333333333333333"}, {-1.0 / 3, 0, "-.333333333333333"},
+      {2.0 / 30, 0, ".0666666666666667"}, {0.5, 0, ".5"}, {0.001, 1, ".001"}, {-0.25, 1, "-.25"},
+      // Exponent form beyond the limit.
+      {1.5e20, 0, "1.5E20"}, {1e-10, 1, "1E-10"}, {1234567890.0, 1, "1.234568E9"},
+      {1e-3 / 3, 0, "3.33333333333333E-4"}, {-1.7976931348623157e308, 0, "-1.79769313486232E308"},
+      // Zero is a single digit; non-finite values are spelled out.
+      {0.0, 0, "0"}, {-0.0, 1, "0"}, {HUGE_VAL, 0, "inf"}, {-HUGE_VAL, 1, "-inf"},
+  };
+  for (const Case& c : cases) {
+    char buffer[40];
+    memset(buffer, 'X', sizeof buffer);
+    uint16_t n = convertFloat(buffer, c.value, c.single);
+    ASSERT_LT(n, sizeof buffer) << c.text;
+    EXPECT_EQ(c.text, std::string(buffer, n));
+  }
 }
 
 TEST(ConvertFloat, DeliberateNoNulAfterTheText) {
   char buffer[40];
-  memset(buffer, 'X', sizeof buffer);
-  uint16_t n = convertFloat(buffer, 2.5, 0);
-  EXPECT_EQ(std::string("2.5"), std::string(buffer, n));
-  EXPECT_EQ('X', buffer[n]);
-  memset(buffer, 'X', sizeof buffer);
-  n = convertFloat(buffer, 0.0, 0);
-  EXPECT_EQ(1, n);
-  EXPECT_EQ('X', buffer[1]);
+  for (double value : {2.5, 0.0}) {
+    memset(buffer, 'X', sizeof buffer);
+    uint16_t n = convertFloat(buffer, value, 0);
+    EXPECT_EQ(value == 0.0 ? "0" : "2.5", std::string(buffer, n));
+    EXPECT_EQ('X', buffer[n]);
+  }
 }
 
 }  // namespace
