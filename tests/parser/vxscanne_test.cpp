@@ -34,11 +34,6 @@ std::vector<Tok> scanAll(VxScanner& s, int mode = VxScanner::kNormal) {
   return out;
 }
 
-std::vector<Tok> scan(const std::string& text, int mode = VxScanner::kNormal) {
-  VxScanner s(text.data(), text.size());
-  return scanAll(s, mode);
-}
-
 TEST(VxScannerOperators, TableHasFortyFourEntriesEndingInZero) {
   EXPECT_EQ(44, OperatorCount);
   EXPECT_EQ(0, Operators[43].code);
@@ -53,15 +48,6 @@ TEST(VxScannerOperators, EachTwoCharacterFormFollowsItsFirstCharacter) {
     while (Operators[j].getOpLen() == 2) --j;
     EXPECT_EQ(Operators[j].code, Operators[i].getFirstSymbol()) << "entry " << i;
   }
-}
-
-TEST(VxScannerOperators, LongestTwoCharacterFormWinsElseSingle) {
-  std::vector<Tok> toks = scan("!< != ! >= *= ** || |");
-  std::vector<int32_t> types;
-  for (const Tok& t : toks) types.push_back(t.type);
-  EXPECT_EQ((std::vector<int32_t>{'!' * 256 + '<', '!' * 256 + '=', '!', '>' * 256 + '=', '*' * 256 + '=',
-                                  '*' * 256 + '*', '|' * 256 + '|', '|', VX_TOKEN_END}),
-            types);
 }
 
 // One scan of a text by a scanner set up by the row. A row whose last
@@ -81,6 +67,10 @@ TEST(VxScannerTokens, EveryConfigurationSplitsItsText) {
   const int32_t L = VX_TOKEN_LIST_ITEM, U = VX_TOKEN_UNTERMINATED, C = VX_TOKEN_CHAR;
   const ScanCase cases[] = {
       {"not-equal is one packed operator", "a<>b", {{W, 0, "a"}, {60 * 256 + 62, 1, "<>"}, {W, 3, "b"}, {E, 4, ""}}},
+      {"longest two-character form wins, else the single one", "!< != ! >= *= ** || |",
+       {{'!' * 256 + '<', 0, "!<"}, {'!' * 256 + '=', 3, "!="}, {'!', 6, "!"}, {'>' * 256 + '=', 8, ">="},
+        {'*' * 256 + '=', 11, "*="}, {'*' * 256 + '*', 14, "**"}, {'|' * 256 + '|', 17, "||"}, {'|', 20, "|"},
+        {E, 21, ""}}},
       {"character outside the table is class 10", "^~", {{C, 0, "^"}, {C, 1, "~"}}},
       {"end token is empty at the length", "  ", {{E, 2, ""}}},
       {"words, numbers and operators of a select",
@@ -162,14 +152,6 @@ TEST(VxScannerTokens, EveryConfigurationSplitsItsText) {
   }
 }
 
-TEST(VxScannerTokens, EndTokenRepeatsAtTheEnd) {
-  VxScanner s("x");
-  VxToken t;
-  s.getToken(t);
-  EXPECT_EQ(VX_TOKEN_END, s.getToken(t));
-  EXPECT_EQ(VX_TOKEN_END, s.getToken(t));
-}
-
 TEST(VxScannerStepping, UnGetTokenRereadsTheToken) {
   VxScanner s("a b");
   VxToken t;
@@ -198,12 +180,13 @@ TEST(VxScannerStepping, SymbolsStepByCharacters) {
   EXPECT_EQ(4u, s.getPosition());
 }
 
-TEST(VxScannerStepping, ExplicitPieceIsClippedToTheText) {
+TEST(VxScannerStepping, ExplicitPieceIsClippedToTheTextAndTheEndRepeats) {
   VxScanner s("abcdef");
   VxToken t;
   EXPECT_EQ(VX_TOKEN_WORD, s.getToken(t, 2, 100));
   EXPECT_EQ("cdef", std::string(t.asPascalStr(), t.getLength()));
   EXPECT_EQ(VX_TOKEN_END, s.getToken(t));
+  EXPECT_EQ(VX_TOKEN_END, s.getToken(t));  // asking again at the end keeps answering the end
 }
 
 TEST(VxScannerTokenSize, IncTokenSizeExtendsTheView) {

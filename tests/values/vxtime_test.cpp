@@ -77,13 +77,11 @@ TEST(VxTime, MissingSeparatorFailsKeepingFieldsReadSoFar) {
   EXPECT_EQ(0, t.hundredths);
 }
 
-TEST(VxTime, EqualityLooksAtAllSevenFields) {
+TEST(VxTime, EqualityLooksAtAllSevenFieldsAndOrderIsChronological) {
   EXPECT_TRUE(at(2020, 1, 2, 3, 4, 5, 6) == at(2020, 1, 2, 3, 4, 5, 6));
   EXPECT_FALSE(at(2020, 1, 2, 3, 4, 5, 6) == at(2020, 1, 2, 3, 4, 5, 7));
   EXPECT_FALSE(at(2020, 1, 2, 3, 4, 5, 6) == at(2021, 1, 2, 3, 4, 5, 6));
-}
-
-TEST(VxTime, OrderIsChronologicalFromYearDownToHundredths) {
+  // Order runs from the year down to the hundredths.
   EXPECT_TRUE(at(2019, 11, 31) < at(2020, 0, 1));
   EXPECT_TRUE(at(2020, 0, 31) < at(2020, 1, 1));
   EXPECT_TRUE(at(2020, 1, 1, 23, 59, 59, 99) < at(2020, 1, 2));
