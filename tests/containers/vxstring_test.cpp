@@ -17,16 +17,13 @@ namespace {
 
 using SubStringTest = StringTest;
 
-TEST_F(SubStringTest, EmptyViewHasNoDataAndKindOne) {
+TEST_F(SubStringTest, EmptyViewHasNoDataAndCopyingCopiesTheViewNotTheBytes) {
   VxSubString v;
   EXPECT_EQ(0u, v.getLength());
   EXPECT_EQ(nullptr, v.asPascalStr());
   EXPECT_EQ(VX_CP_LOCALE, v.getCodePage());
   EXPECT_EQ(0u, v.findChar('a', 0));
   EXPECT_FALSE(v.isCharInStr('a'));
-}
-
-TEST_F(SubStringTest, CopyingCopiesTheViewNotTheBytes) {
   char bytes[] = "hello";
   VxSubString a(bytes, 4, VX_CP_UTF8);
   VxSubString b(a);
@@ -80,16 +77,14 @@ TEST_F(SubStringTest, EqualityNeedsEqualLengths) {
   EXPECT_TRUE(v.isEqualCi(other));
 }
 
-TEST_F(SubStringTest, CompareIsBytewiseWithTheShorterFirst) {
+TEST_F(SubStringTest, CompareIsBytewiseWithTheShorterFirstButCaseInsensitiveAsAnObject) {
   VxSubString ab("ab"), abc("abc"), high("\x80"), low("\x7F");
   EXPECT_LT(ab.compare(abc), 0);
   EXPECT_GT(abc.compare(ab), 0);
   EXPECT_GT(high.compare(low), 0);  // bytes compare unsigned
   EXPECT_EQ(0, ab.compare(VxSubString("ab")));
   EXPECT_NE(0, ab.compare(VxSubString("AB")));
-}
-
-TEST_F(SubStringTest, ObjectCompareIsCaseInsensitiveForContainers) {
+  // Through VxObject the comparison is case-insensitive, for containers.
   VxSubString lower("name"), upper("NAME"), later("NAMES");
   const VxObject* asObject = &upper;
   EXPECT_EQ(0, lower.compare(asObject));
@@ -256,7 +251,7 @@ TEST_F(VxStringTest, InitializeAllocatesExactlyOneMoreThanTheText) {
   EXPECT_EQ(VX_CP_UTF8, fromView.getCodePage());
 }
 
-TEST_F(VxStringTest, UnInitializeFreesAndZeroes) {
+TEST_F(VxStringTest, UnInitializeFreesAndZeroesButClearKeepsTheBuffer) {
   VxString s;
   ASSERT_EQ(0u, s.initialize("abc"));
   s.unInitialize();
@@ -265,6 +260,15 @@ TEST_F(VxStringTest, UnInitializeFreesAndZeroes) {
   EXPECT_EQ(0u, s.getCapacity());
   ASSERT_EQ(0u, s.initialize("de"));
   EXPECT_STREQ("de", s.asCStr());
+
+  ASSERT_EQ(0u, s.initialize("abcdef"));  // clear keeps the buffer
+  char* buffer = s.asPascalStr();
+  s.clear();
+  EXPECT_EQ(0u, s.getLength());
+  EXPECT_EQ(buffer, s.asPascalStr());
+  EXPECT_EQ(7u, s.getCapacity());
+  ASSERT_EQ(0u, s.clearAndSet(VxSubString("xy")));
+  EXPECT_STREQ("xy", s.asCStr());
 }
 
 TEST_F(VxStringTest, BorrowedBufferTakesSixMoreBytesButNotSevenAndCannotResize) {
@@ -317,19 +321,7 @@ TEST_F(VxStringTest, AsCStrWritesTheNulAndReturnsTheOffset) {
   EXPECT_STREQ("cd", s.asCStr(2));
 }
 
-TEST_F(VxStringTest, ClearKeepsTheBuffer) {
-  VxString s;
-  ASSERT_EQ(0u, s.initialize("abcdef"));
-  char* buffer = s.asPascalStr();
-  s.clear();
-  EXPECT_EQ(0u, s.getLength());
-  EXPECT_EQ(buffer, s.asPascalStr());
-  EXPECT_EQ(7u, s.getCapacity());
-  ASSERT_EQ(0u, s.clearAndSet(VxSubString("xy")));
-  EXPECT_STREQ("xy", s.asCStr());
-}
-
-TEST_F(VxStringTest, ConcatAppendsEveryForm) {
+TEST_F(VxStringTest, ConcatAppendsEveryFormEvenItsOwnBytes) {
   VxString s;
   ASSERT_EQ(0u, s.concat('a'));
   ASSERT_EQ(0u, s.concat("bc"));
@@ -338,6 +330,8 @@ TEST_F(VxStringTest, ConcatAppendsEveryForm) {
   ASSERT_EQ(0u, s.concatSpace());
   ASSERT_EQ(0u, s.concat(static_cast<const char*>(nullptr)));
   EXPECT_STREQ("abcdefg ", s.asCStr());
+  ASSERT_EQ(0u, s.concat(s.asPascalStr(), s.getLength()));  // its own bytes survive reallocation
+  EXPECT_STREQ("abcdefg abcdefg ", s.asCStr());
 }
 
 TEST_F(VxStringTest, ConcatOfNumbersWritesDecimalText) {
@@ -351,13 +345,6 @@ TEST_F(VxStringTest, ConcatOfNumbersWritesDecimalText) {
   ASSERT_EQ(0u, s.concatSpace());
   ASSERT_EQ(0u, s.concat(int64_t(INT64_MIN)));
   EXPECT_STREQ("7 -42 18446744073709551615 -9223372036854775808", s.asCStr());
-}
-
-TEST_F(VxStringTest, ConcatOfItsOwnBytesSurvivesReallocation) {
-  VxString s;
-  ASSERT_EQ(0u, s.initialize("abc"));
-  ASSERT_EQ(0u, s.concat(s.asPascalStr(), s.getLength()));
-  EXPECT_STREQ("abcabc", s.asCStr());
 }
 
 // ---------------------------------------------------------------------------
@@ -508,7 +495,7 @@ TEST_F(VxStringTest, InsertLineBreaksBreaksAtTheLastBlankOutsideQuotes) {
   }
 }
 
-TEST_F(VxStringTest, RemoveLineBreaksFoldsRunsIntoOneBlank) {
+TEST_F(VxStringTest, RemovingLineBreaksTabsAndLineFeedsFoldsRunsIntoOneBlank) {
   VxString s;
   ASSERT_EQ(0u, s.initialize("a\n\nb\n\n"));
   ASSERT_EQ(0u, s.removeLineBreaks('\'', 0, 0));
@@ -523,9 +510,7 @@ TEST_F(VxStringTest, RemoveLineBreaksFoldsRunsIntoOneBlank) {
   ASSERT_EQ(0u, unquoted.initialize("'a\nb'"));
   ASSERT_EQ(0u, unquoted.removeLineBreaks(0, '\'', '\''));  // no quotes when q1 is 0
   EXPECT_STREQ("'a b'", unquoted.asCStr());
-}
-
-TEST_F(VxStringTest, RemoveTabsAndLineFeedsUseTheSameRule) {
+  // Tabs and line feeds follow the same rule.
   VxString tabs;
   ASSERT_EQ(0u, tabs.initialize("a\t\tb\"\t\"\t"));
   ASSERT_EQ(0u, tabs.removeTabs('"', 0, 0));
