@@ -197,6 +197,7 @@ TEST_F(VxReplaceStringTest, ConcatMayCopyFromTheUnconsumedSourceOrTheOutput) {
     ASSERT_EQ(0u, r.concat(target.asPascalStr(), 2));  // from the output
   }
   EXPECT_EQ("aaaab", text(target));
+  target.unInitialize();
   ASSERT_EQ(0u, target.initialize("abc"));
   {
     VxReplaceString r(&target);
@@ -233,6 +234,7 @@ TEST_F(VxReplaceStringTest, SetInsertionPointTurnsOutputBackIntoSourceWithOrWith
     skipSource(r, 1);
   }
   EXPECT_EQ("abXcdef", text(target));
+  target.unInitialize();
   ASSERT_EQ(0u, target.initialize("abcd"));
   {
     VxReplaceString r(&target);

@@ -261,6 +261,7 @@ TEST_F(VxStringTest, UnInitializeFreesAndZeroesButClearKeepsTheBuffer) {
   ASSERT_EQ(0u, s.initialize("de"));
   EXPECT_STREQ("de", s.asCStr());
 
+  s.unInitialize();
   ASSERT_EQ(0u, s.initialize("abcdef"));  // clear keeps the buffer
   char* buffer = s.asPascalStr();
   s.clear();
@@ -434,12 +435,14 @@ TEST_F(VxStringTest, ReplaceSubStringReservesAtOnceIgnoresEmptyTextsAndTakesStre
   EXPECT_STREQ("long-long-long", s.asCStr());
   EXPECT_EQ(s.getLength() + 1, s.getCapacity());
 
+  s.unInitialize();
   ASSERT_EQ(0u, s.initialize("abc"));
   EXPECT_EQ(0u, s.replaceSubString("", 0, "x", 1));
   EXPECT_STREQ("abc", s.asCStr());
   EXPECT_EQ(0u, s.replaceSubString("b", 1, "", 0));
   EXPECT_STREQ("ac", s.asCStr());
 
+  s.unInitialize();
   ASSERT_EQ(0u, s.initialize("one two two"));
   VxSubString second(s.asPascalStr() + 8, 3);  // exactly that stretch
   ASSERT_EQ(0u, s.replaceSubString(second, "2", 1));
@@ -454,9 +457,11 @@ TEST_F(VxStringTest, QuotingDoublesQuotesInsideAndRemoveQuotesLeavesShortTexts) 
   EXPECT_EQ(8u, s.getCapacity());
   EXPECT_EQ(4u, s.removeQuotes());
   EXPECT_STREQ("it's", s.asCStr());
+  s.unInitialize();
   ASSERT_EQ(0u, s.initialize("'"));  // too short for quotes: left alone
   EXPECT_EQ(1u, s.removeQuotes());
   EXPECT_STREQ("'", s.asCStr());
+  s.unInitialize();
   ASSERT_EQ(0u, s.initialize("x="));
   ASSERT_EQ(0u, s.addQuotedBytes(VxSubString("a\"b"), '"'));
   EXPECT_STREQ("x=\"a\"\"b\"", s.asCStr());
