@@ -313,7 +313,7 @@ TEST_F(VxArrayTest, GrowthTooLargeToAddressFailsInsteadOfWrapping) {
 
 // --- VxArrayPVoid -----------------------------------------------------------
 
-TEST_F(VxArrayTest, PVoidHoldsPlainBlocksAndReleasesThem) {
+TEST_F(VxArrayTest, PVoidHoldsPlainBlocksAndReleasesThemAlsoOnDestruct) {
   VxArrayPVoid a;
   void* block = malloc(8);
   ASSERT_EQ(0u, a.add(block));
@@ -329,10 +329,6 @@ TEST_F(VxArrayTest, PVoidHoldsPlainBlocksAndReleasesThem) {
   EXPECT_EQ(0u, a.getCount());
   EXPECT_EQ(nullptr, a[0]);
   EXPECT_EQ(nullptr, a[2]);
-}
-
-TEST_F(VxArrayTest, PVoidDestructorReleasesBlocksWhenAskedTo) {
-  VxArrayPVoid a;
   a.setDeleteContentsOnDestruct();
   a.add(malloc(32));
   a.add(malloc(32));

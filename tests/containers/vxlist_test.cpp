@@ -77,22 +77,19 @@ TEST_F(VxListTest, InsertAtPosInsertsAtZeroLinksAfterThePreviousAndAppendsFromCo
   EXPECT_EQ(6u, list.getCount());
 }
 
-TEST_F(VxListTest, UnlinkingOnlyNodeEmptiesList) {
+TEST_F(VxListTest, UnlinkingOnlyNodeEmptiesListAndUnlinkingLastMakesPreviousLast) {
   fill(1);
   list.unlink(nodes[0]);
   EXPECT_EQ(0u, list.getCount());
   EXPECT_EQ(nullptr, list.getFirstNode());
   EXPECT_EQ(nullptr, nodes[0]->next);
   delete nodes[0];
-}
-
-TEST_F(VxListTest, UnlinkingLastNodeMakesPreviousLast) {
-  fill(3);
-  list.unlink(nodes[2]);
-  EXPECT_EQ(nodes[1], list.getLastNode());
-  EXPECT_EQ(nodes[0], nodes[1]->next);
+  fill(3);  // nodes 1..3
+  list.unlink(nodes[3]);
+  EXPECT_EQ(nodes[2], list.getLastNode());
+  EXPECT_EQ(nodes[1], nodes[2]->next);
   EXPECT_EQ((std::vector<int>{0, 1}), walk(list));
-  delete nodes[2];
+  delete nodes[3];
 }
 
 TEST_F(VxListTest, UnlinkingMiddleCursorNodeNullsItsNextAndClearsCursor) {

@@ -97,7 +97,7 @@ TEST_F(VxSortedArrayTest, FindIndexOfLastKeyEndsTheRunOfEqualElements) {
   EXPECT_EQ(4u, a.findIndexOfLastKey(&probe, 4));  // stops at the end
 }
 
-TEST_F(VxSortedArrayTest, StopSortAppendsUntilResort) {
+TEST_F(VxSortedArrayTest, StopSortAppendsUntilResortButSortOnRequestKeepsAppending) {
   VxSortedArray a;
   a.setDeleteContentsOnDestruct();
   a.stopSort();
@@ -111,19 +111,17 @@ TEST_F(VxSortedArrayTest, StopSortAppendsUntilResort) {
   EXPECT_EQ(1u, pos);
   addKeys(a, {0});  // ordering is back on
   EXPECT_EQ((std::vector<int>{0, 1, 2, 3}), keysOf(a));
-}
 
-TEST_F(VxSortedArrayTest, SortOnRequestKeepsAppendingAfterResort) {
-  VxSortedArray a;
-  a.setDeleteContentsOnDestruct();
-  a.sortOnRequest();
-  addKeys(a, {2, 1});
-  ASSERT_EQ(0u, a.resort());
-  EXPECT_EQ((std::vector<int>{1, 2}), keysOf(a));
-  addKeys(a, {0});
-  EXPECT_EQ((std::vector<int>{1, 2, 0}), keysOf(a));
-  ASSERT_EQ(0u, a.resort());
-  EXPECT_EQ((std::vector<int>{0, 1, 2}), keysOf(a));
+  VxSortedArray b;  // sort on request keeps appending after a resort
+  b.setDeleteContentsOnDestruct();
+  b.sortOnRequest();
+  addKeys(b, {2, 1});
+  ASSERT_EQ(0u, b.resort());
+  EXPECT_EQ((std::vector<int>{1, 2}), keysOf(b));
+  addKeys(b, {0});
+  EXPECT_EQ((std::vector<int>{1, 2, 0}), keysOf(b));
+  ASSERT_EQ(0u, b.resort());
+  EXPECT_EQ((std::vector<int>{0, 1, 2}), keysOf(b));
 }
 
 TEST_F(VxSortedArrayTest, SeqFindIndexOfWorksWhileUnordered) {
