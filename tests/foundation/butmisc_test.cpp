@@ -25,7 +25,7 @@ TEST(Swap, ExchangesAreasLongerThanOneChunk) {
   }
 }
 
-TEST(Swap, ButswapExchangesTwoElements) {
+TEST(Swap, ButswapExchangesTwoElementsAndKeepsOneSwappedWithItself) {
   struct Row {
     int32_t id;
     char name[6];
@@ -36,13 +36,9 @@ TEST(Swap, ButswapExchangesTwoElements) {
   EXPECT_STREQ("three", rows[0].name);
   EXPECT_EQ(1, rows[2].id);
   EXPECT_STREQ("one", rows[2].name);
+  butswap(rows, 1, 1, sizeof(Row));
   EXPECT_EQ(2, rows[1].id);
-}
-
-TEST(Swap, ButswapOfAnElementWithItselfKeepsIt) {
-  uint16_t values[2] = {0x1234, 0x5678};
-  butswap(values, 1, 1, 2);
-  EXPECT_EQ(0x5678, values[1]);
+  EXPECT_STREQ("two", rows[1].name);
 }
 
 TEST(Swap, ButswapComputesOffsetsBeyondSixteenBits) {
@@ -63,28 +59,16 @@ TEST(Swap, ButswapLeavesArrayAloneWhenHeapExhausted) {
   EXPECT_EQ(20, values[1]);
 }
 
-TEST(ShortString, CopyReturnsPointerToWrittenNul) {
-  char buf[16];
-  char* end = BUTSTCPY(buf, "abc");
-  EXPECT_EQ(buf + 3, end);
-  EXPECT_EQ('\0', *end);
-  EXPECT_STREQ("abc", buf);
-}
-
-TEST(ShortString, CatChainsAppends) {
+TEST(ShortString, CopyAndCatReturnPointerToWrittenNulForChaining) {
   char buf[32];
   char* end = BUTSTCPY(buf, "SELECT");
+  EXPECT_EQ(buf + 6, end);
+  EXPECT_EQ('\0', *end);
+  EXPECT_STREQ("SELECT", buf);
   end = BUTSTCAT(end, " * ");
-  end = BUTSTCAT(end, "FROM t");
+  end = BUTSTCAT(buf, "FROM t");  // appends to existing text too
   EXPECT_STREQ("SELECT * FROM t", buf);
   EXPECT_EQ(buf + strlen(buf), end);
-}
-
-TEST(ShortString, CatAppendsToExistingText) {
-  char buf[16] = "ab";
-  char* end = BUTSTCAT(buf, "cd");
-  EXPECT_STREQ("abcd", buf);
-  EXPECT_EQ(buf + 4, end);
 }
 
 TEST(ShortString, CompareHasStrcmpSign) {
@@ -94,48 +78,36 @@ TEST(ShortString, CompareHasStrcmpSign) {
   EXPECT_GT(BUTSTCMP("\xff", "a"), 0);
 }
 
-TEST(Bits, SetCountsBitsFromLeastSignificant) {
+TEST(Bits, SetCountsFromLeastSignificantAndCheckReturnsBitInPlace) {
   uint8_t set[4] = {0, 0, 0, 0};
-  bitset(set, 0);
-  bitset(set, 9);
-  bitset(set, 31);
+  for (int bit : {0, 9, 13, 31}) bitset(set, bit);
   EXPECT_EQ(0x01, set[0]);
-  EXPECT_EQ(0x02, set[1]);
+  EXPECT_EQ(0x22, set[1]);
   EXPECT_EQ(0x00, set[2]);
   EXPECT_EQ(0x80, set[3]);
-}
-
-TEST(Bits, CheckReturnsBitValueInPlaceNotNormalised) {
-  uint8_t set[2] = {0, 0};
-  bitset(set, 13);
-  EXPECT_EQ(0x20, bitcheck(set, 13));
+  EXPECT_EQ(0x20, bitcheck(set, 13));  // not normalised to one
   EXPECT_EQ(0, bitcheck(set, 12));
   EXPECT_EQ(0, bitcheck(set, 5));
 }
 
-}  // namespace
+using Exchange = uint64_t (*)(uint64_t*, uint64_t);
+const Exchange kExchanges[] = {atomicTaskExchange, atomicThreadExchange};
 
-namespace {
-
-TEST(WordExchange, TaskExchangeStoresAndReturnsPrevious) {
-  uint64_t word = 5;
-  EXPECT_EQ(5u, atomicTaskExchange(&word, 9));
-  EXPECT_EQ(9u, word);
-  EXPECT_EQ(9u, atomicTaskExchange(&word, UINT64_MAX));
-  EXPECT_EQ(UINT64_MAX, word);
-}
-
-TEST(WordExchange, ThreadExchangeStoresAndReturnsPrevious) {
-  uint64_t word = 0;
-  EXPECT_EQ(0u, atomicThreadExchange(&word, 42));
-  EXPECT_EQ(42u, word);
-  EXPECT_EQ(42u, atomicThreadExchange(&word, 0));
-  EXPECT_EQ(0u, word);
+TEST(WordExchange, ExchangeStoresAndReturnsPrevious) {
+  for (Exchange exchange : kExchanges) {
+    uint64_t word = 5;
+    EXPECT_EQ(5u, exchange(&word, 9));
+    EXPECT_EQ(9u, word);
+    EXPECT_EQ(9u, exchange(&word, UINT64_MAX));
+    EXPECT_EQ(UINT64_MAX, word);
+    EXPECT_EQ(UINT64_MAX, exchange(&word, 0));
+    EXPECT_EQ(0u, word);
+  }
 }
 
 // Every value handed in must come out exactly once across all threads'
 // returns plus the final word: a lost update would drop one.
-void checkNoLostExchange(uint64_t (*exchange)(uint64_t*, uint64_t)) {
+void checkNoLostExchange(Exchange exchange) {
   constexpr int kThreads = 4;
   constexpr uint64_t kPerThread = 5000;
   uint64_t word = 0;
@@ -156,12 +128,8 @@ void checkNoLostExchange(uint64_t (*exchange)(uint64_t*, uint64_t)) {
   for (uint64_t k = 0; k < all.size(); ++k) ASSERT_EQ(k, all[k]);
 }
 
-TEST(WordExchange, TaskExchangeLosesNoValueUnderContention) {
-  checkNoLostExchange(atomicTaskExchange);
-}
-
-TEST(WordExchange, ThreadExchangeLosesNoValueUnderContention) {
-  checkNoLostExchange(atomicThreadExchange);
+TEST(WordExchange, ExchangeLosesNoValueUnderContention) {
+  for (Exchange exchange : kExchanges) checkNoLostExchange(exchange);
 }
 
 }  // namespace

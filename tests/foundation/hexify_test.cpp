@@ -23,24 +23,18 @@ class HexTest : public ::testing::Test {
   VxErrorList errors;
 };
 
-TEST_F(HexTest, ValueZeroWithMinimumZeroIsOneDigit) {
-  char out[20];
-  EXPECT_EQ(1, hexify(out, uint64_t(0), uint16_t(0)));
-  EXPECT_STREQ("0", out);
-}
-
-TEST_F(HexTest, ValueIsPaddedToMinimumDigits) {
-  char out[20];
-  EXPECT_EQ(4, hexify(out, uint64_t(0x1F), uint16_t(4)));
-  EXPECT_STREQ("001F", out);
-}
-
-TEST_F(HexTest, ValueLongerThanMinimumKeepsAllDigitsUpperCase) {
-  char out[20];
-  EXPECT_EQ(16, hexify(out, UINT64_MAX, uint16_t(2)));
-  EXPECT_STREQ("FFFFFFFFFFFFFFFF", out);
-  EXPECT_EQ(3, hexify(out, uint64_t(0xabc), uint16_t(0)));
-  EXPECT_STREQ("ABC", out);
+TEST_F(HexTest, ValueIsPaddedToMinimumDigitsInUpperCase) {
+  struct Case {
+    uint64_t value;
+    uint16_t minimum;
+    const char* expected;
+  } cases[] = {
+      {0, 0, "0"}, {0x1F, 4, "001F"}, {UINT64_MAX, 2, "FFFFFFFFFFFFFFFF"}, {0xabc, 0, "ABC"}};
+  for (const Case& c : cases) {
+    char out[20];
+    EXPECT_EQ(int(strlen(c.expected)), hexify(out, c.value, c.minimum)) << c.expected;
+    EXPECT_STREQ(c.expected, out);
+  }
 }
 
 TEST_F(HexTest, BytesBecomeTwoCharactersHighNibbleFirstWithoutNul) {
@@ -68,14 +62,11 @@ TEST_F(HexTest, BytesConvertInPlace) {
   }
 }
 
-TEST_F(HexTest, WideHexifyWritesLittleEndianUtf16Digits) {
+TEST_F(HexTest, WideHexifyWritesLittleEndianUtf16DigitsAlsoInPlace) {
   const uint8_t in[2] = {0xAB, 0x01};
   uint8_t out[8];
   EXPECT_EQ(8u, wideHexify(out, in, 2));
   EXPECT_EQ(0, memcmp("A\0B\0" "0\0" "1\0", out, 8));
-}
-
-TEST_F(HexTest, WideHexifyConvertsInPlace) {
   uint8_t buf[12] = {0x12, 0xEF, 0x80};
   EXPECT_EQ(12u, wideHexify(buf, buf, 3));
   EXPECT_EQ(0, memcmp("1\0" "2\0" "E\0" "F\0" "8\0" "0\0", buf, 12));
@@ -91,18 +82,17 @@ TEST_F(HexTest, DehexifyAcceptsEitherCase) {
   EXPECT_EQ(0u, lastErrorNumber());
 }
 
-TEST_F(HexTest, DehexifyBadDigitReturnsOneAndPostsError2708) {
-  uint8_t out[2] = {0x55, 0x55};
-  EXPECT_EQ(1u, dehexify(out, "G0", 2));
-  EXPECT_EQ(2708, lastErrorNumber());
-  EXPECT_FALSE(errors.getLastError()->isWarning());
-}
-
-TEST_F(HexTest, DehexifyKeepsBytesDecodedBeforeBadDigit) {
+TEST_F(HexTest, DehexifyBadDigitReturnsOneAndPostsError2708KeepingEarlierBytes) {
   uint8_t out[3] = {0, 0, 0};
   EXPECT_EQ(1u, dehexify(out, "12 4", 4));
   EXPECT_EQ(0x12, out[0]);
   EXPECT_EQ(1u, errors.getCount());
+  EXPECT_EQ(2708, lastErrorNumber());
+  EXPECT_FALSE(errors.getLastError()->isWarning());
+  EXPECT_EQ(1u, dehexify(out, "G0", 2));
+  EXPECT_EQ(1u, wideDehexify(out, "A\0Z\0", 4));
+  EXPECT_EQ(3u, errors.getCount());
+  EXPECT_EQ(2708, lastErrorNumber());
 }
 
 TEST_F(HexTest, DehexifyOddCountLeavesLastDigitInHighNibble) {
@@ -117,19 +107,6 @@ TEST_F(HexTest, WideDehexifySkipsNulBytes) {
   EXPECT_EQ(0u, wideDehexify(out, "a\0B\0" "0\0" "9\0", 8));
   EXPECT_EQ(0xAB, out[0]);
   EXPECT_EQ(0x09, out[1]);
-}
-
-TEST_F(HexTest, WideDehexifyBadDigitPostsError2708) {
-  uint8_t out[2];
-  EXPECT_EQ(1u, wideDehexify(out, "A\0Z\0", 4));
-  EXPECT_EQ(2708, lastErrorNumber());
-}
-
-TEST_F(HexTest, WideHexifyRoundTripsThroughWideDehexify) {
-  uint8_t in[64], wide[256], back[64];
-  for (int k = 0; k < 64; ++k) in[k] = uint8_t(k * 37);
-  wideDehexify(back, wide, wideHexify(wide, in, 64));
-  EXPECT_EQ(0, memcmp(in, back, 64));
 }
 
 TEST_F(HexTest, EscapeFormDoublesEscapeAndDeliberatelyStoresCountDividedByEight) {
@@ -173,11 +150,14 @@ TEST_F(HexTest, IsHexStringChecksEveryByte) {
   EXPECT_FALSE(isHexString("\0", 1));
 }
 
-TEST_F(HexTest, HexifyRoundTripsEveryByteValue) {
-  uint8_t in[256], back[256];
+TEST_F(HexTest, HexifyAndWideHexifyRoundTripEveryByteValue) {
+  uint8_t in[256], back[256], wide[1024];
   char text[512];
-  for (int k = 0; k < 256; ++k) in[k] = uint8_t(k);
+  for (int k = 0; k < 256; ++k) in[k] = uint8_t(k * 37);
   EXPECT_EQ(0u, dehexify(back, text, hexify(text, in, 256)));
+  EXPECT_EQ(0, memcmp(in, back, 256));
+  memset(back, 0, sizeof back);
+  EXPECT_EQ(0u, wideDehexify(back, wide, wideHexify(wide, in, 256)));
   EXPECT_EQ(0, memcmp(in, back, 256));
 }
 

@@ -39,61 +39,47 @@ TEST(MemCopy, ZeroLengthTouchesNothing) {
   EXPECT_EQ(0, memcmp(dst, "\1\2\3\4", 4));
 }
 
-// The forward copy must give exactly what the byte loop gives for every
+// Both copies must give exactly what their byte loop gives for every
 // overlap distance in both directions, across several lengths.
-TEST(MemCopy, ForwardCopyOverlapMatchesByteLoopExactly) {
-  for (size_t n : {1u, 2u, 7u, 64u, 300u, 5000u}) {
-    for (ptrdiff_t shift : {-300, -17, -8, -1, 0, 1, 2, 3, 8, 17, 300, 4999}) {
-      std::vector<uint8_t> expected = pattern(n + 700), actual = expected;
-      size_t srcAt = 350, dstAt = size_t(350 + shift);
-      if (dstAt + n > expected.size()) continue;
-      byteCopyUp(expected.data() + dstAt, expected.data() + srcAt, n);
-      BUTMEMCP(actual.data() + dstAt, actual.data() + srcAt, n);
-      ASSERT_EQ(expected, actual) << "n=" << n << " shift=" << shift;
+TEST(MemCopy, OverlappingCopiesMatchTheirByteLoopExactly) {
+  struct Case {
+    const char* name;
+    void (*reference)(uint8_t*, const uint8_t*, size_t);
+    void (*copy)(void*, const void*, VXSIZE_T);
+  } cases[] = {{"forward", byteCopyUp, BUTMEMCP}, {"backward", byteCopyDown, BUTMMCPD}};
+  for (const Case& c : cases) {
+    for (size_t n : {1u, 2u, 7u, 64u, 300u, 5000u}) {
+      for (ptrdiff_t shift : {-300, -17, -8, -1, 0, 1, 2, 3, 8, 17, 300, 4999}) {
+        std::vector<uint8_t> expected = pattern(n + 700), actual = expected;
+        size_t srcAt = 350, dstAt = size_t(350 + shift);
+        if (dstAt + n > expected.size()) continue;
+        c.reference(expected.data() + dstAt, expected.data() + srcAt, n);
+        c.copy(actual.data() + dstAt, actual.data() + srcAt, n);
+        ASSERT_EQ(expected, actual) << c.name << " n=" << n << " shift=" << shift;
+      }
     }
   }
 }
 
-TEST(MemCopy, BackwardCopyOverlapMatchesByteLoopExactly) {
-  for (size_t n : {1u, 2u, 7u, 64u, 300u, 5000u}) {
-    for (ptrdiff_t shift : {-300, -17, -8, -1, 0, 1, 2, 3, 8, 17, 300}) {
-      std::vector<uint8_t> expected = pattern(n + 700), actual = expected;
-      size_t srcAt = 350, dstAt = size_t(350 + shift);
-      byteCopyDown(expected.data() + dstAt, expected.data() + srcAt, n);
-      BUTMMCPD(actual.data() + dstAt, actual.data() + srcAt, n);
-      ASSERT_EQ(expected, actual) << "n=" << n << " shift=" << shift;
-    }
+// Deliberate: memMove is a forward copy without an overlap guard.
+TEST(MemCopy, InPlaceCopiesIncludingMemMoveDeliberatelyUnguarded) {
+  struct Case {
+    const char* name;
+    void (*copy)(void*, const void*, VXSIZE_T);
+    int dstAt, srcAt, n;
+    const char* expected;
+  } cases[] = {
+      {"memCopy one up", memCopy, 1, 0, 5, "aaaaaa"},
+      {"memMove", memMove, 2, 0, 6, "abababab"},
+      {"reverse up", memCopyReverse, 2, 0, 6, "ababcdef"},
+      {"reverse down", memCopyReverse, 0, 2, 6, "ghghghgh"},
+      {"huge", memCopyHuge, 1, 0, 4, "aaaaa"},
+  };
+  for (const Case& c : cases) {
+    char buf[9] = "abcdefgh";
+    c.copy(buf + c.dstAt, buf + c.srcAt, c.n);
+    EXPECT_EQ(0, memcmp(buf, c.expected, strlen(c.expected))) << c.name;
   }
-}
-
-TEST(MemCopy, ForwardCopyOneByteUpRepeatsFirstByte) {
-  uint8_t buf[6] = {'a', 'b', 'c', 'd', 'e', 'f'};
-  memCopy(buf + 1, buf, 5);
-  EXPECT_EQ(0, memcmp(buf, "aaaaaa", 6));
-}
-
-TEST(MemCopy, MemMoveIsDeliberatelyAForwardCopyWithoutOverlapGuard) {
-  uint8_t buf[8] = {'1', '2', '3', '4', '5', '6', '7', '8'};
-  memMove(buf + 2, buf, 6);
-  EXPECT_EQ(0, memcmp(buf, "12121212", 8));
-}
-
-TEST(MemCopy, CopyReverseHandlesDestinationAboveSource) {
-  uint8_t buf[8] = {'1', '2', '3', '4', '5', '6', '7', '8'};
-  memCopyReverse(buf + 2, buf, 6);
-  EXPECT_EQ(0, memcmp(buf, "12123456", 8));
-}
-
-TEST(MemCopy, CopyReverseWithDestinationBelowRepeatsTail) {
-  uint8_t buf[8] = {'1', '2', '3', '4', '5', '6', '7', '8'};
-  memCopyReverse(buf, buf + 2, 6);
-  EXPECT_EQ(0, memcmp(buf, "78787878", 8));
-}
-
-TEST(MemCopy, HugeFormCopiesForward) {
-  uint8_t buf[5] = {'x', 'y', 'z', 'w', 'v'};
-  memCopyHuge(buf + 1, buf, 4);
-  EXPECT_EQ(0, memcmp(buf, "xxxxx", 5));
 }
 
 TEST(MemFill, StoresByteNTimesAndNoMore) {

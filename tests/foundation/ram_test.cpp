@@ -16,24 +16,16 @@ class RamTest : public ::testing::Test {
 };
 
 TEST_F(RamTest, AllocStrCopiesPrefixAndAddsNul) {
-  char* copy = ramAllocStr("abcdef", 3);
-  ASSERT_NE(nullptr, copy);
-  EXPECT_STREQ("abc", copy);
-  free(copy);
-}
-
-TEST_F(RamTest, AllocStrTakesLengthFromString) {
-  char* copy = ramAllocStr("hello");
-  ASSERT_NE(nullptr, copy);
-  EXPECT_STREQ("hello", copy);
-  free(copy);
-}
-
-TEST_F(RamTest, AllocStrOfZeroBytesIsEmptyString) {
-  char* copy = ramAllocStr("xyz", 0);
-  ASSERT_NE(nullptr, copy);
-  EXPECT_EQ('\0', copy[0]);
-  free(copy);
+  struct Case {
+    char* copy;
+    const char* expected;
+  } cases[] = {
+      {ramAllocStr("abcdef", 3), "abc"}, {ramAllocStr("hello"), "hello"}, {ramAllocStr("xyz", 0), ""}};
+  for (const Case& c : cases) {
+    ASSERT_NE(nullptr, c.copy) << c.expected;
+    EXPECT_STREQ(c.expected, c.copy);
+    free(c.copy);
+  }
 }
 
 TEST_F(RamTest, AllocStrReturnsNullWhenHeapExhausted) {
@@ -69,39 +61,28 @@ TEST_F(RamTest, ResizeToZeroKeepsAValidBlock) {
   free(p);
 }
 
-TEST_F(RamTest, FailureHookFailsExactlyTheNthAllocationOnce) {
+TEST_F(RamTest, FailureHookFailsExactlyTheNthAllocationOnceUnlessDisarmed) {
   ramFailAllocationAfter(3);
-  void* first = ramAlloc(8);
-  void* second = ramAlloc(8);
-  void* third = ramAlloc(8);
-  void* fourth = ramAlloc(8);
-  EXPECT_NE(nullptr, first);
-  EXPECT_NE(nullptr, second);
-  EXPECT_EQ(nullptr, third);
-  EXPECT_NE(nullptr, fourth);
-  free(first);
-  free(second);
-  free(fourth);
-}
-
-TEST_F(RamTest, FailureHookDisarmedByZero) {
+  void* p[4];
+  for (void*& q : p) q = ramAlloc(8);
+  EXPECT_NE(nullptr, p[0]);
+  EXPECT_NE(nullptr, p[1]);
+  EXPECT_EQ(nullptr, p[2]);
+  EXPECT_NE(nullptr, p[3]);
   ramFailAllocationAfter(1);
   ramFailAllocationAfter(0);
-  void* p = ramAlloc(8);
-  EXPECT_NE(nullptr, p);
-  free(p);
+  p[2] = ramAlloc(8);
+  EXPECT_NE(nullptr, p[2]);
+  for (void* q : p) free(q);
 }
 
-TEST_F(RamTest, ObjectNewReturnsNullThroughFailureHook) {
+TEST_F(RamTest, ObjectAndInitialisingNewReturnNullThroughFailureHook) {
   ramFailAllocationAfter(1);
   VxObject* o = new VxObject;
   EXPECT_EQ(nullptr, o);
   o = new VxObject;
   EXPECT_NE(nullptr, o);
   delete o;
-}
-
-TEST_F(RamTest, InitialisingNewReturnsNullThroughFailureHook) {
   ramFailAllocationAfter(1);
   EXPECT_EQ(nullptr, operator new(32, RamInitType(0)));
 }

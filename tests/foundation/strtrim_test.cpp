@@ -9,11 +9,18 @@ namespace {
 
 using StrTrim = CLocaleTest;
 
-TEST_F(StrTrim, RightTrimCutsTrailingWhiteSpace) {
+TEST_F(StrTrim, RightTrimCutsTrailingWhiteSpaceAndTerminatedFormWritesNul) {
   EXPECT_EQ(2u, strRightTrim("ab \t\n", 5, VX_CP_LOCALE));
   EXPECT_EQ(3u, strRightTrim("a b ", 4, VX_CP_LOCALE));
   EXPECT_EQ(0u, strRightTrim(" \t ", 3, VX_CP_LOCALE));
   EXPECT_EQ(2u, strRightTrim("ab   ", 2, VX_CP_LOCALE));
+  // The terminated form writes a NUL.
+  char s[] = "abc \r\n";
+  EXPECT_EQ(3u, strRightTrim(s));
+  EXPECT_STREQ("abc", s);
+  char blank[] = "   ";
+  EXPECT_EQ(0u, strRightTrim(blank));
+  EXPECT_STREQ("", blank);
 }
 
 TEST_F(StrTrim, CharacterThatSwallowsBlanksIsNotTrimmed) {
@@ -22,15 +29,6 @@ TEST_F(StrTrim, CharacterThatSwallowsBlanksIsNotTrimmed) {
   EXPECT_EQ(3u, strRightTrim("\xE2" "a  ", 4, VX_CP_UTF8));
   EXPECT_EQ(2u, strRightTrim("\xE2" "a  ", 4, VX_CP_LOCALE));
   EXPECT_EQ(4u, strRightTrim("\xF0" "abc ", 5, VX_CP_UTF8));
-}
-
-TEST_F(StrTrim, TerminatedRightTrimWritesNul) {
-  char s[] = "abc \r\n";
-  EXPECT_EQ(3u, strRightTrim(s));
-  EXPECT_STREQ("abc", s);
-  char blank[] = "   ";
-  EXPECT_EQ(0u, strRightTrim(blank));
-  EXPECT_STREQ("", blank);
 }
 
 TEST_F(StrTrim, BlankTrimCutsOnlyBlanks) {

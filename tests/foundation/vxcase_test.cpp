@@ -11,13 +11,17 @@ namespace {
 
 using VxCase = CLocaleTest;
 
-TEST_F(VxCase, JavaToUpperMapsLatin1ByArithmetic) {
+TEST_F(VxCase, JavaCaseMapsLatin1ByArithmetic) {
   EXPECT_EQ('A', javaToUpper('a'));
   EXPECT_EQ('Z', javaToUpper('z'));
   EXPECT_EQ('1', javaToUpper('1'));
   EXPECT_EQ(0xC9, javaToUpper(0xE9));
   EXPECT_EQ(0xDF, javaToUpper(0xDF));  // sharp s stays
   EXPECT_EQ(-5, javaToUpper(-5));
+  EXPECT_EQ('a', javaToLower('A'));
+  EXPECT_EQ(0xE9, javaToLower(0xC9));
+  EXPECT_EQ(0xF7, javaToLower(0xD7));
+  EXPECT_EQ(0xDF, javaToLower(0xDF));
 }
 
 TEST_F(VxCase, JavaToUpperMapsDivisionSignDeliberately) {
@@ -32,24 +36,14 @@ TEST_F(VxCase, JavaCaseUsesUnicodeFromFF) {
   EXPECT_EQ(0x4E2D, javaToUpper(0x4E2D));
 }
 
-TEST_F(VxCase, JavaToLowerMapsLatin1ByArithmetic) {
-  EXPECT_EQ('a', javaToLower('A'));
-  EXPECT_EQ(0xE9, javaToLower(0xC9));
-  EXPECT_EQ(0xF7, javaToLower(0xD7));
-  EXPECT_EQ(0xDF, javaToLower(0xDF));
-}
-
-TEST_F(VxCase, UpperAndLowerWorkInPlace) {
+TEST_F(VxCase, UpperAndLowerWorkInPlaceAndCountedFormsStopAtN) {
   char s[] = "abc1Z";
   EXPECT_EQ(s, strUpper(s));
   EXPECT_STREQ("ABC1Z", s);
   EXPECT_STREQ("abc1z", strLower(s));
   EXPECT_EQ(nullptr, strUpper(nullptr));
   EXPECT_EQ(nullptr, strLower(nullptr, 3));
-}
-
-TEST_F(VxCase, CountedFormsStopAtN) {
-  char s[] = "abcd";
+  memcpy(s, "abcd", 5);
   strUpper(s, 2);
   EXPECT_STREQ("ABcd", s);
   strLower(s, 1);

@@ -47,6 +47,9 @@ class ErrorListTest : public ::testing::Test {
     }
   }
   std::string text(VXSIZE_T i) { return list->at(i)->getErrorText(); }
+  static void addOneTwoThree() {
+    for (uint16_t n : {1, 2, 3}) addError(n);
+  }
 
   int owner = 0;
   CountingList* list = nullptr;
@@ -70,7 +73,7 @@ class MultipleErrorList : public ErrorListTest {
 
 // --- Static records -------------------------------------------------------
 
-TEST(StaticRecords, MemoryRecordIsNumber30190OutOfMemoryAndStatic) {
+TEST(StaticRecords, MemoryRecordIs30190OutOfMemoryAndDummyRecordIsZero) {
   EXPECT_EQ(30190, MemoryError.getErrorNumber());
   EXPECT_STREQ("Out Of Memory", MemoryError.getErrorText());
   EXPECT_TRUE(MemoryError.isStatic());
@@ -78,9 +81,6 @@ TEST(StaticRecords, MemoryRecordIsNumber30190OutOfMemoryAndStatic) {
   EXPECT_FALSE(MemoryError.isWarning());
   EXPECT_FALSE(MemoryError.isDummyError());
   EXPECT_EQ(0, MemoryError.getNativeError());
-}
-
-TEST(StaticRecords, DummyRecordIsNumberZeroStaticAndDummy) {
   EXPECT_EQ(0, DummyError.getErrorNumber());
   EXPECT_TRUE(DummyError.isStatic());
   EXPECT_TRUE(DummyError.isDummyError());
@@ -115,7 +115,7 @@ TEST(VxErrorRecord, ConstructorSetsFieldsAndLeavesInterfaceCodeEmpty) {
   EXPECT_TRUE(e.isWarning());
 }
 
-TEST(VxErrorRecord, InterfaceCodeKeepsFiveCharacters) {
+TEST(VxErrorRecord, InterfaceCodeKeepsFiveCharactersAndNullEmptiesIt) {
   VxError e(1, "", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0);
   e.setInterfaceCode("08S01");
   EXPECT_STREQ("08S01", e.getInterfaceCode());
@@ -123,11 +123,6 @@ TEST(VxErrorRecord, InterfaceCodeKeepsFiveCharacters) {
   EXPECT_STREQ("HY000", e.getInterfaceCode());
   e.setInterfaceError(77);
   EXPECT_EQ(77, e.getInterfaceError());
-}
-
-TEST(VxErrorRecord, NullInterfaceCodeEmptiesIt) {
-  VxError e(1, "", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0);
-  e.setInterfaceCode("08S01");
   e.setInterfaceCode(nullptr);
   EXPECT_STREQ("", e.getInterfaceCode());
 }
@@ -137,12 +132,9 @@ TEST(VxErrorRecord, ParametersFillMarkersByPosition) {
   VxError& chained = e << "x.ini" << uint64_t(42) << int64_t(-7);
   EXPECT_EQ(&e, &chained);
   EXPECT_STREQ("File x.ini not found (42), -7.", e.getErrorText());
-}
-
-TEST(VxErrorRecord, PlainIntsStreamAsNumbers) {
-  VxError e(1, "%d1 %d2", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0);
-  e << -12 << 34u;
-  EXPECT_STREQ("-12 34", e.getErrorText());
+  VxError ints(1, "%d1 %d2", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0);
+  ints << -12 << 34u;  // plain ints stream as numbers
+  EXPECT_STREQ("-12 34", ints.getErrorText());
 }
 
 TEST(VxErrorRecord, ViewParameterAndAppendedTextWithRestartedNumbering) {
@@ -202,7 +194,7 @@ TEST_F(MultipleErrorList, EmptyListHasMixZeroNoErrorAndLastNumberZero) {
   EXPECT_EQ(nullptr, list->getFirstNode());
 }
 
-TEST_F(MultipleErrorList, WarningsOnlyGiveMixThreeAndOneErrorMakesItOne) {
+TEST_F(MultipleErrorList, MixIsThreeForWarningsOnlyOneForBothAndTwoForErrorsOnly) {
   addWarning(2735);
   addWarning(2736);
   EXPECT_EQ(3, list->getErrorsMix());
@@ -210,12 +202,10 @@ TEST_F(MultipleErrorList, WarningsOnlyGiveMixThreeAndOneErrorMakesItOne) {
   addError(2737);
   EXPECT_EQ(1, list->getErrorsMix());
   EXPECT_TRUE(list->isExistingError());
-}
-
-TEST_F(MultipleErrorList, ErrorsOnlyGiveMixTwo) {
+  list->clearErrors();
   addError(1509);
   addError(1503);
-  EXPECT_EQ(2, list->getErrorsMix());
+  EXPECT_EQ(2, list->getErrorsMix());  // errors only
   EXPECT_TRUE(VxErrorKeeper::isExistingError());
 }
 
@@ -359,9 +349,7 @@ TEST_F(MultipleErrorList, ListThatCannotGrowEntersOutOfMemory) {
 // --- Cursor and positions -------------------------------------------------
 
 TEST_F(MultipleErrorList, CursorWalksRecordsInOrder) {
-  addError(1);
-  addError(2);
-  addError(3);
+  addOneTwoThree();
   EXPECT_EQ(1, list->getFirstNode()->getErrorNumber());
   EXPECT_EQ(1, list->getCurrentIndex());
   EXPECT_EQ(2, list->getNextNode()->getErrorNumber());
@@ -374,9 +362,7 @@ TEST_F(MultipleErrorList, CursorWalksRecordsInOrder) {
 }
 
 TEST_F(MultipleErrorList, RemovedRecordsBelongToTheCallerAndResetTheCursor) {
-  addError(1);
-  addError(2);
-  addError(3);
+  addOneTwoThree();
   list->getNodeAtPos(2);
   VxError* first = list->removeFirstError();
   EXPECT_EQ(0, list->getCurrentIndex());
@@ -391,9 +377,7 @@ TEST_F(MultipleErrorList, RemovedRecordsBelongToTheCallerAndResetTheCursor) {
 }
 
 TEST_F(MultipleErrorList, MoveLastErrorToPosZeroPutsTheThirdFirst) {
-  addError(1);
-  addError(2);
-  addError(3);
+  addOneTwoThree();
   list->moveLastErrorToPos(0);
   EXPECT_EQ(3, list->at(0)->getErrorNumber());
   EXPECT_EQ(1, list->at(1)->getErrorNumber());
@@ -406,9 +390,7 @@ TEST_F(MultipleErrorList, MoveLastErrorToPosZeroPutsTheThirdFirst) {
 }
 
 TEST_F(MultipleErrorList, SetWarningAfterPosMarksOnlyLaterRecords) {
-  addError(1);
-  addError(2);
-  addError(3);
+  addOneTwoThree();
   list->setWarningAfterPos(0);
   EXPECT_FALSE(list->at(0)->isWarning());
   EXPECT_TRUE(list->at(1)->isWarning());
@@ -417,16 +399,14 @@ TEST_F(MultipleErrorList, SetWarningAfterPosMarksOnlyLaterRecords) {
 }
 
 TEST_F(MultipleErrorList, AppendTextStartingAtPosReachesTheRest) {
-  addError(1);
-  addError(2);
-  addError(3);
+  addOneTwoThree();
   list->appendTextStartingAtPos("!", 1);
   EXPECT_EQ("1", text(0));
   EXPECT_EQ("2!", text(1));
   EXPECT_EQ("3!", text(2));
 }
 
-TEST_F(MultipleErrorList, ConcatErrorsJoinsTextsWithTheSeparator) {
+TEST_F(MultipleErrorList, ConcatErrorsJoinsTextsAndStopsWhenTheStringCannotGrow) {
   addError(1, "first");
   addError(2, "second");
   VxString out;
@@ -435,16 +415,11 @@ TEST_F(MultipleErrorList, ConcatErrorsJoinsTextsWithTheSeparator) {
   VxString plain;
   ASSERT_EQ(0u, list->concatErrors(plain, '\0'));
   EXPECT_STREQ("firstsecond", plain.asCStr());
-}
-
-TEST_F(MultipleErrorList, ConcatErrorsStopsWhenTheStringCannotGrow) {
-  addError(1, "first");
-  addError(2, "second");
   char buffer[8];
-  VxString out;
-  out.initializeWithBuffer(buffer, sizeof buffer, 0);
-  EXPECT_EQ(1u, list->concatErrors(out, '\n'));
-  EXPECT_STREQ("first", out.asCStr());
+  VxString small;
+  small.initializeWithBuffer(buffer, sizeof buffer, 0);
+  EXPECT_EQ(1u, list->concatErrors(small, '\n'));
+  EXPECT_STREQ("first", small.asCStr());
 }
 
 TEST_F(MultipleErrorList, ClearErrorsDeletesEveryRecord) {
@@ -484,7 +459,9 @@ TEST_F(MultipleErrorList, AppendedTextRestartsParameterNumbering) {
   EXPECT_EQ("A x. B y.", text(0));
 }
 
-TEST_F(MultipleErrorList, AppendCatalogTextToLastAndToPosition) {
+TEST_F(MultipleErrorList, AppendCatalogTextToLastAndToPositionOrToTheDummyRecord) {
+  EXPECT_TRUE(appendTextToLastError(2706).isDummyError());  // empty list
+  EXPECT_TRUE(appendTextToErrorAtPos(2706, 0).isDummyError());
   addError(1, "one:");
   addError(2, "two:");
   char repeated[256], both[256];
@@ -497,11 +474,6 @@ TEST_F(MultipleErrorList, AppendCatalogTextToLastAndToPosition) {
   EXPECT_EQ(list->at(0), &first);
   EXPECT_EQ(std::string("one:") + both, text(0));
   EXPECT_TRUE(appendTextToErrorAtPos(2707, 2).isDummyError());
-}
-
-TEST_F(MultipleErrorList, AppendToAnEmptyListGivesTheDummyRecord) {
-  EXPECT_TRUE(appendTextToLastError(2706).isDummyError());
-  EXPECT_TRUE(appendTextToErrorAtPos(2706, 0).isDummyError());
 }
 
 // --- Installing lists -------------------------------------------------------

@@ -22,26 +22,23 @@ std::string probe(const char* value) {
   return out;
 }
 
-TEST(RunTimeDebug, ValueIsReadAsHexadecimalSo101TurnsOnBits1And100) {
-  EXPECT_EQ("mask=101 low32=101 file=1 exists=100 locate=0\nafter=101\n", probe("101"));
-}
-
-TEST(RunTimeDebug, ValueWhereNothingParsesLeavesMaskZero) {
-  EXPECT_EQ("mask=0 low32=0 file=0 exists=0 locate=0\nafter=0\n", probe("zz"));
-}
-
-TEST(RunTimeDebug, UnsetVariableLeavesMaskZero) {
-  EXPECT_EQ("mask=0 low32=0 file=0 exists=0 locate=0\nafter=0\n", probe(nullptr));
-}
-
-TEST(RunTimeDebug, ParsingStopsAtTheFirstNonHexCharacter) {
-  EXPECT_EQ("mask=3 low32=3 file=1 exists=0 locate=2\nafter=3\n", probe("3zz"));
-  EXPECT_EQ("mask=ff low32=ff file=1 exists=0 locate=2\nafter=ff\n", probe("0xff"));
-}
-
-TEST(RunTimeDebug, DebugItemTestsOnlyTheLow32Bits) {
-  EXPECT_EQ("mask=100000002 low32=2 file=0 exists=0 locate=2\nafter=100000002\n",
-            probe("100000002"));
+// The value is read as hexadecimal (so 101 turns on bits 1 and 100),
+// parsing stops at the first non-hex character, nothing parsed or an unset
+// variable leaves the mask zero, and debug items test only the low 32 bits.
+TEST(RunTimeDebug, ValueIsReadAsHexadecimalUpToTheFirstNonHexCharacter) {
+  struct Case {
+    const char* value;
+    const char* expected;
+  } cases[] = {
+      {"101", "mask=101 low32=101 file=1 exists=100 locate=0\nafter=101\n"},
+      {"zz", "mask=0 low32=0 file=0 exists=0 locate=0\nafter=0\n"},
+      {nullptr, "mask=0 low32=0 file=0 exists=0 locate=0\nafter=0\n"},
+      {"3zz", "mask=3 low32=3 file=1 exists=0 locate=2\nafter=3\n"},
+      {"0xff", "mask=ff low32=ff file=1 exists=0 locate=2\nafter=ff\n"},
+      {"100000002", "mask=100000002 low32=2 file=0 exists=0 locate=2\nafter=100000002\n"},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(c.expected, probe(c.value)) << (c.value != nullptr ? c.value : "unset");
 }
 
 TEST(RunTimeDebug, MaskOfThisProcessWasReadAtLoad) {
