@@ -92,15 +92,12 @@ TEST(MemFill, StoresByteNTimesAndNoMore) {
   EXPECT_EQ(0, memcmp(expected, buf, 10));
 }
 
-TEST(MemCompare, BytesCompareUnsigned) {
+TEST(MemCompare, BytesCompareUnsignedGivingOneMinusOneOrZeroFromFirstDifference) {
   const uint8_t a[1] = {0x80}, b[1] = {0x7F};
   EXPECT_EQ(1, memCompare(a, b, 1));
   EXPECT_EQ(-1, memCompare(b, a, 1));
   EXPECT_EQ(1, BUTMMCMP(a, b, 1));
   EXPECT_EQ(-1, memCompareHuge(b, a, 1));
-}
-
-TEST(MemCompare, ResultIsOneMinusOneOrZeroFromFirstDifference) {
   EXPECT_EQ(0, memCompare("abcdef", "abcdef", 6));
   EXPECT_EQ(-1, memCompare("abcaZZ", "abczAA", 6));
   EXPECT_EQ(1, BUTMMCMP("b", "a", 1));

@@ -19,8 +19,9 @@ TEST_F(RamTest, AllocStrCopiesPrefixAndAddsNul) {
   struct Case {
     char* copy;
     const char* expected;
-  } cases[] = {
-      {ramAllocStr("abcdef", 3), "abc"}, {ramAllocStr("hello"), "hello"}, {ramAllocStr("xyz", 0), ""}};
+  } cases[] = {{ramAllocStr("abcdef", 3), "abc"},
+                {ramAllocStr("hello"), "hello"},
+                {ramAllocStr("xyz", 0), ""}};
   for (const Case& c : cases) {
     ASSERT_NE(nullptr, c.copy) << c.expected;
     EXPECT_STREQ(c.expected, c.copy);

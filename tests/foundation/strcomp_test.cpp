@@ -11,12 +11,14 @@ namespace {
 
 using StrComp = CLocaleTest;
 
-TEST_F(StrComp, CompareKeepsOnlyTheSign) {
+TEST_F(StrComp, CompareKeepsOnlyTheSignAndMaxLengthFormStopsAfterN) {
   EXPECT_LT(strCompare("abc", "abd"), 0);
   EXPECT_GT(strCompare("b", "a"), 0);
   EXPECT_EQ(0, strCompare("x", "x"));
   EXPECT_TRUE(strEqual("x", "x"));
   EXPECT_FALSE(strEqual("x", "y"));
+  EXPECT_EQ(0, strCompareWithMaxLength("abcx", "abcy", 3));
+  EXPECT_LT(strCompareWithMaxLength("abcx", "abcy", 4), 0);
 }
 
 TEST_F(StrComp, CountedCompareIsUnsignedAndShorterFirst) {
@@ -66,11 +68,6 @@ TEST_F(StrComp, PaddedCompareIgnoresTrailingBlanksOfLongerString) {
   EXPECT_EQ(1, strComparePad("ABC", "AB"));
   EXPECT_EQ(1, strComparePad("AB\t", "AB"));  // only 0x20 counts as a blank
   EXPECT_EQ(1, strComparePad("\x80", "a"));
-}
-
-TEST_F(StrComp, MaxLengthCompareStopsAfterN) {
-  EXPECT_EQ(0, strCompareWithMaxLength("abcx", "abcy", 3));
-  EXPECT_LT(strCompareWithMaxLength("abcx", "abcy", 4), 0);
 }
 
 TEST_F(StrComp, TrueStringsAreOneTAndOn) {

@@ -44,7 +44,7 @@ TEST_F(StrCopy, SizedCopyTruncatesAndAlwaysTerminates) {
   EXPECT_EQ('\0', buf[7]);
 }
 
-TEST_F(StrCopy, QuotedCopyDoublesTheQuote) {
+TEST_F(StrCopy, QuotedCopyDoublesTheQuoteAndDropsCharacterCutByTheLength) {
   char* past = strCopyQuoted(buf, "it's", VX_CP_LOCALE, '\'');
   EXPECT_STREQ("'it''s'", buf);
   EXPECT_EQ(buf + 8, past);
@@ -52,9 +52,6 @@ TEST_F(StrCopy, QuotedCopyDoublesTheQuote) {
   EXPECT_STREQ("'it'", buf);
   strCopyQuoted(buf, "", VX_CP_LOCALE, '"');
   EXPECT_STREQ("\"\"", buf);
-}
-
-TEST_F(StrCopy, QuotedCopyDropsCharacterCutByTheLength) {
   strCopyQuoted(buf, "a\xE2\x82\xAC", VXSIZE_T{3}, VX_CP_UTF8, '"');
   EXPECT_STREQ("\"a\"", buf);
 }
@@ -101,12 +98,19 @@ TEST_F(StrCopy, UnquotedCopyKeepsLeadAndTrailTogether) {
   EXPECT_STREQ("\x81\x40@x", buf);
 }
 
-TEST_F(StrCopy, RemoveQuotesStripsAndUndoubles) {
+TEST_F(StrCopy, RemoveQuotesStripsAndUndoublesOnlyWithQuotesAtBothEnds) {
   char s[] = "'a''b'";
   EXPECT_EQ(3u, strRemoveQuotes(s, 6, '\''));
   EXPECT_EQ("a'b", std::string(s, 3));
   char empty[] = "''";
   EXPECT_EQ(0u, strRemoveQuotes(empty, 2, '\''));
+  char one[] = "'";
+  EXPECT_EQ(1u, strRemoveQuotes(one, 1, '\''));
+  char open[] = "ab'";
+  EXPECT_EQ(3u, strRemoveQuotes(open, 3, '\''));
+  char close[] = "'ab";
+  EXPECT_EQ(3u, strRemoveQuotes(close, 3, '\''));
+  EXPECT_STREQ("'ab", close);
 }
 
 TEST_F(StrCopy, RemoveQuotesLeavesUndoubledInnerQuote) {
@@ -116,16 +120,6 @@ TEST_F(StrCopy, RemoveQuotesLeavesUndoubledInnerQuote) {
   char three[] = "'''";  // the inner quote is the second-last byte
   EXPECT_EQ(3u, strRemoveQuotes(three, 3, '\''));
   EXPECT_STREQ("'''", three);
-}
-
-TEST_F(StrCopy, RemoveQuotesNeedsQuotesAtBothEnds) {
-  char one[] = "'";
-  EXPECT_EQ(1u, strRemoveQuotes(one, 1, '\''));
-  char open[] = "ab'";
-  EXPECT_EQ(3u, strRemoveQuotes(open, 3, '\''));
-  char close[] = "'ab";
-  EXPECT_EQ(3u, strRemoveQuotes(close, 3, '\''));
-  EXPECT_STREQ("'ab", close);
 }
 
 TEST_F(StrCopy, RemoveQuotesWantsTheLastCharacterToBeTheQuote) {

@@ -59,7 +59,7 @@ TEST_F(StrLike, MismatchRetriesFromTheLatestPercent) {
   EXPECT_FALSE(like("xaxcxb", "%a%b%c"));
 }
 
-TEST_F(StrLike, EscapeMakesWildcardsLiteral) {
+TEST_F(StrLike, EscapeMakesWildcardsLiteralAndAtPatternEndMatchesNothing) {
   EXPECT_TRUE(like("a%c", "a\\%c"));
   EXPECT_FALSE(like("abc", "a\\%c"));
   EXPECT_TRUE(like("a_c", "a\\_c"));
@@ -67,9 +67,6 @@ TEST_F(StrLike, EscapeMakesWildcardsLiteral) {
   EXPECT_TRUE(like("a\\c", "a\\\\c"));
   EXPECT_TRUE(like("abc", "\\a%"));  // an escaped plain character is itself
   EXPECT_TRUE(like("x%y%", "%\\%"));
-}
-
-TEST_F(StrLike, EscapeAtPatternEndMatchesNothing) {
   EXPECT_FALSE(like("a\\", "a\\"));
   EXPECT_FALSE(like("a", "a\\"));
   EXPECT_FALSE(like("ab", "%\\"));
@@ -98,13 +95,10 @@ TEST_F(StrLike, WildcardAndEscapeBytesAreChosenByCaller) {
   EXPECT_TRUE(strLike("a*", 2, "a!*", 3, '*', '?', '!', 0, 1, VX_CP_LOCALE));
 }
 
-TEST_F(StrLike, TerminatedFormTakesLengths) {
+TEST_F(StrLike, TerminatedFormTakesLengthsAndCountedTextMayHoldNul) {
   EXPECT_TRUE(strLike("abc", "A%", '%', '_', '\\', 0, 1));
   EXPECT_FALSE(strLike("abc", "A%", '%', '_', '\\', 1, 1));
   EXPECT_TRUE(strLike("abc  ", "abc", '%', '_', '\\', 0, 0));
-}
-
-TEST_F(StrLike, CountedTextMayHoldNul) {
   EXPECT_TRUE(like(std::string("a\0b", 3), "a_b"));
   EXPECT_FALSE(like(std::string("a\0b", 3), "a"));
 }

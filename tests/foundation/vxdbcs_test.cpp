@@ -20,13 +20,15 @@ TEST_F(VxDbcs, Utf8CharSizeFollowsFirstByte) {
   EXPECT_EQ(3u, vxCharSize("a\xE2\x82\xAC", VXSIZE_T{1}, VX_CP_UTF8));
 }
 
-TEST_F(VxDbcs, CharNextStepsOverWholeCharacter) {
+TEST_F(VxDbcs, CharNextStepsOverWholeCharacterAndNoByteLeadsInTheCLocale) {
   const char* s = "a\xE2\x82\xAC" "b";
   EXPECT_EQ(s + 1, vxCharNext(s, VX_CP_UTF8));
   EXPECT_EQ(s + 4, vxCharNext(s + 1, VX_CP_UTF8));
   EXPECT_EQ(4u, vxCharNext(s, VXSIZE_T{1}, VX_CP_UTF8));
   // In the C locale no byte is a lead byte, so kind 1 steps one byte.
   EXPECT_EQ(s + 2, vxCharNext(s + 1));
+  EXPECT_FALSE(vxIsLeadByte("\xD6\xD0"));
+  EXPECT_EQ(1u, vxCharSize("\xD6\xD0"));
 }
 
 TEST_F(VxDbcs, LeadByteNeedsAValidTwoByteCharacter) {
@@ -39,11 +41,6 @@ TEST_F(VxDbcs, LeadByteNeedsAValidTwoByteCharacter) {
   EXPECT_EQ(2u, vxCharSize("\xD6\xD0"));
   EXPECT_EQ(2u, vxCharSize("\xD6\xD0", VX_CP_BYTES));
   EXPECT_EQ(1u, vxCharSize("\xD6\xD0", VXSIZE_T{1}));
-}
-
-TEST_F(VxDbcs, NoLeadBytesInSingleByteLocale) {
-  EXPECT_FALSE(vxIsLeadByte("\xD6\xD0"));
-  EXPECT_EQ(1u, vxCharSize("\xD6\xD0"));
 }
 
 TEST_F(VxDbcs, CharPrevTestsTheByteAtPDeliberately) {
@@ -63,14 +60,11 @@ TEST_F(VxDbcs, CharPrevTestsTheByteAtPDeliberately) {
   EXPECT_EQ(u, vxCharPrev(u, u + 1));
 }
 
-TEST_F(VxDbcs, CharPrevAtStartIsStart) {
+TEST_F(VxDbcs, CharPrevAtStartIsStartAndUtf8LooksAtMostThreeBytesBack) {
   const char* s = "abc";
   EXPECT_EQ(s, vxCharPrev(s, s));
   EXPECT_EQ(s, vxCharPrev(s, s, VX_CP_UTF8));
   EXPECT_EQ(s + 1, vxCharPrev(s, s + 2));
-}
-
-TEST_F(VxDbcs, CharPrevUtf8LooksAtMostThreeBytesBack) {
   const char* e = "a\xC3\xA9";  // a, e-acute
   EXPECT_EQ(e + 1, vxCharPrev(e, e + 3, VX_CP_UTF8));
   const char* euro = "\xE2\x82\xAC";
@@ -85,7 +79,7 @@ TEST_F(VxDbcs, CharPrevUtf8DoesNotStepOverFourByteCharacterDeliberately) {
   EXPECT_EQ(s + 3, vxCharPrev(s, s + 4, VX_CP_UTF8));
 }
 
-TEST_F(VxDbcs, CharLastFindsStartOfLastCharacter) {
+TEST_F(VxDbcs, CharLastFindsStartOfLastCharacterNeverPastTheTerminator) {
   const char* s = "a\xE2\x82\xAC";
   EXPECT_EQ(s + 1, vxCharLast(s, VX_CP_UTF8));
   EXPECT_EQ(s + 3, vxCharLast(s));
@@ -94,9 +88,6 @@ TEST_F(VxDbcs, CharLastFindsStartOfLastCharacter) {
   EXPECT_EQ(1u, vxCharLast("a\xE2\x82\xAC" "b", VXSIZE_T{4}, VX_CP_UTF8));
   EXPECT_EQ(4u, vxCharLast("a\xE2\x82\xAC" "b", VXSIZE_T{5}, VX_CP_UTF8));
   EXPECT_EQ(0u, vxCharLast("abc", VXSIZE_T{0}, VX_CP_UTF8));
-}
-
-TEST_F(VxDbcs, CharLastNeverStepsOverTheTerminator) {
   const char* cut = "a\xE2";  // a three-byte character cut by the NUL
   EXPECT_EQ(cut + 1, vxCharLast(cut, VX_CP_UTF8));
   EXPECT_EQ(2u, vxCharLen(cut, VX_CP_UTF8));

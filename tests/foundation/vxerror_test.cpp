@@ -184,7 +184,7 @@ TEST(VxErrorListBasics, AllocErrorGivesNullWhenMemoryRunsOut) {
   ramFailAllocationAfter(0);
 }
 
-TEST_F(MultipleErrorList, EmptyListHasMixZeroNoErrorAndLastNumberZero) {
+TEST_F(MultipleErrorList, MixIsZeroEmptyThreeForWarningsOnlyOneForBothAndTwoForErrorsOnly) {
   EXPECT_EQ(0, list->getErrorsMix());
   EXPECT_FALSE(list->isExistingError());
   EXPECT_FALSE(VxErrorKeeper::isExistingError());
@@ -192,9 +192,6 @@ TEST_F(MultipleErrorList, EmptyListHasMixZeroNoErrorAndLastNumberZero) {
   EXPECT_EQ(0, VxErrorKeeper::getLastNativeError());
   EXPECT_EQ(nullptr, VxErrorKeeper::getLastError());
   EXPECT_EQ(nullptr, list->getFirstNode());
-}
-
-TEST_F(MultipleErrorList, MixIsThreeForWarningsOnlyOneForBothAndTwoForErrorsOnly) {
   addWarning(2735);
   addWarning(2736);
   EXPECT_EQ(3, list->getErrorsMix());
@@ -389,17 +386,13 @@ TEST_F(MultipleErrorList, MoveLastErrorToPosZeroPutsTheThirdFirst) {
   EXPECT_EQ(3u, list->getCount());
 }
 
-TEST_F(MultipleErrorList, SetWarningAfterPosMarksOnlyLaterRecords) {
+TEST_F(MultipleErrorList, SetWarningAndAppendTextFromAPositionReachOnlyLaterRecords) {
   addOneTwoThree();
   list->setWarningAfterPos(0);
   EXPECT_FALSE(list->at(0)->isWarning());
   EXPECT_TRUE(list->at(1)->isWarning());
   EXPECT_TRUE(list->at(2)->isWarning());
   EXPECT_EQ(1, list->getErrorsMix());
-}
-
-TEST_F(MultipleErrorList, AppendTextStartingAtPosReachesTheRest) {
-  addOneTwoThree();
   list->appendTextStartingAtPos("!", 1);
   EXPECT_EQ("1", text(0));
   EXPECT_EQ("2!", text(1));
