@@ -13,19 +13,6 @@ namespace {
 
 using FileAttributes = FileLayerTest;
 
-TEST_F(FileAttributes, WritableRegularFileIsOne) {
-  std::string path = makeFile("w.txt");
-  EXPECT_EQ(1, bosfattr(path.c_str()));
-  EXPECT_EQ(1, bosexist(path.c_str()));
-}
-
-TEST_F(FileAttributes, ReadOnlyRegularFileIsFiveAndStillExists) {
-  std::string path = makeFile("r.txt");
-  ASSERT_EQ(0, chmod(path.c_str(), 0444));
-  EXPECT_EQ(5, bosfattr(path.c_str()));
-  EXPECT_EQ(1, bosexist(path.c_str()));
-}
-
 TEST_F(FileAttributes, WriteBitIsTheOwnersForTheOwner) {
   // The caller owns the file: only the owner's bit counts.
   std::string path = makeFile("o.txt");
@@ -49,46 +36,36 @@ TEST_F(FileAttributes, WriteBitIsTheGroupsThenTheOthers) {
   EXPECT_EQ(1, bosfattr(path.c_str()));
 }
 
-TEST_F(FileAttributes, DirectoryIsTwoAndDoesNotExistAsAFile) {
-  std::string path = makeDir("d");
-  EXPECT_EQ(2, bosfattr(path.c_str()));
-  EXPECT_EQ(0, bosexist(path.c_str()));
+// Codes: 1 writable file, 5 read-only file, 2 directory, 8 missing, 16
+// other failure, 32 other kind; only regular files exist as files (-1:
+// existence not asked).
+TEST_F(FileAttributes, CodeAndExistenceOfEachKindOfName) {
+  std::string readOnly = makeFile("r.txt");
+  ASSERT_EQ(0, chmod(readOnly.c_str(), 0444));
+  std::string fifo = at("fifo");
+  ASSERT_EQ(0, mkfifo(fifo.c_str(), 0644));
+  std::string file = makeFile("plain");
+  const struct {
+    std::string path;
+    int code, exists;
+  } cases[] = {{makeFile("w.txt"), 1, 1},    {readOnly, 5, 1},          {makeDir("d"), 2, 0},
+               {at("none"), 8, 0},           {at("none/deeper"), 8, -1}, {file + "/below", 8, -1},
+               {std::string(5000, 'n'), 16, -1}, {fifo, 32, 0},          {"/dev/null", 32, -1}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.code, bosfattr(c.path.c_str())) << c.path;
+    if (c.exists >= 0) EXPECT_EQ(c.exists, bosexist(c.path.c_str())) << c.path;
+  }
   ASSERT_EQ(0, chdir("/"));
   EXPECT_EQ(2, bosfattr(".."));
 }
 
-TEST_F(FileAttributes, MissingFileIsEight) {
-  EXPECT_EQ(8, bosfattr(at("none").c_str()));
-  EXPECT_EQ(8, bosfattr(at("none/deeper").c_str()));
-  std::string file = makeFile("plain");
-  EXPECT_EQ(8, bosfattr((file + "/below").c_str()));
-  EXPECT_EQ(0, bosexist(at("none").c_str()));
-}
-
-TEST_F(FileAttributes, OtherStatFailureIsSixteen) {
-  std::string longName(5000, 'n');
-  EXPECT_EQ(16, bosfattr(longName.c_str()));
-}
-
-TEST_F(FileAttributes, OtherKindOfFileIsThirtyTwo) {
-  std::string fifo = at("fifo");
-  ASSERT_EQ(0, mkfifo(fifo.c_str(), 0644));
-  EXPECT_EQ(32, bosfattr(fifo.c_str()));
-  EXPECT_EQ(0, bosexist(fifo.c_str()));
-  EXPECT_EQ(32, bosfattr("/dev/null"));
-}
-
-TEST_F(FileAttributes, DeleteRemovesAndMissingCountsAsSuccess) {
+TEST_F(FileAttributes, DeleteRemovesMissingCountsAsSuccessDirectoryFiles1502) {
   std::string path = makeFile("gone.txt");
   EXPECT_EQ(0, bosFileDelete(path.c_str()));
   EXPECT_EQ(8, bosfattr(path.c_str()));
   EXPECT_EQ(0, bosFileDelete(path.c_str()));
   EXPECT_EQ(0u, errors.list.getCount());
-}
-
-TEST_F(FileAttributes, DeleteOfADirectoryFiles1502) {
-  std::string path = makeDir("keep");
-  EXPECT_EQ(1, bosFileDelete(path.c_str()));
+  EXPECT_EQ(1, bosFileDelete(makeDir("keep").c_str()));
   EXPECT_EQ(1502, lastError());
 }
 
@@ -105,17 +82,13 @@ TEST_F(FileAttributes, DateSizeGivesModificationTimeAndSize) {
   EXPECT_EQ(0u, errors.list.getCount());
 }
 
-TEST_F(FileAttributes, RenameMovesTheFile) {
+TEST_F(FileAttributes, RenameMovesTheFileButNotOntoAnExistingName) {
   std::string from = makeFile("a.txt", "moved");
   std::string to = at("b.txt");
   EXPECT_EQ(0, bosrname(from.c_str(), to.c_str()));
   EXPECT_EQ(8, bosfattr(from.c_str()));
   EXPECT_EQ(1, bosfattr(to.c_str()));
-}
-
-TEST_F(FileAttributes, RenameOntoAnExistingNameFiles30042WithBothNames) {
-  std::string from = makeFile("a.txt");
-  std::string to = makeFile("b.txt");
+  makeFile("a.txt");
   EXPECT_EQ(1, bosrname(from.c_str(), to.c_str()));
   ASSERT_NE(nullptr, errors.list.getLastError());
   EXPECT_EQ(30042, lastError());
@@ -130,13 +103,10 @@ TEST_F(FileAttributes, WritableDirectoryProbeLeavesNothingBehind) {
   EXPECT_EQ(0, bosftest(at("missing/file.dat").c_str()));
 }
 
-TEST_F(FileAttributes, ProbeWithoutDirectoryPartUsesTheWorkingDirectory) {
+TEST_F(FileAttributes, ProbeUsesTheWorkingDirectoryAndFailsWhenItsNameIsTaken) {
   ASSERT_EQ(0, chdir(dir.c_str()));
   EXPECT_EQ(1, bosftest("file.dat"));
   EXPECT_EQ(8, bosfattr("$$$vx$$$.$vx"));
-}
-
-TEST_F(FileAttributes, ProbeFailsWhenTheProbeNameIsTaken) {
   makeFile("$$$vx$$$.$vx");
   EXPECT_EQ(0, bosftest((dir + "/x").c_str()));
   EXPECT_EQ(1, bosexist(at("$$$vx$$$.$vx").c_str()));

@@ -89,6 +89,14 @@ class FileLayerTest : public ::testing::Test {
     std::string str() const { return text; }
   };
 
+  // The first bytes (at most 63) of the open file fd.
+  static std::string readAll(int fd) {
+    char text[64] = {};
+    int32_t count = 0;
+    bosFileRead(fd, 0, text, sizeof text - 1, &count);
+    return text;
+  }
+
   uint16_t lastError() { return errors.list.getLastError() ? errors.list.getLastError()->getErrorNumber() : 0; }
 
   std::string dir;

@@ -1,49 +1,22 @@
 // The trace lines of the file layer, captured from a child process that
 // loaded the library with "VX_DEBUGGING" set.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
 #include <regex>
 #include <string>
 #include <vector>
 
+#include "bos/probe_support.h"
 #include "bosfile_test_support.h"
 
 namespace {
 
 class Tracing : public FileLayerTest {
  protected:
-  // Runs the probe with args and VX_DEBUGGING set to mask; its standard
-  // output. The test's environment (already cleared of the file layer's
-  // variables) is inherited.
+  // What the file-layer probe prints for args with VX_DEBUGGING set to
+  // mask; the test's environment is inherited.
   std::string probe(const char* mask, const std::vector<std::string>& args) {
-    int out[2];
-    if (pipe(out) != 0) return "pipe failed";
-    fflush(stdout);
-    pid_t pid = fork();
-    if (pid == 0) {
-      dup2(out[1], 1);
-      close(out[0]);
-      close(out[1]);
-      setenv("VX_DEBUGGING", mask, 1);
-      std::vector<char*> argv{const_cast<char*>(VX_BOSFILE_PROBE)};
-      for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-      argv.push_back(nullptr);
-      execv(VX_BOSFILE_PROBE, argv.data());
-      _exit(127);
-    }
-    close(out[1]);
-    std::string text;
-    char buffer[4096];
-    ssize_t n;
-    while ((n = read(out[0], buffer, sizeof buffer)) > 0) text.append(buffer, size_t(n));
-    close(out[0]);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << text;
-    return text;
+    return runProbe({std::string("VX_DEBUGGING=") + mask}, args, VX_BOSFILE_PROBE);
   }
 };
 

@@ -81,19 +81,14 @@ TEST_F(FindFiles, PatternCannotRunAShellCommand) {
   }
 }
 
-TEST_F(FindFiles, NextCallWithoutSearchFindsNothing) {
+TEST_F(FindFiles, NextCallFindsNothingWithoutASearchAndNewSearchReplacesTheOld) {
   VxBosFileFindDesc desc;
   PathBuffer name("junk");
   EXPECT_EQ(1, bosFindFiles(nullptr, &desc, name));
   EXPECT_EQ("", name.str());
   EXPECT_EQ(0u, desc.getCount());
-}
-
-TEST_F(FindFiles, NewSearchReplacesTheOldOne) {
   makeFile("one.a");
   makeFile("two.b");
-  VxBosFileFindDesc desc;
-  PathBuffer name;
   ASSERT_EQ(0, bosFindFiles((dir + "/*.a").c_str(), &desc, name));
   ASSERT_EQ(0, bosFindFiles((dir + "/*.b").c_str(), &desc, name));
   EXPECT_EQ(at("two.b"), name.str());
@@ -114,14 +109,11 @@ TEST_F(FindFiles, DirectoryNamesAreTheSubdirectoriesSorted) {
   EXPECT_EQ(1509, lastError());
 }
 
-TEST_F(FindFiles, FileSystemsIncludeTheRoot) {
+TEST_F(FindFiles, FileSystemsIncludeTheRootAndBlockCountsAreReported) {
   char* block = bosGetFileSystems();
   ASSERT_NE(nullptr, block);
   Names mounts = split(block);
   EXPECT_NE(mounts.end(), std::find(mounts.begin(), mounts.end(), "/"));
-}
-
-TEST_F(FindFiles, BlockCountsOfTheScratchFileSystem) {
   VXSIZE_T blockSize = 0, freeBlocks = 0;
   EXPECT_EQ(0, bosgetbl(dir.c_str(), &blockSize, &freeBlocks));
   EXPECT_GT(blockSize, 0u);
@@ -153,7 +145,7 @@ TEST_F(FileHandleObject, OpensWritesReadsAndClosesOnDestruction) {
   EXPECT_NE(0, fstat(fd, &info)) << "the descriptor was closed";
 }
 
-TEST_F(FileHandleObject, KeepsTheRedirectedName) {
+TEST_F(FileHandleObject, KeepsTheRedirectedNameAndFailedOpenLeavesItClosed) {
   std::string home = makeDir("home");
   setEnv("HOME", home);
   makeFile("home/.vxlib.ini");
@@ -163,10 +155,6 @@ TEST_F(FileHandleObject, KeepsTheRedirectedName) {
   EXPECT_EQ(0, file.close());
   EXPECT_FALSE(file.isOpen());
   EXPECT_EQ(0, file.close());
-}
-
-TEST_F(FileHandleObject, FailedOpenLeavesItClosed) {
-  VxFileHandle file;
   EXPECT_EQ(1, file.open(at("none").c_str(), BOS_OPEN_READ_WRITE));
   EXPECT_FALSE(file.isOpen());
   EXPECT_EQ(1509, lastError());

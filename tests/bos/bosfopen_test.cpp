@@ -10,6 +10,8 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "bos/bos.h"
 #include "bosfile_test_support.h"
@@ -55,6 +57,15 @@ class FileOpen : public FileLayerTest {
     });
   }
   static constexpr int kLocked = 1512 % 256;
+
+  // Opens a temporary file, closes it and returns its name.
+  std::string temporaryName() {
+    PathBuffer buffer;
+    int handle = -1;
+    EXPECT_EQ(0, bosFileOpen(buffer, BOS_OPEN_TEMPORARY, &handle));
+    bosFileClose(handle);
+    return buffer.str();
+  }
 };
 
 TEST_F(FileOpen, CreateModeMakesAMissingFileReadWrite) {
@@ -70,10 +81,7 @@ TEST_F(FileOpen, CreateModeKeepsTheContentsOfAnExistingFile) {
   std::string path = makeFile("old.dat", "kept");
   int fd = openWith(path, BOS_OPEN_CREATE);
   ASSERT_GT(fd, 0);
-  char text[8] = {};
-  int32_t count = 0;
-  bosFileRead(fd, 0, text, 7, &count);
-  EXPECT_STREQ("kept", text);
+  EXPECT_EQ("kept", readAll(fd));
   bosFileClose(fd);
 }
 
@@ -135,42 +143,18 @@ TEST_F(FileOpen, TemporaryNameGoesIntoVxTmpdirAndTheCallersBuffer) {
   EXPECT_EQ(0, bosFileDelete(buffer));
 }
 
-TEST_F(FileOpen, VxTmpdirBeatsTmpdir) {
+TEST_F(FileOpen, TemporaryDirectoryIsVxTmpdirThenTmpdirAndNamesDiffer) {
   std::string mine = makeDir("mine");
   std::string system = makeDir("system");
-  setEnv("VX_TMPDIR", mine + "/");
   setEnv("TMPDIR", system);
-  PathBuffer buffer;
-  int handle = -1;
-  ASSERT_EQ(0, bosFileOpen(buffer, BOS_OPEN_TEMPORARY, &handle));
-  EXPECT_EQ(mine + "/vx", buffer.str().substr(0, mine.size() + 3));
-  EXPECT_EQ(mine.size() + 9, buffer.str().size());
-  bosFileClose(handle);
-}
-
-TEST_F(FileOpen, TemporaryNameWithoutVxTmpdirComesFromTheSystem) {
-  std::string system = makeDir("system");
-  setEnv("TMPDIR", system);
-  PathBuffer buffer;
-  int handle = -1;
-  ASSERT_EQ(0, bosFileOpen(buffer, BOS_OPEN_TEMPORARY, &handle));
-  EXPECT_EQ(system + "/vx", buffer.str().substr(0, system.size() + 3));
-  bosFileClose(handle);
+  EXPECT_EQ(system + "/vx", temporaryName().substr(0, system.size() + 3));
   setEnv("VX_TMPDIR", at("not-a-directory"));
-  ASSERT_EQ(0, bosFileOpen(buffer, BOS_OPEN_TEMPORARY, &handle));
-  EXPECT_EQ(system + "/vx", buffer.str().substr(0, system.size() + 3));
-  bosFileClose(handle);
-}
-
-TEST_F(FileOpen, TemporaryNamesDifferFromOneOpenToTheNext) {
-  setEnv("VX_TMPDIR", dir);
-  PathBuffer first, second;
-  int a = -1, b = -1;
-  ASSERT_EQ(0, bosFileOpen(first, BOS_OPEN_TEMPORARY, &a));
-  ASSERT_EQ(0, bosFileOpen(second, BOS_OPEN_TEMPORARY, &b));
-  EXPECT_NE(first.str(), second.str());
-  bosFileClose(a);
-  bosFileClose(b);
+  EXPECT_EQ(system + "/vx", temporaryName().substr(0, system.size() + 3));
+  setEnv("VX_TMPDIR", mine + "/");
+  std::string first = temporaryName();
+  EXPECT_EQ(mine + "/vx", first.substr(0, mine.size() + 3));
+  EXPECT_EQ(mine.size() + 9, first.size());
+  EXPECT_NE(first, temporaryName());
 }
 
 TEST_F(FileOpen, SearchModeRetriesAlongPath) {
@@ -181,10 +165,7 @@ TEST_F(FileOpen, SearchModeRetriesAlongPath) {
   EXPECT_EQ(-1509, openWith("tool.cfg", 0));
   int fd = openWith("tool.cfg", BOS_OPEN_SEARCH_PATH);
   ASSERT_GT(fd, 0);
-  char text[8] = {};
-  int32_t count = 0;
-  bosFileRead(fd, 0, text, 7, &count);
-  EXPECT_STREQ("found", text);
+  EXPECT_EQ("found", readAll(fd));
   bosFileClose(fd);
   errors.list.clearErrors();
   EXPECT_EQ(-1509, openWith("absent.cfg", BOS_OPEN_SEARCH_PATH));
@@ -217,34 +198,38 @@ TEST_F(FileOpen, OpenFailureWithoutErrorListFilesNothing) {
 
 // ---- lock tokens between processes ----
 
-TEST_F(FileOpen, ExclusiveTokenKeepsOtherProcessesFromEveryToken) {
-  std::string path = makeFile("locked.dat");
-  int fd = openWith(path, BOS_OPEN_READ_WRITE | BOS_OPEN_EXCLUSIVE_LOCK);
-  ASSERT_GT(fd, 0);
-  EXPECT_EQ(kLocked, childOpens(path, BOS_OPEN_READ_WRITE | BOS_OPEN_EXCLUSIVE_LOCK));
-  EXPECT_EQ(kLocked, childOpens(path, BOS_OPEN_SHARED_LOCK));
-  EXPECT_EQ(0, childOpens(path, BOS_OPEN_READ_WRITE));
-  EXPECT_EQ(0, childOpens(path, BOS_OPEN_SHARED_LOCK | BOS_OPEN_NO_SHARED_LOCK));
-  bosFileClose(fd);
-  EXPECT_EQ(0, childOpens(path, BOS_OPEN_READ_WRITE | BOS_OPEN_EXCLUSIVE_LOCK));
-}
+// What another process gets for each mode while this one holds a token;
+// once the holder closes, every token is free again.
+struct TokenCase {
+  const char* held;
+  bool exists;
+  uint32_t mode;
+  std::vector<std::pair<uint32_t, bool>> childModesLocked;
+};
 
-TEST_F(FileOpen, SharedTokensCoexistButKeepOutTheExclusiveOne) {
-  std::string path = makeFile("shared.dat");
-  int fd = openWith(path, BOS_OPEN_SHARED_LOCK);
-  ASSERT_GT(fd, 0);
-  EXPECT_EQ(0, childOpens(path, BOS_OPEN_SHARED_LOCK));
-  EXPECT_EQ(kLocked, childOpens(path, BOS_OPEN_READ_WRITE | BOS_OPEN_EXCLUSIVE_LOCK));
-  bosFileClose(fd);
-}
-
-TEST_F(FileOpen, CreateModeTakesASharedToken) {
-  std::string path = at("created.dat");
-  int fd = openWith(path, BOS_OPEN_CREATE);
-  ASSERT_GT(fd, 0);
-  EXPECT_EQ(0, childOpens(path, BOS_OPEN_SHARED_LOCK));
-  EXPECT_EQ(kLocked, childOpens(path, BOS_OPEN_READ_WRITE | BOS_OPEN_EXCLUSIVE_LOCK));
-  bosFileClose(fd);
+TEST_F(FileOpen, TokensHeldKeepOtherProcessesOutAsTheirKindsDemand) {
+  const uint32_t rwExclusive = BOS_OPEN_READ_WRITE | BOS_OPEN_EXCLUSIVE_LOCK;
+  const TokenCase cases[] = {
+      {"exclusive", true, rwExclusive,
+       {{rwExclusive, true}, {BOS_OPEN_SHARED_LOCK, true}, {BOS_OPEN_READ_WRITE, false},
+        {BOS_OPEN_SHARED_LOCK | BOS_OPEN_NO_SHARED_LOCK, false}}},
+      {"shared", true, BOS_OPEN_SHARED_LOCK, {{BOS_OPEN_SHARED_LOCK, false}, {rwExclusive, true}}},
+      {"create takes a shared token", false, BOS_OPEN_CREATE,
+       {{BOS_OPEN_SHARED_LOCK, false}, {rwExclusive, true}}},
+      {"exclusive needs read-write", true, BOS_OPEN_EXCLUSIVE_LOCK, {{rwExclusive, false}}},
+  };
+  for (const TokenCase& c : cases) {
+    SCOPED_TRACE(c.held);
+    std::string path = c.exists ? makeFile("token.dat") : at("token.dat");
+    int fd = openWith(path, c.mode);
+    ASSERT_GT(fd, 0);
+    for (const auto& child : c.childModesLocked) {
+      EXPECT_EQ(child.second ? kLocked : 0, childOpens(path, child.first)) << child.first;
+    }
+    bosFileClose(fd);
+    EXPECT_EQ(0, childOpens(path, rwExclusive));
+    unlink(path.c_str());
+  }
 }
 
 TEST_F(FileOpen, DeliberateCreateModeIgnoresAFailedSharedToken) {
@@ -252,14 +237,6 @@ TEST_F(FileOpen, DeliberateCreateModeIgnoresAFailedSharedToken) {
   int fd = openWith(path, BOS_OPEN_READ_WRITE | BOS_OPEN_EXCLUSIVE_LOCK);
   ASSERT_GT(fd, 0);
   EXPECT_EQ(0, childOpens(path, BOS_OPEN_CREATE));
-  bosFileClose(fd);
-}
-
-TEST_F(FileOpen, ExclusiveTokenNeedsReadWrite) {
-  std::string path = makeFile("ro-token.dat");
-  int fd = openWith(path, BOS_OPEN_EXCLUSIVE_LOCK);
-  ASSERT_GT(fd, 0);
-  EXPECT_EQ(0, childOpens(path, BOS_OPEN_READ_WRITE | BOS_OPEN_EXCLUSIVE_LOCK));
   bosFileClose(fd);
 }
 

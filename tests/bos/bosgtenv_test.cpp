@@ -22,8 +22,6 @@ TEST(Environment, GetEnvReadsTheVariableAndIsNullWhenUnset) {
   EXPECT_EQ(nullptr, bosGetEnv("VX_BOSGTENV_TEST"));
 }
 
-TEST(Identity, ProcessIdIsGetpid) { EXPECT_EQ(int32_t(getpid()), bosGetProcessID()); }
-
 TEST(Identity, ThreadIdIsPthreadSelfAndDiffersBetweenThreads) {
   EXPECT_EQ(uint64_t(pthread_self()), bosGetThreadID());
   uint64_t other = 0;
@@ -40,50 +38,50 @@ std::string hostName() {
   return name;
 }
 
-TEST(MachineName, FittingNameIsCopiedWhole) {
-  std::string expected = hostName();
-  ASSERT_FALSE(expected.empty());
-  char buffer[300];
-  ASSERT_EQ(0, bosGetMachineName(buffer, sizeof buffer));
-  EXPECT_EQ(expected, buffer);
+std::string loginName() {
+  struct passwd* entry = getpwuid(getuid());
+  return entry ? entry->pw_name : "";
 }
 
-TEST(MachineName, DeliberatelyStoresTheNulAfterSizeBytesWhenCut) {
-  std::string expected = hostName();
-  ASSERT_GE(expected.size(), 2u);
-  char buffer[8];
-  memset(buffer, 'z', sizeof buffer);
-  ASSERT_EQ(0, bosGetMachineName(buffer, 1));
-  // One byte of the name, then the NUL in the byte after the size given.
-  EXPECT_EQ(expected[0], buffer[0]);
-  EXPECT_EQ('\0', buffer[1]);
-  EXPECT_EQ('z', buffer[2]);
+// The machine name and the login name of the real user are copied alike.
+struct NameCase {
+  const char* name;
+  uint16_t (*get)(char*, VXSIZE_T);
+  std::string (*expected)();
+};
+
+const NameCase kNames[] = {{"machine name", bosGetMachineName, hostName},
+                           {"host user", bosGetHostUser, loginName}};
+
+TEST(Names, FittingNameIsCopiedWhole) {
+  for (const NameCase& c : kNames) {
+    std::string expected = c.expected();
+    ASSERT_FALSE(expected.empty()) << c.name;
+    char buffer[300];
+    ASSERT_EQ(0, c.get(buffer, sizeof buffer)) << c.name;
+    EXPECT_EQ(expected, buffer) << c.name;
+  }
 }
 
-TEST(MachineName, NullBufferOrZeroSizeDoesNothing) {
+TEST(Names, DeliberatelyStoreTheNulAfterSizeBytesWhenCut) {
+  for (const NameCase& c : kNames) {
+    std::string expected = c.expected();
+    ASSERT_GE(expected.size(), 2u) << c.name;
+    char buffer[8];
+    memset(buffer, 'z', sizeof buffer);
+    ASSERT_EQ(0, c.get(buffer, 1)) << c.name;
+    // One byte of the name, then the NUL in the byte after the size given.
+    EXPECT_EQ(expected[0], buffer[0]) << c.name;
+    EXPECT_EQ('\0', buffer[1]) << c.name;
+    EXPECT_EQ('z', buffer[2]) << c.name;
+  }
+}
+
+TEST(Names, NullBufferOrZeroSizeDoesNothing) {
   char buffer[4] = {'a', 'b', 'c', '\0'};
   EXPECT_EQ(0, bosGetMachineName(nullptr, 10));
   EXPECT_EQ(0, bosGetMachineName(buffer, 0));
   EXPECT_STREQ("abc", buffer);
-}
-
-TEST(HostUser, IsTheLoginNameOfTheRealUser) {
-  struct passwd* entry = getpwuid(getuid());
-  ASSERT_NE(nullptr, entry);
-  char buffer[256];
-  ASSERT_EQ(0, bosGetHostUser(buffer, sizeof buffer));
-  EXPECT_STREQ(entry->pw_name, buffer);
-}
-
-TEST(HostUser, IsCutLikeTheMachineName) {
-  struct passwd* entry = getpwuid(getuid());
-  ASSERT_NE(nullptr, entry);
-  ASSERT_GE(strlen(entry->pw_name), 2u);
-  char buffer[4];
-  memset(buffer, 'z', sizeof buffer);
-  ASSERT_EQ(0, bosGetHostUser(buffer, 1));
-  EXPECT_EQ(entry->pw_name[0], buffer[0]);
-  EXPECT_EQ('\0', buffer[1]);
   EXPECT_EQ(0, bosGetHostUser(nullptr, 5));
 }
 

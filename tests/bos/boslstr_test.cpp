@@ -30,6 +30,12 @@ std::string sourceText(int number) {
   return "";
 }
 
+// The text of error 1509 with "x.ini" for its parameter.
+std::string errorText1509() {
+  std::string text = sourceText(1509);
+  return text.replace(text.find("%s1"), 3, "x.ini");
+}
+
 std::string loaded(uint32_t id) {
   char buffer[1024];
   LoadString(VX_MESSAGE_MODULE, id, buffer, sizeof buffer);
@@ -65,12 +71,9 @@ TEST_F(Catalog, LengthIsReturnedAndTextCutToSizeMinusOne) {
   EXPECT_EQ(whole, buffer);
 }
 
-TEST_F(Catalog, NumberTheCatalogLacksReadsAsItsDecimal) {
+TEST_F(Catalog, MissingNumberReadsAsItsDecimalAndModuleDoesNotChooseTheCatalog) {
   EXPECT_EQ("65535", loaded(65535));
   EXPECT_EQ("123456", loaded(123456));
-}
-
-TEST_F(Catalog, ModuleArgumentDoesNotChooseTheCatalog) {
   char a[256], b[256];
   LoadString("nvutl21", 1509, a, sizeof a);
   LoadString("anything", 1509, b, sizeof b);
@@ -108,9 +111,7 @@ TEST_F(Catalog, ErrorRecordsCarryTheTextWithParametersFilled) {
   addError(1509) << "x.ini";
   ASSERT_NE(nullptr, errors.list.getLastError());
   ASSERT_EQ(1509, errors.list.getLastError()->getErrorNumber());
-  std::string expected = sourceText(1509);
-  expected.replace(expected.find("%s1"), 3, "x.ini");
-  EXPECT_EQ(expected, errors.list.getLastError()->getErrorText());
+  EXPECT_EQ(errorText1509(), errors.list.getLastError()->getErrorText());
 }
 
 TEST_F(Catalog, UnmappedSystemErrorAppendsTheFormatOfModuleNvutl21) {
@@ -159,41 +160,53 @@ std::string lookupTrace(int number, const std::string& text) {
          "\nLoadStringFromOpenFile: Lookup returns: " + text + "\n";
 }
 
-TEST(CatalogTraces, OpeningAndLookupTraceExactTexts) {
-  std::string out = runProbe({"VX_DEBUGGING=8"}, {"message", "1509"});
-  EXPECT_EQ(openingTrace("C", "en_US") + lookupTrace(1509, sourceText(1509)) + "[" +
-                sourceText(1509) + "]\n",
-            out);
-}
+// What the probe prints for each environment: the whole output, or (when
+// prefixOnly) how it starts.
+struct ProbeCase {
+  const char* name;
+  std::vector<std::string> env;
+  std::vector<std::string> args;
+  std::string expected;
+  bool prefixOnly;
+};
 
-TEST(CatalogTraces, LookupOfAMissingNumberTracesTheDecimal) {
-  std::string out = runProbe({"VX_DEBUGGING=8"}, {"message", "65000"});
-  EXPECT_EQ(openingTrace("C", "en_US") + lookupTrace(65000, "65000") + "[65000]\n", out);
-}
-
-TEST(CatalogTraces, OtherBitsLeaveTheCatalogSilent) {
-  std::string out = runProbe({"VX_DEBUGGING=4"}, {"message", "1509"});
-  EXPECT_EQ("[" + sourceText(1509) + "]\n", out);
-}
-
-TEST(CatalogLanguage, LangIsUsedWhenLcMessagesIsUnset) {
-  std::string out = runProbe({"VX_DEBUGGING=8", "LANG=de_DE"}, {"message", "1509"});
-  // No German catalog is built: the en_US one answers.
-  EXPECT_EQ(openingTrace("C", "de_DE") + lookupTrace(1509, sourceText(1509)) + "[" +
-                sourceText(1509) + "]\n",
-            out);
-}
-
-TEST(CatalogLanguage, LcMessagesVariableWinsOverLang) {
-  std::string out = runProbe({"VX_DEBUGGING=8", "LANG=de_DE", "LC_MESSAGES=fr_FR"}, {"message", "4"});
-  EXPECT_EQ(0u, out.find(openingTrace("C", "fr_FR"))) << out;
-}
-
-TEST(CatalogLanguage, VariablesSetToCAreSkipped) {
-  std::string out = runProbe({"VX_DEBUGGING=8", "LANG=C", "LC_MESSAGES=C"}, {"message", "4"});
-  EXPECT_EQ(0u, out.find(openingTrace("C", "en_US"))) << out;
-  out = runProbe({"VX_DEBUGGING=8", "LANG=pt_BR", "LC_MESSAGES=C"}, {"message", "4"});
-  EXPECT_EQ(0u, out.find(openingTrace("C", "pt_BR"))) << out;
+TEST(CatalogProbe, TracesLanguageChoiceAndMissingCatalogs) {
+  std::string text = sourceText(1509);
+  const std::string found = lookupTrace(1509, text) + "[" + text + "]\n";
+  const std::vector<std::string> missing = {"--install", "/nonexistent/vx"};
+  const ProbeCase cases[] = {
+      {"opening and lookup trace exact texts", {"VX_DEBUGGING=8"}, {"message", "1509"},
+       openingTrace("C", "en_US") + found, false},
+      {"missing number traces the decimal", {"VX_DEBUGGING=8"}, {"message", "65000"},
+       openingTrace("C", "en_US") + lookupTrace(65000, "65000") + "[65000]\n", false},
+      {"other bits leave the catalog silent", {"VX_DEBUGGING=4"}, {"message", "1509"},
+       "[" + text + "]\n", false},
+      // No German catalog is built: the en_US one answers.
+      {"LANG is used when LC_MESSAGES is unset", {"VX_DEBUGGING=8", "LANG=de_DE"}, {"message", "1509"},
+       openingTrace("C", "de_DE") + found, false},
+      {"LC_MESSAGES wins over LANG", {"VX_DEBUGGING=8", "LANG=de_DE", "LC_MESSAGES=fr_FR"},
+       {"message", "4"}, openingTrace("C", "fr_FR"), true},
+      {"variables set to C are skipped", {"VX_DEBUGGING=8", "LANG=C", "LC_MESSAGES=C"},
+       {"message", "4"}, openingTrace("C", "en_US"), true},
+      {"LC_MESSAGES=C is skipped for LANG", {"VX_DEBUGGING=8", "LANG=pt_BR", "LC_MESSAGES=C"},
+       {"message", "4"}, openingTrace("C", "pt_BR"), true},
+      {"every error carries the English text", {"LANG=de_DE"}, {"error", "1509", "x.ini"},
+       "[" + errorText1509() + "]\n", false},
+      // The opening is traced; no lookup reaches a catalog.
+      {"missing catalog: error text is the decimal", {"VX_DEBUGGING=8"},
+       {missing[0], missing[1], "error", "1509", "x.ini"}, openingTrace("C", "en_US") + "[1509]\n", false},
+      {"missing catalog: unmapped system error appends the system text alone", {},
+       {missing[0], missing[1], "maperror", "18", "x.ini"},
+       std::string("error 30041: 30041") + strerror(18) + "\n", false},
+  };
+  for (const ProbeCase& c : cases) {
+    std::string out = runProbe(c.env, c.args);
+    if (c.prefixOnly) {
+      EXPECT_EQ(0u, out.find(c.expected)) << c.name << "\n" << out;
+    } else {
+      EXPECT_EQ(c.expected, out) << c.name;
+    }
+  }
 }
 
 // An installation directory with catalogs of its own: en_US and de_DE
@@ -219,40 +232,22 @@ class InstalledCatalogs : public ::testing::Test {
   std::string dir;
 };
 
-TEST_F(InstalledCatalogs, LangChoosesTheCatalogOfItsLanguage) {
-  std::string out = runProbe({"LANG=de_DE"}, {"--install", dir, "error", "1509", "x.ini"});
-  EXPECT_EQ("[Deutscher Testtext zu x.ini.]\n", out);
-}
-
-TEST_F(InstalledCatalogs, LanguageWithoutCatalogFallsBackToEnUs) {
-  std::string out = runProbe({"LANG=fr_FR"}, {"--install", dir, "error", "1509", "x.ini"});
-  EXPECT_EQ("[English test text for x.ini.]\n", out);
-  out = runProbe({"LANG=de_DE", "LC_MESSAGES=pt_BR"}, {"--install", dir, "message", "1509"});
-  EXPECT_EQ("[English test text for %s1.]\n", out);
-}
-
-TEST_F(InstalledCatalogs, InstallationDirectoryReplacesTheBuiltInPlaces) {
-  // The installed catalog lacks 1503: the decimal, not the library's text.
-  std::string out = runProbe({}, {"--install", dir, "message", "1503"});
-  EXPECT_EQ("[1503]\n", out);
-}
-
-TEST(MissingCatalog, ErrorTextIsTheDecimalNumber) {
-  std::string out = runProbe({"VX_DEBUGGING=8"}, {"--install", "/nonexistent/vx", "error", "1509", "x.ini"});
-  // The opening is traced; no lookup reaches a catalog.
-  EXPECT_EQ(openingTrace("C", "en_US") + "[1509]\n", out);
-}
-
-TEST(MissingCatalog, UnmappedSystemErrorAppendsTheSystemTextAlone) {
-  std::string out = runProbe({}, {"--install", "/nonexistent/vx", "maperror", "18", "x.ini"});
-  EXPECT_EQ(std::string("error 30041: 30041") + strerror(18) + "\n", out);
-}
-
-TEST(CatalogLanguage, EveryErrorCarriesTheEnglishText) {
-  std::string out = runProbe({"LANG=de_DE"}, {"error", "1509", "x.ini"});
-  std::string expected = sourceText(1509);
-  expected.replace(expected.find("%s1"), 3, "x.ini");
-  EXPECT_EQ("[" + expected + "]\n", out);
+// The installed catalog lacks 1503: the decimal, not the library's text.
+TEST_F(InstalledCatalogs, LanguageChoosesAmongInstalledCatalogsOnly) {
+  const ProbeCase cases[] = {
+      {"LANG chooses its catalog", {"LANG=de_DE"}, {"error", "1509", "x.ini"},
+       "[Deutscher Testtext zu x.ini.]\n", false},
+      {"no catalog: en_US", {"LANG=fr_FR"}, {"error", "1509", "x.ini"},
+       "[English test text for x.ini.]\n", false},
+      {"no catalog for LC_MESSAGES: en_US", {"LANG=de_DE", "LC_MESSAGES=pt_BR"}, {"message", "1509"},
+       "[English test text for %s1.]\n", false},
+      {"installation replaces the built-in places", {}, {"message", "1503"}, "[1503]\n", false},
+  };
+  for (const ProbeCase& c : cases) {
+    std::vector<std::string> args = {"--install", dir};
+    args.insert(args.end(), c.args.begin(), c.args.end());
+    EXPECT_EQ(c.expected, runProbe(c.env, args)) << c.name;
+  }
 }
 
 }  // namespace

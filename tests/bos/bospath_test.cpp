@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "bosfile_test_support.h"
 
@@ -52,16 +53,13 @@ TEST_F(Paths, ChangeDirectoryAndItsFailure) {
   EXPECT_EQ(1504, lastError());
 }
 
-TEST_F(Paths, FullPathPrefixesRelativeNamesOnly) {
+TEST_F(Paths, FullPathPrefixesRelativeNamesOnlyAndFails1524WhenTooLong) {
   PathBuffer relative("a/b.txt");
   EXPECT_EQ(0, bosfpath(relative));
   EXPECT_EQ(real + "/a/b.txt", relative.str());
   PathBuffer absolute("/etc/x");
   EXPECT_EQ(0, bosfpath(absolute));
   EXPECT_EQ("/etc/x", absolute.str());
-}
-
-TEST_F(Paths, FullPathThatWouldNotFitFails1524) {
   PathBuffer name(std::string(BOS_MAX_PATH - 2, 'n'));
   EXPECT_EQ(1, bosfpath(name));
   EXPECT_EQ(1524, lastError());
@@ -71,17 +69,13 @@ TEST_F(Paths, FullPathThatWouldNotFitFails1524) {
 TEST_F(Paths, HomePathPrefersHomeThenVxThenTheWorkingDirectory) {
   setEnv("HOME", "/home/someone");
   setEnv("VX", "/opt/vx");
-  PathBuffer a("f.ini");
-  EXPECT_EQ(0, boshpath(a));
-  EXPECT_EQ("/home/someone/f.ini", a.str());
-  unsetEnv("HOME");
-  PathBuffer b("f.ini");
-  EXPECT_EQ(0, boshpath(b));
-  EXPECT_EQ("/opt/vx/f.ini", b.str());
-  unsetEnv("VX");
-  PathBuffer c("f.ini");
-  EXPECT_EQ(0, boshpath(c));
-  EXPECT_EQ(real + "/f.ini", c.str());
+  const std::vector<std::string> expectedNames = {"/home/someone/f.ini", "/opt/vx/f.ini", real + "/f.ini"};
+  for (const std::string& expected : expectedNames) {
+    PathBuffer name("f.ini");
+    EXPECT_EQ(0, boshpath(name));
+    EXPECT_EQ(expected, name.str());
+    unsetEnv(getenv("HOME") ? "HOME" : "VX");
+  }
 }
 
 TEST_F(Paths, RelativeToWorkingDirectoryStripsTheSharedPart) {
@@ -104,28 +98,27 @@ TEST_F(Paths, RelativeToWorkingDirectoryStripsTheSharedPart) {
   EXPECT_EQ("xy/z", almost.str()) << "a cut ends at a slash";
 }
 
+// The directory and the default extension are added; white space and one
+// trailing dot are cut from the name.
 TEST_F(Paths, BuildPathAddsDirectoryAndDefaultExtension) {
-  PathBuffer out;
-  EXPECT_EQ(0, bospath(out, "/data", "report", "txt"));
-  EXPECT_EQ("/data/report.txt", out.str());
-  EXPECT_EQ(0, bospath(out, "/data/", "report.csv", "txt"));
-  EXPECT_EQ("/data/report.csv", out.str());
-  EXPECT_EQ(0, bospath(out, "/data", "sub/report", "txt"));
-  EXPECT_EQ(real + "/sub/report.txt", out.str()) << "a name with a directory keeps it";
-  EXPECT_EQ(0, bospath(out, "/d.ir", "plain", nullptr));
-  EXPECT_EQ("/d.ir/plain", out.str());
-  EXPECT_EQ(0, bospath(out, nullptr, "local", ""));
-  EXPECT_EQ(real + "/local", out.str());
-}
-
-TEST_F(Paths, BuildPathTrimsWhiteSpaceAndOneTrailingDot) {
-  PathBuffer out;
-  EXPECT_EQ(0, bospath(out, "/d", "name.  \t", "ext"));
-  EXPECT_EQ("/d/name.ext", out.str());
-  EXPECT_EQ(0, bospath(out, "/d", "up..", "ext"));
-  EXPECT_EQ("/d/up..", out.str()) << "two dots stay";
-  EXPECT_EQ(0, bospath(out, "/d", "a.b.", "ext"));
-  EXPECT_EQ("/d/a.b", out.str());
+  const struct {
+    const char *dir, *name, *ext;
+    std::string expected;
+  } cases[] = {
+      {"/data", "report", "txt", "/data/report.txt"},
+      {"/data/", "report.csv", "txt", "/data/report.csv"},
+      {"/data", "sub/report", "txt", real + "/sub/report.txt"},  // a name with a directory keeps it
+      {"/d.ir", "plain", nullptr, "/d.ir/plain"},
+      {nullptr, "local", "", real + "/local"},
+      {"/d", "name.  \t", "ext", "/d/name.ext"},
+      {"/d", "up..", "ext", "/d/up.."},  // two dots stay
+      {"/d", "a.b.", "ext", "/d/a.b"},
+  };
+  for (const auto& c : cases) {
+    PathBuffer out;
+    EXPECT_EQ(0, bospath(out, c.dir, c.name, c.ext)) << c.name;
+    EXPECT_EQ(c.expected, out.str()) << c.name;
+  }
 }
 
 TEST_F(Paths, ParseNameSplitsBaseAndExtensionAndCutsTheFilePart) {

@@ -154,15 +154,12 @@ TEST_F(RegionLock, ThreadsLockAndReleaseProcessToProcess) {
   for (int p : {ready[0], ready[1], done[0], done[1]}) close(p);
 }
 
-TEST_F(RegionLock, BadDescriptorFiles1507) {
+TEST_F(RegionLock, BadOrReadOnlyDescriptorFiles1507) {
   EXPECT_EQ(1, bosRegionLock(-1, 0, 0, 10));
   EXPECT_EQ(1507, VxErrorKeeper::getLastErrorNumber());
-}
-
-TEST_F(RegionLock, ReadOnlyDescriptorCannotTakeAWriteLock) {
   int readOnly = open(path.c_str(), O_RDONLY);
   ASSERT_GE(readOnly, 0);
-  EXPECT_EQ(1, bosRegionLock(readOnly, 0, 0, 10));
+  EXPECT_EQ(1, bosRegionLock(readOnly, 0, 0, 10)) << "a read-only descriptor cannot take a write lock";
   EXPECT_EQ(1507, VxErrorKeeper::getLastErrorNumber()) << "fcntl answers EBADF";
   close(readOnly);
 }

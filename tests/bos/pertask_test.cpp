@@ -8,14 +8,11 @@
 
 namespace {
 
-TEST(PerTaskData, InitAndIsInitAnswerOne) {
+TEST(PerTaskData, InitAnswersOneAndSlotsAreTheProcessWideArray) {
   EXPECT_EQ(1, mdsPerTaskInit());
   EXPECT_EQ(1, mdsIsTaskInit());
   mdsPerTaskTerm();
   EXPECT_EQ(1, mdsIsTaskInit());
-}
-
-TEST(PerTaskData, SlotsAreTheProcessWideArray) {
   int value = 0;
   mdsSetPerTaskData(7, &value);
   EXPECT_EQ(&value, mdsGetPerTaskData(7));

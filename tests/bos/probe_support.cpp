@@ -1,6 +1,7 @@
 #include "bos/probe_support.h"
 
 #include <cstdio>
+#include <string>
 
 namespace {
 
@@ -12,10 +13,11 @@ std::string quoted(const std::string& text) {
 
 }  // namespace
 
-std::string runProbe(const std::vector<std::string>& env, const std::vector<std::string>& args) {
+std::string runProbe(const std::vector<std::string>& env, const std::vector<std::string>& args,
+                     const char* program) {
   std::string command = "env -u VX_DEBUGGING -u LC_ALL -u LC_MESSAGES -u LANG";
   for (const std::string& e : env) command += " " + quoted(e);
-  command += " " + quoted(VX_BOS_PROBE);
+  command += " " + quoted(program);
   for (const std::string& a : args) command += " " + quoted(a);
   std::string out;
   FILE* p = popen(command.c_str(), "r");
@@ -23,6 +25,7 @@ std::string runProbe(const std::vector<std::string>& env, const std::vector<std:
   char buffer[4096];
   size_t n;
   while ((n = fread(buffer, 1, sizeof buffer, p)) > 0) out.append(buffer, n);
-  pclose(p);
+  int status = pclose(p);
+  if (status != 0) out += "[exit " + std::to_string(status) + "]\n";
   return out;
 }
