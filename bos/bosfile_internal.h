@@ -6,10 +6,6 @@
 
 #include "bos/bosfile.h"
 
-// The value of environment variable `name`, null when unset. Every
-// environment read of the file layer goes through here.
-const char* fileLayerEnv(const char* name);
-
 // Writes `first`, `second` and `third` one after another into the path
 // buffer `out` (BOS_MAX_PATH bytes). False, with `out` untouched, when they
 // do not fit. `out` may be one of the parts only if it is `first`.

@@ -28,6 +28,7 @@
 #include <unistd.h>
 
 #include "bos/bos.h"
+#include "bos/bosenv.h"
 #include "bos/bosfile_internal.h"
 #include "foundation/vxerror.h"
 #include "foundation/vxtrace.h"
@@ -92,7 +93,7 @@ bool nameInDirectory(char* name, const char* directory) {
 // directory it is given, so the name in "VX_TMPDIR" is made here. The file
 // is created by the caller's open right after, exclusively with 0x20.
 uint16_t makeTemporaryName(char* name) {
-  const char* directory = fileLayerEnv("VX_TMPDIR");
+  const char* directory = bosGetEnv("VX_TMPDIR");
   struct stat info;
   bool made = directory && stat(directory, &info) == 0 && S_ISDIR(info.st_mode) &&
               nameInDirectory(name, directory);
@@ -153,7 +154,7 @@ uint16_t bosFileOpen(char* name, uint32_t mode, int* handle, const char* creator
   }
 
   char path[BOS_MAX_PATH];
-  const char* home = (mode & BOS_OPEN_HOME_RELATIVE) ? fileLayerEnv("HOME") : nullptr;
+  const char* home = (mode & BOS_OPEN_HOME_RELATIVE) ? bosGetEnv("HOME") : nullptr;
   bool fits = home ? joinPath(path, home, "/", name) : joinPath(path, name);
   if (!fits) return reportLongName(name);
   if (kind != CONFIG_NONE) {

@@ -1,11 +1,8 @@
 // Helpers shared by the units of the file layer.
-#include <cstdlib>
 #include <cstring>
 
 #include "bos/bosfile_internal.h"
 #include "foundation/vxerror.h"
-
-const char* fileLayerEnv(const char* name) { return getenv(name); }
 
 bool joinPath(char* out, const char* first, const char* second, const char* third) {
   size_t a = strlen(first), b = strlen(second), c = strlen(third);

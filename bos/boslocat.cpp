@@ -14,6 +14,7 @@
 #include <cstring>
 #include <unistd.h>
 
+#include "bos/bosenv.h"
 #include "bos/bosfile_internal.h"
 #include "foundation/vxautofr.h"
 #include "foundation/vxtrace.h"
@@ -32,7 +33,7 @@ char* extend(char* list, const char* dir) {
 
 // Appends the value of environment variable `variable`, when set.
 char* appendVariable(char* list, const char* variable) {
-  const char* value = fileLayerEnv(variable);
+  const char* value = bosGetEnv(variable);
   return value ? extend(list, value) : list;
 }
 

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "bos/bos.h"
+#include "bos/bosenv.h"
 #include "bos/bosfile_internal.h"
 #include "foundation/vxerror.h"
 #include "foundation/vxtrace.h"
@@ -76,8 +77,8 @@ uint16_t bosfpath(char* path) {
 
 uint16_t boshpath(char* name) {
   char cwd[BOS_MAX_PATH];
-  const char* prefix = fileLayerEnv("HOME");
-  if (!prefix) prefix = fileLayerEnv("VX");
+  const char* prefix = bosGetEnv("HOME");
+  if (!prefix) prefix = bosGetEnv("VX");
   if (!prefix) {
     if (!getcwd(cwd, sizeof cwd)) return reportNoWorkingDirectory(name);
     prefix = cwd;

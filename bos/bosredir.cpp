@@ -17,6 +17,7 @@
 #include <sys/stat.h>
 
 #include "bos/bos.h"
+#include "bos/bosenv.h"
 #include "bos/bosfile_internal.h"
 #include "foundation/vxtrace.h"
 
@@ -53,8 +54,8 @@ uint16_t redirectConfigFile(ConfigFileKind kind, char* path, bool mapErrors) {
     if (file.kind != kind) continue;
     bool tracing = BOS_RUNTIME_DEBUG.debugItem(VX_DEBUG_FILE_OPEN) != 0;
     if (tracing) printf("bosfopen: Replacing %s ", path);
-    const char* value = fileLayerEnv(file.firstVariable);
-    if (!value && file.secondVariable) value = fileLayerEnv(file.secondVariable);
+    const char* value = bosGetEnv(file.firstVariable);
+    if (!value && file.secondVariable) value = bosGetEnv(file.secondVariable);
     bool useValue = value && (file.environmentFirst || !bosexist(path));
     if (useValue && !joinPath(path, value)) {
       if (tracing) printf("with %s\n", path);
