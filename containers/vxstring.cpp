@@ -410,22 +410,21 @@ unsigned VxString::concatSpace() { return concat(' '); }
 // Numbers: 15 bytes are reserved, as callers have always been able to
 // count on; a number with more digits reserves what it needs, so the
 // conversion never writes past the buffer.
-unsigned VxString::concat(uint64_t value) {
-  char digits[24];
-  uint16_t n = convert(digits, static_cast<VXSIZE_T>(value));
+unsigned VxString::concatDigits(const char* digits, uint16_t n) {
   if (assureSpace(n > 15 ? n : 15)) return 1;
   memCopy(data_ + length_, digits, n);
   length_ += n;
   return 0;
 }
 
+unsigned VxString::concat(uint64_t value) {
+  char digits[24];
+  return concatDigits(digits, convert(digits, static_cast<VXSIZE_T>(value)));
+}
+
 unsigned VxString::concat(int64_t value) {
   char digits[24];
-  uint16_t n = convert(digits, static_cast<VXSSIZE_T>(value));
-  if (assureSpace(n > 15 ? n : 15)) return 1;
-  memCopy(data_ + length_, digits, n);
-  length_ += n;
-  return 0;
+  return concatDigits(digits, convert(digits, static_cast<VXSSIZE_T>(value)));
 }
 
 // Replacing a stretch. Room for the growth is assured first, so a failure

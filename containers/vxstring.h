@@ -241,6 +241,11 @@ class VX_EXPORT VxString : public VxSubString {
   // Buffer state
   VXSIZE_T capacity_;
   bool ownsBuffer_;
+
+ private:
+  // Appends n decimal digits, reserving at least 15 bytes (the shared body
+  // of the numeric concat forms).
+  unsigned concatDigits(const char* digits, uint16_t n);
 };
 
 #endif  // VX_CONTAINERS_VXSTRING_H_
