@@ -1,9 +1,11 @@
+// Error records, error lists and the calling thread's current list.
 #include "foundation/vxerror.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "bos/mds.h"
 #include "containers/vxstring.h"
@@ -12,16 +14,14 @@
 
 namespace {
 
-// A record that counts its destructions, so that tests can tell which
+// Records that count their destructions, so that tests can tell which
 // records a list deleted.
-int destroyedRecords = 0;
-
+int destroyed = 0;
 class CountedError : public VxError {
  public:
   using VxError::VxError;
-  ~CountedError() override { ++destroyedRecords; }
+  ~CountedError() override { ++destroyed; }
 };
-
 class CountingList : public VxErrorList {
  public:
   using VxErrorList::VxErrorList;
@@ -31,514 +31,262 @@ class CountingList : public VxErrorList {
   }
 };
 
-// Installs a fresh list for the test's thread and gives it up afterwards.
-class ErrorListTest : public ::testing::Test {
+std::vector<int> numbers(const VxErrorList& list) {
+  std::vector<int> out;
+  for (VXSIZE_T i = 0; i < list.getCount(); ++i) out.push_back(list.at(i)->getErrorNumber());
+  return out;
+}
+std::string catalogText(uint16_t number) {
+  char text[1024];
+  loadMessageText(number, text, sizeof text);
+  return text;
+}
+
+// Installs a fresh list (multiple-error unless a test asks otherwise) for
+// the test's thread and gives it up afterwards.
+class ErrorList : public ::testing::Test {
  protected:
+  void SetUp() override { install(VxErrorList::kSupportMultipleErrors); }
   void install(unsigned flags) {
+    if (list != nullptr) TearDown();
+    destroyed = 0;
     list = new CountingList(&owner, flags);
     ASSERT_EQ(0u, VxErrorKeeper::setErrorList(list));
   }
-  void SetUp() override { destroyedRecords = 0; }
   void TearDown() override {
     ramFailAllocationAfter(0);
-    if (list != nullptr) {
-      EXPECT_EQ(list, VxErrorKeeper::giveUpErrorList());
-      delete list;
-    }
+    if (list == nullptr) return;
+    EXPECT_EQ(list, VxErrorKeeper::giveUpErrorList());
+    delete list;
+    list = nullptr;
   }
   std::string text(VXSIZE_T i) { return list->at(i)->getErrorText(); }
-  static void addOneTwoThree() {
-    for (uint16_t n : {1, 2, 3}) addError(n);
-  }
-
   int owner = 0;
   CountingList* list = nullptr;
 };
 
-class SingleErrorList : public ErrorListTest {
- protected:
-  void SetUp() override {
-    ErrorListTest::SetUp();
-    install(0);
-  }
-};
-
-class MultipleErrorList : public ErrorListTest {
- protected:
-  void SetUp() override {
-    ErrorListTest::SetUp();
-    install(VxErrorList::kSupportMultipleErrors);
-  }
-};
-
-// --- Static records -------------------------------------------------------
-
-TEST(StaticRecords, MemoryRecordIs30190OutOfMemoryAndDummyRecordIsZero) {
-  EXPECT_EQ(30190, MemoryError.getErrorNumber());
-  EXPECT_STREQ("Out Of Memory", MemoryError.getErrorText());
-  EXPECT_TRUE(MemoryError.isStatic());
-  EXPECT_TRUE(MemoryError.isMemoryError());
-  EXPECT_FALSE(MemoryError.isWarning());
-  EXPECT_FALSE(MemoryError.isDummyError());
-  EXPECT_EQ(0, MemoryError.getNativeError());
-  EXPECT_EQ(0, DummyError.getErrorNumber());
-  EXPECT_TRUE(DummyError.isStatic());
-  EXPECT_TRUE(DummyError.isDummyError());
-  EXPECT_FALSE(DummyError.isMemoryError());
+TEST(VxErrorRecord, StaticRecordsAreFixedAndIgnoreParameters) {
+  EXPECT_TRUE(MemoryError.getErrorNumber() == 30190 && MemoryError.isStatic() && MemoryError.isMemoryError() &&
+              !MemoryError.isWarning() && !MemoryError.isDummyError() && MemoryError.getNativeError() == 0);
+  EXPECT_TRUE(DummyError.getErrorNumber() == 0 && DummyError.isStatic() && DummyError.isDummyError() &&
+              !DummyError.isMemoryError() && DummyError.getInterfaceError() == 0);
+  EXPECT_EQ(&DummyError, &(DummyError << "lost" << uint64_t(7) << -3 << VxSubString("x", 1)));
+  EXPECT_EQ(&MemoryError, &(MemoryError << "lost" << int64_t(1)));
+  EXPECT_EQ(0u, DummyError.appendText("lost"));
   EXPECT_STREQ("", DummyError.getErrorText());
-}
-
-TEST(StaticRecords, StreamingIntoStaticRecordsChangesNothing) {
-  VxError& chained = DummyError << "lost" << uint64_t(7) << -3;
-  EXPECT_EQ(&DummyError, &chained);
-  EXPECT_STREQ("", DummyError.getErrorText());
-  EXPECT_EQ(&MemoryError, &(MemoryError << "lost"));
   EXPECT_STREQ("Out Of Memory", MemoryError.getErrorText());
 }
 
-// --- Records --------------------------------------------------------------
-
-TEST(VxErrorRecord, ConstructorSetsFieldsAndLeavesInterfaceCodeEmpty) {
-  VxError e(1509, "File %s1 not found.", VX_CP_UTF8, VX_ERROR_TYPE_WARNING, 12, -5);
-  EXPECT_EQ(1509, e.getErrorNumber());
-  EXPECT_EQ(-5, e.getNativeError());
-  EXPECT_EQ(12, e.getInterfaceError());
-  EXPECT_EQ(VX_CP_UTF8, e.getCodePage());
-  EXPECT_TRUE(e.isWarning());
-  EXPECT_FALSE(e.isStatic());
-  EXPECT_FALSE(e.isDummyError());
-  EXPECT_STREQ("", e.getInterfaceCode());
-  EXPECT_STREQ("File %s1 not found.", e.getErrorText());
+TEST(VxErrorRecord, FieldsInterfaceCodeAndParametersByPosition) {
+  VxError e(1509, "File %s1 (%d2), %d3, %s4 %d5 %d6.", VX_CP_UTF8, VX_ERROR_TYPE_WARNING, 12, -5);
+  EXPECT_TRUE(e.getErrorNumber() == 1509 && e.getNativeError() == -5 && e.getInterfaceError() == 12 &&
+              e.getCodePage() == VX_CP_UTF8 && e.isWarning() && !e.isStatic() && !e.isDummyError());
   e.resetWarning();
   EXPECT_FALSE(e.isWarning());
   e.setWarning();
   EXPECT_TRUE(e.isWarning());
-}
-
-TEST(VxErrorRecord, InterfaceCodeKeepsFiveCharactersAndNullEmptiesIt) {
-  VxError e(1, "", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0);
-  e.setInterfaceCode("08S01");
-  EXPECT_STREQ("08S01", e.getInterfaceCode());
-  e.setInterfaceCode("HY000EXTRA");
+  EXPECT_STREQ("", e.getInterfaceCode());
+  e.setInterfaceCode("HY000EXTRA");  // five characters kept
   EXPECT_STREQ("HY000", e.getInterfaceCode());
-  e.setInterfaceError(77);
-  EXPECT_EQ(77, e.getInterfaceError());
+  e.setInterfaceCode("08S");
+  EXPECT_STREQ("08S", e.getInterfaceCode());
   e.setInterfaceCode(nullptr);
   EXPECT_STREQ("", e.getInterfaceCode());
-}
-
-TEST(VxErrorRecord, ParametersFillMarkersByPosition) {
-  VxError e(1, "File %s1 not found (%d2), %d3.", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0);
-  VxError& chained = e << "x.ini" << uint64_t(42) << int64_t(-7);
-  EXPECT_EQ(&e, &chained);
-  EXPECT_STREQ("File x.ini not found (42), -7.", e.getErrorText());
-  VxError ints(1, "%d1 %d2", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0);
-  ints << -12 << 34u;  // plain ints stream as numbers
-  EXPECT_STREQ("-12 34", ints.getErrorText());
-}
-
-TEST(VxErrorRecord, ViewParameterAndAppendedTextWithRestartedNumbering) {
-  VxError e(1, "A %s1.", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0);
-  const char bytes[] = "xyz";
-  e << VxSubString(bytes, 2);
+  EXPECT_EQ(&e, &(e << "x.ini" << uint64_t(42) << int64_t(-7) << VxSubString("xyz", 2) << -12 << 34u));
+  EXPECT_STREQ("File x.ini (42), -7, xy -12 34.", e.getErrorText());
   ASSERT_EQ(0u, e.appendText(" B %s1."));
   e.resetParamCount();
   e << "y";
-  EXPECT_STREQ("A xy. B y.", e.getErrorText());
+  EXPECT_STREQ("File x.ini (42), -7, xy -12 34. B y.", e.getErrorText());
+  EXPECT_STREQ("", VxError(1, nullptr, VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0).getErrorText());
 }
 
-// --- Lists: contents and mix ----------------------------------------------
-
-TEST(VxErrorListBasics, StartsWithRoomForSixteenRecordsAndItsOwner) {
+TEST(VxErrorRecord, NewListIsEmptyAndAllocErrorStoresInterfaceErrorAsZeroDeliberately) {
   int owner = 0;
-  VxErrorList single(&owner);
-  VxErrorList multiple(&owner, VxErrorList::kSupportMultipleErrors);
-  EXPECT_EQ(16u, single.getSizeOfArray());
-  EXPECT_EQ(0u, single.getCount());
-  EXPECT_EQ(&owner, single.getOwnerOfList());
-  EXPECT_FALSE(single.isSupportMultipleErrors());
-  EXPECT_TRUE(multiple.isSupportMultipleErrors());
-  EXPECT_FALSE(single.isOutOfMemory());
-  EXPECT_EQ(0, single.getCurrentIndex());
-  EXPECT_EQ(&MemoryError, single.getMemoryError());
-  EXPECT_EQ(&DummyError, single.getDummyError());
-}
-
-TEST(VxErrorListBasics, AllocErrorStoresInterfaceErrorAsZeroDeliberately) {
-  VxErrorList l(nullptr);
-  VxError* e = l.allocError(1509, "t", VX_CP_UTF8, VX_ERROR_TYPE_WARNING, 99, 8);
-  ASSERT_NE(nullptr, e);
-  EXPECT_EQ(0, e->getInterfaceError());
-  EXPECT_EQ(8, e->getNativeError());
-  EXPECT_EQ(VX_CP_UTF8, e->getCodePage());
-  EXPECT_TRUE(e->isWarning());
+  VxErrorList single(&owner), multiple(nullptr, VxErrorList::kSupportMultipleErrors | 2);
+  EXPECT_TRUE(single.getSizeOfArray() == 16 && single.getCount() == 0 && single.getOwnerOfList() == &owner &&
+              !single.isSupportMultipleErrors() && multiple.isSupportMultipleErrors() && !single.isOutOfMemory() &&
+              single.getCurrentIndex() == 0 && single.getLastError() == nullptr && single.getErrorsMix() == 0 &&
+              single.getMemoryError() == &MemoryError && single.getDummyError() == &DummyError &&
+              single.removeFirstError() == nullptr && single.removeLastError() == nullptr);
+  VxError* e = single.allocError(1509, "t", VX_CP_UTF8, VX_ERROR_TYPE_WARNING, 99, 8);
+  EXPECT_TRUE(e->getInterfaceError() == 0 && e->getNativeError() == 8 && e->getCodePage() == VX_CP_UTF8 &&
+              e->isWarning() && e->getErrorNumber() == 1509);
   delete e;
-}
-
-TEST(VxErrorListBasics, AllocErrorGivesNullWhenMemoryRunsOut) {
-  VxErrorList l(nullptr);
-  ramFailAllocationAfter(1);  // the record itself
-  EXPECT_EQ(nullptr, l.allocError(1, "t", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0));
-  ramFailAllocationAfter(2);  // its message
-  EXPECT_EQ(nullptr, l.allocError(1, "t", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0));
+  for (int failing : {1, 2}) {  // the record, then its message
+    ramFailAllocationAfter(failing);
+    EXPECT_EQ(nullptr, single.allocError(1, "t", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0)) << failing;
+  }
   ramFailAllocationAfter(0);
 }
 
-TEST_F(MultipleErrorList, MixIsZeroEmptyThreeForWarningsOnlyOneForBothAndTwoForErrorsOnly) {
-  EXPECT_EQ(0, list->getErrorsMix());
-  EXPECT_FALSE(list->isExistingError());
-  EXPECT_FALSE(VxErrorKeeper::isExistingError());
-  EXPECT_EQ(0, VxErrorKeeper::getLastErrorNumber());
-  EXPECT_EQ(0, VxErrorKeeper::getLastNativeError());
-  EXPECT_EQ(nullptr, VxErrorKeeper::getLastError());
-  EXPECT_EQ(nullptr, list->getFirstNode());
-  addWarning(2735);
-  addWarning(2736);
-  EXPECT_EQ(3, list->getErrorsMix());
-  EXPECT_FALSE(list->isExistingError());
-  addError(2737);
-  EXPECT_EQ(1, list->getErrorsMix());
-  EXPECT_TRUE(list->isExistingError());
+// Mix: 0 empty, 3 warnings only, 1 both, 2 errors only.
+TEST_F(ErrorList, KeepsEveryReportInOrderAndTellsTheMix) {
+  EXPECT_TRUE(!VxErrorKeeper::isExistingError() && VxErrorKeeper::getLastErrorNumber() == 0 &&
+              VxErrorKeeper::getLastNativeError() == 0 && VxErrorKeeper::getLastError() == nullptr &&
+              list->getFirstNode() == nullptr && VxErrorKeeper::getOwnerOfList() == &owner);
+  struct { const char* reports; int mix; } rows[] = {{"", 0}, {"w", 3}, {"ww", 3}, {"wwe", 1}, {"e", 2}, {"ee", 2}, {"ew", 1}};
+  for (const auto& r : rows) {
+    list->clearErrors();
+    for (const char* c = r.reports; *c != '\0'; ++c) *c == 'w' ? addWarning(2735) : addError(2737);
+    EXPECT_EQ(r.mix, list->getErrorsMix()) << r.reports;
+    const bool errors = r.mix == 1 || r.mix == 2;
+    EXPECT_TRUE(errors == list->isExistingError() && errors == VxErrorKeeper::isExistingError()) << r.reports;
+  }
   list->clearErrors();
-  addError(1509);
-  addError(1503);
-  EXPECT_EQ(2, list->getErrorsMix());  // errors only
-  EXPECT_TRUE(VxErrorKeeper::isExistingError());
-}
-
-TEST_F(MultipleErrorList, KeepsEveryReportInArrivalOrder) {
-  addError(2702);
-  addWarning(5);
-  addError(1503);
-  addError(1018);
-  ASSERT_EQ(4u, list->getCount());
-  EXPECT_EQ(2702, list->at(0)->getErrorNumber());
-  EXPECT_EQ(5, list->at(1)->getErrorNumber());
-  EXPECT_EQ(1503, list->at(2)->getErrorNumber());
-  EXPECT_EQ(1018, list->at(3)->getErrorNumber());
-  EXPECT_EQ(1018, VxErrorKeeper::getLastErrorNumber());
-}
-
-TEST_F(MultipleErrorList, TextIsTheCatalogTemplateWithParametersFilled) {
-  char templ[1024];
-  loadMessageText(1509, templ, sizeof templ);
-  std::string expected = templ;
-  ASSERT_NE(std::string::npos, expected.find("%s1"));
-  expected.replace(expected.find("%s1"), 3, "x.ini");
   addError(1509) << "x.ini";
-  EXPECT_EQ(expected, text(0));
-  EXPECT_FALSE(list->at(0)->isWarning());
-  EXPECT_EQ(VX_CP_LOCALE, list->at(0)->getCodePage());
-}
-
-TEST_F(MultipleErrorList, AddErrorWithTextStreamsParameters) {
-  VxError& e = addError(1509, "The file %s1 was not found.") << "x.ini";
-  EXPECT_EQ(list->at(0), &e);
-  EXPECT_EQ("The file x.ini was not found.", text(0));
-}
-
-TEST_F(MultipleErrorList, DatabaseErrorCarriesNativeTypeAndKind) {
+  addWarning(5);
+  VxError& e = addError(1503, "The file %s1 was not found.") << "y.ini";
   addDatabaseError(7, -1017, "ORA-01017", VX_ERROR_TYPE_WARNING, VX_CP_UTF8);
-  VxError* e = VxErrorKeeper::getLastError();
-  ASSERT_NE(nullptr, e);
-  EXPECT_EQ(7, e->getErrorNumber());
-  EXPECT_EQ(-1017, VxErrorKeeper::getLastNativeError());
-  EXPECT_TRUE(e->isWarning());
-  EXPECT_EQ(VX_CP_UTF8, e->getCodePage());
-  EXPECT_STREQ("ORA-01017", e->getErrorText());
-}
-
-// --- Single-error lists -----------------------------------------------------
-
-TEST_F(SingleErrorList, SingleErrorListDropsLaterReports) {
-  VxError& first = addError(1509);
-  EXPECT_FALSE(first.isDummyError());
-  VxError& warning = addWarning(5);
-  VxError& second = addError(1503);
-  EXPECT_TRUE(warning.isDummyError());
-  EXPECT_TRUE(second.isDummyError());
-  EXPECT_EQ(&DummyError, &second);
-  ASSERT_EQ(1u, list->getCount());
-  EXPECT_EQ(1509, list->at(0)->getErrorNumber());
-  EXPECT_EQ(2, destroyedRecords);  // both late records were deleted
-}
-
-TEST_F(SingleErrorList, WarningsBeforeTheFirstErrorAreKept) {
-  addWarning(2735);
-  addWarning(2736);
-  addError(1509);
-  addError(1503);
-  EXPECT_EQ(3u, list->getCount());
-  EXPECT_EQ(1509, VxErrorKeeper::getLastErrorNumber());
-}
-
-TEST_F(SingleErrorList, DroppedReportSwallowsItsParameters) {
-  addError(1509, "%s1") << "kept";
-  VxError& dropped = addError(1503, "%s1") << "lost" << uint64_t(1);
-  EXPECT_TRUE(dropped.isDummyError());
-  EXPECT_EQ("kept", text(0));
-  EXPECT_STREQ("", DummyError.getErrorText());
-}
-
-// --- Memory failures and the memory record ----------------------------------
-
-TEST_F(SingleErrorList, MemoryErrorReplacesTheErrorOfASingleErrorList) {
-  addError(1509);
-  VxErrorKeeper::addMemoryError();
-  EXPECT_EQ(0u, list->getCount());
-  EXPECT_EQ(1, destroyedRecords);
+  EXPECT_EQ((std::vector<int>{1509, 5, 1503, 7}), numbers(*list));
+  std::string expected = catalogText(1509);
+  ASSERT_NE(std::string::npos, expected.find("%s1"));
+  EXPECT_EQ(expected.replace(expected.find("%s1"), 3, "x.ini"), text(0));
+  EXPECT_TRUE(&e == list->at(2) && text(2) == "The file y.ini was not found." && !e.isWarning() && list->at(1)->isWarning() &&
+              !list->at(0)->isWarning() && list->at(0)->getCodePage() == VX_CP_LOCALE && list->at(0)->getNativeError() == 0);
   VxError* last = VxErrorKeeper::getLastError();
-  EXPECT_EQ(&MemoryError, last);
-  EXPECT_EQ(30190, VxErrorKeeper::getLastErrorNumber());
-  EXPECT_STREQ("Out Of Memory", last->getErrorText());
-  EXPECT_EQ(&MemoryError, list->removeLastError());
-  EXPECT_FALSE(list->isOutOfMemory());
-  EXPECT_EQ(nullptr, list->getLastError());
+  EXPECT_TRUE(last == list->at(3) && VxErrorKeeper::getLastNativeError() == -1017 && last->isWarning() &&
+              last->getCodePage() == VX_CP_UTF8 && text(3) == "ORA-01017" && VxErrorKeeper::getLastErrorNumber() == 7);
 }
 
-TEST_F(MultipleErrorList, MemoryErrorKeepsRecordsOfAMultipleErrorList) {
-  addError(1509);
+TEST_F(ErrorList, SingleErrorListKeepsWarningsUntilItsFirstErrorThenDropsEverything) {
+  install(0);
+  addWarning(2735);
+  VxError& first = addError(1509, "%s1") << "kept";
+  VxError& warning = addWarning(5);
+  VxError& dropped = addError(1503, "%s1") << "lost" << uint64_t(1);
+  EXPECT_TRUE(!first.isDummyError() && &warning == &DummyError && &dropped == &DummyError);
+  EXPECT_EQ((std::vector<int>{2735, 1509}), numbers(*list));
+  EXPECT_TRUE(text(1) == "kept" && destroyed == 2 && DummyError.getErrorText() == std::string());
+  // The memory record replaces the error of a single-error list.
   VxErrorKeeper::addMemoryError();
-  EXPECT_EQ(1u, list->getCount());
-  EXPECT_EQ(&MemoryError, VxErrorKeeper::getLastError());
-  EXPECT_EQ(&MemoryError, list->removeFirstError());
-  EXPECT_EQ(1509, VxErrorKeeper::getLastErrorNumber());
+  EXPECT_TRUE(list->getCount() == 1 && destroyed == 3 && VxErrorKeeper::getLastError() == &MemoryError &&
+              VxErrorKeeper::getLastErrorNumber() == 30190);
+  EXPECT_TRUE(list->removeLastError() == &MemoryError && !list->isOutOfMemory() && list->getLastError() == list->at(0));
+  TearDown();  // the destructor deletes the records left
+  EXPECT_EQ(4, destroyed);
 }
 
-TEST_F(MultipleErrorList, ClearLastErrorLeavesOutOfMemoryBeforeTouchingRecords) {
+TEST_F(ErrorList, MemoryFailuresGiveTheDummyOrMemoryRecord) {
   addError(1509);
+  VxErrorKeeper::addMemoryError();  // a multiple-error list keeps its records
+  EXPECT_TRUE(list->getCount() == 1 && list->isOutOfMemory() && VxErrorKeeper::getLastError() == &MemoryError);
+  EXPECT_TRUE(list->removeFirstError() == &MemoryError && VxErrorKeeper::getLastErrorNumber() == 1509);
   VxErrorKeeper::addMemoryError();
+  VxErrorKeeper::clearLastError();  // leaves the out-of-memory state before touching records
+  EXPECT_TRUE(!list->isOutOfMemory() && list->getCount() == 1 && destroyed == 0);
   VxErrorKeeper::clearLastError();
-  EXPECT_FALSE(list->isOutOfMemory());
-  EXPECT_EQ(1u, list->getCount());
-  VxErrorKeeper::clearLastError();
-  EXPECT_EQ(0u, list->getCount());
-  EXPECT_EQ(1, destroyedRecords);
-}
-
-TEST_F(MultipleErrorList, FailedRecordAllocationYieldsTheDummyRecord) {
+  EXPECT_TRUE(list->getCount() == 0 && destroyed == 1);
   ramFailAllocationAfter(1);
-  VxError& e = addError(1509) << "x.ini";
-  EXPECT_TRUE(e.isDummyError());
-  EXPECT_EQ(0u, list->getCount());
-}
-
-TEST_F(MultipleErrorList, ParameterThatCannotGrowSwitchesChainToDummy) {
+  EXPECT_TRUE((addError(1509) << "x.ini").isDummyError() && list->getCount() == 0);
   VxError& e = addError(1509, "%s1 %s2 %s3");
   ramFailAllocationAfter(1);  // the first parameter's growth
-  VxError& after = e << "a-rather-long-parameter-text" << "lost";
-  EXPECT_TRUE(after.isDummyError());
-  EXPECT_EQ(1u, list->getCount());
-  EXPECT_EQ(std::string::npos, text(0).find("lost"));
-}
-
-TEST_F(MultipleErrorList, ListThatCannotGrowEntersOutOfMemory) {
-  for (int i = 0; i < 16; ++i) addError(1);
-  ASSERT_EQ(16u, list->getCount());
+  EXPECT_TRUE((e << "a-rather-long-parameter-text" << "lost").isDummyError() && text(0).find("lost") == std::string::npos);
+  for (int i = 1; i < 16; ++i) addError(1);
   ramFailAllocationAfter(3);  // record, message, then the array's growth
-  VxError& e = addError(2);
-  EXPECT_TRUE(e.isDummyError());
-  EXPECT_EQ(16u, list->getCount());
-  EXPECT_TRUE(list->isOutOfMemory());
-  EXPECT_EQ(1, destroyedRecords);
-}
-
-// --- Cursor and positions -------------------------------------------------
-
-TEST_F(MultipleErrorList, CursorWalksRecordsInOrder) {
-  addOneTwoThree();
-  EXPECT_EQ(1, list->getFirstNode()->getErrorNumber());
-  EXPECT_EQ(1, list->getCurrentIndex());
-  EXPECT_EQ(2, list->getNextNode()->getErrorNumber());
-  EXPECT_EQ(3, list->getNextNode()->getErrorNumber());
-  EXPECT_EQ(nullptr, list->getNextNode());
-  EXPECT_EQ(2, list->getNodeAtPos(1)->getErrorNumber());
-  EXPECT_EQ(2, list->getCurrentIndex());
-  EXPECT_EQ(nullptr, list->getNodeAtPos(3));
-  EXPECT_EQ(2, list->getCurrentIndex());
-}
-
-TEST_F(MultipleErrorList, RemovedRecordsBelongToTheCallerAndResetTheCursor) {
-  addOneTwoThree();
-  list->getNodeAtPos(2);
-  VxError* first = list->removeFirstError();
-  EXPECT_EQ(0, list->getCurrentIndex());
-  VxError* last = list->removeLastError();
-  EXPECT_EQ(1, first->getErrorNumber());
-  EXPECT_EQ(3, last->getErrorNumber());
-  EXPECT_EQ(1u, list->getCount());
-  EXPECT_EQ(0, destroyedRecords);
-  delete first;
-  delete last;
-  EXPECT_EQ(nullptr, VxErrorList(nullptr).removeFirstError());
-}
-
-TEST_F(MultipleErrorList, MoveLastErrorToPosZeroPutsTheThirdFirst) {
-  addOneTwoThree();
-  list->moveLastErrorToPos(0);
-  EXPECT_EQ(3, list->at(0)->getErrorNumber());
-  EXPECT_EQ(1, list->at(1)->getErrorNumber());
-  EXPECT_EQ(2, list->at(2)->getErrorNumber());
-  list->moveLastErrorToPos(3);
-  list->moveLastErrorToPos(100);
-  EXPECT_EQ(3, list->at(0)->getErrorNumber());
-  EXPECT_EQ(2, list->at(2)->getErrorNumber());
-  EXPECT_EQ(3u, list->getCount());
-}
-
-TEST_F(MultipleErrorList, SetWarningAndAppendTextFromAPositionReachOnlyLaterRecords) {
-  addOneTwoThree();
-  list->setWarningAfterPos(0);
-  EXPECT_FALSE(list->at(0)->isWarning());
-  EXPECT_TRUE(list->at(1)->isWarning());
-  EXPECT_TRUE(list->at(2)->isWarning());
-  EXPECT_EQ(1, list->getErrorsMix());
-  list->appendTextStartingAtPos("!", 1);
-  EXPECT_EQ("1", text(0));
-  EXPECT_EQ("2!", text(1));
-  EXPECT_EQ("3!", text(2));
-}
-
-TEST_F(MultipleErrorList, ConcatErrorsJoinsTextsAndStopsWhenTheStringCannotGrow) {
-  addError(1, "first");
-  addError(2, "second");
-  VxString out;
-  ASSERT_EQ(0u, list->concatErrors(out, '\n'));
-  EXPECT_STREQ("first\nsecond", out.asCStr());
-  VxString plain;
-  ASSERT_EQ(0u, list->concatErrors(plain, '\0'));
-  EXPECT_STREQ("firstsecond", plain.asCStr());
-  char buffer[8];
-  VxString small;
-  small.initializeWithBuffer(buffer, sizeof buffer, 0);
-  EXPECT_EQ(1u, list->concatErrors(small, '\n'));
-  EXPECT_STREQ("first", small.asCStr());
-}
-
-TEST_F(MultipleErrorList, ClearErrorsDeletesEveryRecord) {
-  addError(1);
-  addError(2);
+  EXPECT_TRUE(addError(2).isDummyError() && list->getCount() == 16 && list->isOutOfMemory() && destroyed == 2);
   list->setOutOfMemory();
   VxErrorKeeper::clearAllErrors();
-  EXPECT_EQ(0u, list->getCount());
-  EXPECT_FALSE(list->isOutOfMemory());
-  EXPECT_EQ(2, destroyedRecords);
+  EXPECT_TRUE(list->getCount() == 0 && !list->isOutOfMemory() && destroyed == 18);
 }
 
-TEST(VxErrorListBasics, DestructorDeletesEveryRecord) {
-  destroyedRecords = 0;
-  {
-    CountingList l(nullptr, VxErrorList::kSupportMultipleErrors);
-    l.VxArray::add(l.allocError(1, "a", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0));
-    l.VxArray::add(l.allocError(2, "b", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0));
-  }
-  EXPECT_EQ(2, destroyedRecords);
+TEST_F(ErrorList, CursorPositionsAndRangeOperations) {
+  for (uint16_t n : {1, 2, 3}) addError(n, "");
+  EXPECT_TRUE(list->getFirstNode() == list->at(0) && list->getCurrentIndex() == 1 && list->getNextNode() == list->at(1) &&
+              list->getNextNode() == list->at(2) && list->getNextNode() == nullptr && list->getCurrentIndex() == 3);
+  EXPECT_TRUE(list->getNodeAtPos(1) == list->at(1) && list->getCurrentIndex() == 2 && list->getNodeAtPos(3) == nullptr &&
+              list->getCurrentIndex() == 2);
+  list->moveLastErrorToPos(0);
+  list->moveLastErrorToPos(3);
+  list->moveLastErrorToPos(100);
+  EXPECT_EQ((std::vector<int>{3, 1, 2}), numbers(*list));
+  list->setWarningAfterPos(0);
+  EXPECT_TRUE(!list->at(0)->isWarning() && list->at(1)->isWarning() && list->at(2)->isWarning());
+  list->appendTextStartingAtPos("!", 1);
+  EXPECT_TRUE(text(0).empty() && text(1) == "!" && text(2) == "!");
+  list->appendTextStartingAtPos("x", 0);
+  VxString joined, plain, small;
+  char buffer[6];
+  small.initializeWithBuffer(buffer, sizeof buffer, 0);
+  EXPECT_TRUE(list->concatErrors(joined, '\n') == 0 && joined.asCStr() == std::string("x\n!x\n!x"));
+  EXPECT_TRUE(list->concatErrors(plain, '\0') == 0 && plain.asCStr() == std::string("x!x!x"));
+  EXPECT_TRUE(list->concatErrors(small, ',') == 1 && small.asCStr() == std::string("x,!x"));
+  delete list->removeLastError();  // the string's own report of its failure
+  list->getNodeAtPos(2);
+  VxError *first = list->removeFirstError(), *last = list->removeLastError();
+  EXPECT_TRUE(first->getErrorNumber() == 3 && last->getErrorNumber() == 2 && list->getCurrentIndex() == 0 &&
+              numbers(*list) == std::vector<int>{1});
+  delete first;
+  delete last;
+  list->getFirstNode();
+  list->removeLastError();
+  EXPECT_EQ(0, list->getCurrentIndex());
 }
 
-// --- Keeper operations on the last record -----------------------------------
-
-TEST_F(MultipleErrorList, SetLastErrorTypeTurnsTheLastRecordIntoAWarningAndBack) {
-  addError(1);
+TEST_F(ErrorList, KeeperEditsTheLastRecord) {
+  EXPECT_TRUE(appendTextToLastError(2706).isDummyError() && appendTextToErrorAtPos(2706, 0).isDummyError());
+  VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);  // nothing to change
+  addError(1, "one:");
+  addError(2, "A %s1.") << "x";
   VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);
-  EXPECT_TRUE(VxErrorKeeper::getLastError()->isWarning());
+  EXPECT_TRUE(list->at(1)->isWarning() && !list->at(0)->isWarning());
   VxErrorKeeper::setLastErrorType(ErrorType(7));
-  EXPECT_FALSE(VxErrorKeeper::getLastError()->isWarning());
-}
-
-TEST_F(MultipleErrorList, AppendedTextRestartsParameterNumbering) {
-  addError(1, "A %s1.") << "x";
+  EXPECT_FALSE(list->at(1)->isWarning());
   VxErrorKeeper::appendTextToLastError(" B %s1.");
   *VxErrorKeeper::getLastError() << "y";
-  EXPECT_EQ("A x. B y.", text(0));
+  EXPECT_EQ("A x. B y.", text(1));
+  EXPECT_TRUE(&appendTextToLastError(2706) == list->at(1) && text(1) == "A x. B y." + catalogText(2706));
+  EXPECT_TRUE(&appendTextToErrorAtPos(2707, 0) == list->at(0) && text(0) == "one:" + catalogText(2707));
+  EXPECT_TRUE(appendTextToErrorAtPos(2707, 2).isDummyError() && list->getCount() == 2);
+  VxErrorKeeper::addMemoryError();  // the static memory record is left alone
+  VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);
+  VxErrorKeeper::appendTextToLastError("lost");
+  EXPECT_TRUE(appendTextToLastError(2706).isDummyError() && !MemoryError.isWarning() && destroyed == 0);
 }
 
-TEST_F(MultipleErrorList, AppendCatalogTextToLastAndToPositionOrToTheDummyRecord) {
-  EXPECT_TRUE(appendTextToLastError(2706).isDummyError());  // empty list
-  EXPECT_TRUE(appendTextToErrorAtPos(2706, 0).isDummyError());
-  addError(1, "one:");
-  addError(2, "two:");
-  char repeated[256], both[256];
-  loadMessageText(2706, repeated, sizeof repeated);
-  loadMessageText(2707, both, sizeof both);
-  VxError& last = appendTextToLastError(2706);
-  EXPECT_EQ(list->at(1), &last);
-  EXPECT_EQ(std::string("two:") + repeated, text(1));
-  VxError& first = appendTextToErrorAtPos(2707, 0);
-  EXPECT_EQ(list->at(0), &first);
-  EXPECT_EQ(std::string("one:") + both, text(0));
-  EXPECT_TRUE(appendTextToErrorAtPos(2707, 2).isDummyError());
-}
-
-// --- Installing lists -------------------------------------------------------
-
-TEST(ErrorKeeper, WithoutAListReportsAreDropped) {
+TEST(ErrorKeeper, WithoutAListEveryReportIsDropped) {
   ASSERT_EQ(nullptr, VxErrorKeeper::getErrorList());
-  VxError& e = addError(1509) << "x";
-  EXPECT_EQ(&DummyError, &e);
-  EXPECT_EQ(&DummyError, VxErrorKeeper::addError(nullptr));
-  EXPECT_EQ(0, VxErrorKeeper::getLastErrorNumber());
-  EXPECT_FALSE(VxErrorKeeper::isExistingError());
-  EXPECT_EQ(nullptr, VxErrorKeeper::getOwnerOfList());
+  EXPECT_TRUE(&(addError(1509) << "x") == &DummyError && VxErrorKeeper::addError(nullptr) == &DummyError &&
+              &addWarning(1) == &DummyError && &addDatabaseError(1, 2, "t", VX_ERROR_TYPE_ERROR, VX_CP_LOCALE) == &DummyError);
   VxErrorKeeper::addMemoryError();
   VxErrorKeeper::clearAllErrors();
   VxErrorKeeper::clearLastError();
-  EXPECT_EQ(nullptr, VxErrorKeeper::getLastError());
+  VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);
+  VxErrorKeeper::appendTextToLastError("x");
+  EXPECT_TRUE(VxErrorKeeper::getLastErrorNumber() == 0 && !VxErrorKeeper::isExistingError() &&
+              VxErrorKeeper::getOwnerOfList() == nullptr && VxErrorKeeper::getLastError() == nullptr &&
+              VxErrorKeeper::getLastNativeError() == 0 && appendTextToErrorAtPos(1, 0).isDummyError());
 }
 
-TEST(ErrorKeeper, NestedListsRestoreTheOuterOneInTurn) {
+TEST(ErrorKeeper, NestedListsRestoreTheOuterOneAndReleaseTheThreadLast) {
   int outerOwner = 1, innerOwner = 2;
-  VxErrorList outer(&outerOwner, VxErrorList::kSupportMultipleErrors);
-  VxErrorList inner(&innerOwner, VxErrorList::kSupportMultipleErrors);
+  VxErrorList outer(&outerOwner, VxErrorList::kSupportMultipleErrors), inner(&innerOwner, VxErrorList::kSupportMultipleErrors);
   ASSERT_EQ(0u, VxErrorKeeper::setErrorList(&outer));
+  VxThreadInfo* info = getThreadInfo();
+  ASSERT_TRUE(info != nullptr && info->data[0] == &outer);
   addError(1);
   ASSERT_EQ(0u, VxErrorKeeper::setErrorList(&inner));
-  EXPECT_EQ(&outer, inner.getPreviousList());
-  EXPECT_EQ(nullptr, outer.getPreviousList());
-  EXPECT_EQ(&innerOwner, VxErrorKeeper::getOwnerOfList());
+  EXPECT_TRUE(inner.getPreviousList() == &outer && outer.getPreviousList() == nullptr && VxErrorKeeper::getOwnerOfList() == &innerOwner);
   addError(2);
-  addError(3);
-  EXPECT_EQ(&inner, VxErrorKeeper::giveUpErrorList());
-  EXPECT_EQ(&outer, VxErrorKeeper::getErrorList());
+  EXPECT_TRUE(VxErrorKeeper::giveUpErrorList() == &inner && VxErrorKeeper::getErrorList() == &outer && getThreadInfo() == info);
   addError(4);
-  EXPECT_EQ(&outer, VxErrorKeeper::giveUpErrorList());
-  EXPECT_EQ(nullptr, VxErrorKeeper::getErrorList());
-  EXPECT_EQ(nullptr, VxErrorKeeper::giveUpErrorList());
-  ASSERT_EQ(2u, outer.getCount());
-  EXPECT_EQ(1, outer.at(0)->getErrorNumber());
-  EXPECT_EQ(4, outer.at(1)->getErrorNumber());
-  ASSERT_EQ(2u, inner.getCount());
-  EXPECT_EQ(2, inner.at(0)->getErrorNumber());
-}
-
-TEST(ErrorKeeper, GivingUpTheLastListReleasesTheThreadsRegistration) {
-  VxErrorList l(nullptr);
-  ASSERT_EQ(0u, VxErrorKeeper::setErrorList(&l));
-  VxThreadInfo* info = getThreadInfo();
-  ASSERT_NE(nullptr, info);
-  EXPECT_EQ(&l, info->data[0]);
-  VxErrorKeeper::giveUpErrorList();
-  EXPECT_EQ(nullptr, getThreadInfo());
-}
-
-TEST(ErrorKeeper, ThreadInfoFormsUseThatThreadsSlot) {
+  EXPECT_TRUE(VxErrorKeeper::giveUpErrorList() == &outer && VxErrorKeeper::getErrorList() == nullptr && getThreadInfo() == nullptr);
+  EXPECT_TRUE(numbers(outer) == (std::vector<int>{1, 4}) && numbers(inner) == std::vector<int>{2});
+  // The forms for a given thread's data use its slot and release nothing.
   ASSERT_EQ(1, mdsPerThreadInit());
-  VxThreadInfo* info = getThreadInfo();
-  ASSERT_NE(nullptr, info);
-  VxErrorList l(nullptr);
-  ASSERT_EQ(0u, VxErrorKeeper::setErrorList(&l, info));
-  EXPECT_EQ(&l, VxErrorKeeper::getErrorList());
-  EXPECT_EQ(&l, VxErrorKeeper::giveUpErrorList(info));
-  EXPECT_EQ(nullptr, VxErrorKeeper::getErrorList());
-  EXPECT_EQ(info, getThreadInfo());  // nothing released
+  info = getThreadInfo();
+  EXPECT_EQ(1u, VxErrorKeeper::setErrorList(&inner, nullptr));
+  ASSERT_EQ(0u, VxErrorKeeper::setErrorList(&inner, info));
+  EXPECT_TRUE(VxErrorKeeper::getErrorList() == &inner && VxErrorKeeper::giveUpErrorList(nullptr) == nullptr);
+  EXPECT_TRUE(VxErrorKeeper::giveUpErrorList(info) == &inner && VxErrorKeeper::getErrorList() == nullptr && getThreadInfo() == info);
+  EXPECT_EQ(nullptr, VxErrorKeeper::giveUpErrorList(info));
   mdsPerThreadTerm();
 }
 
-TEST(ErrorKeeper, EachThreadHasItsOwnCurrentList) {
-  VxErrorList mine(nullptr, VxErrorList::kSupportMultipleErrors);
+TEST(Threads, EachThreadHasItsOwnCurrentList) {
+  VxErrorList mine(nullptr, VxErrorList::kSupportMultipleErrors), theirs(nullptr, VxErrorList::kSupportMultipleErrors);
   ASSERT_EQ(0u, VxErrorKeeper::setErrorList(&mine));
-  VxErrorList theirs(nullptr, VxErrorList::kSupportMultipleErrors);
-  bool otherSawNoList = false;
-  bool otherDroppedReport = false;
+  bool otherSawNoList = false, otherDroppedReport = false;
   std::thread other([&] {
     otherSawNoList = VxErrorKeeper::getErrorList() == nullptr;
     otherDroppedReport = addError(1).isDummyError();
@@ -548,12 +296,8 @@ TEST(ErrorKeeper, EachThreadHasItsOwnCurrentList) {
   });
   other.join();
   addError(3);
-  EXPECT_TRUE(otherSawNoList);
-  EXPECT_TRUE(otherDroppedReport);
-  ASSERT_EQ(1u, theirs.getCount());
-  EXPECT_EQ(2, theirs.at(0)->getErrorNumber());
-  ASSERT_EQ(1u, mine.getCount());
-  EXPECT_EQ(3, mine.at(0)->getErrorNumber());
+  EXPECT_TRUE(otherSawNoList && otherDroppedReport);
+  EXPECT_TRUE(numbers(theirs) == std::vector<int>{2} && numbers(mine) == std::vector<int>{3});
   VxErrorKeeper::giveUpErrorList();
 }
 

@@ -1,0 +1,235 @@
+// The heap routines and their failure hook, the object root and the
+// library's allocation operators, the scope holder, the initialisation
+// count, message texts and their catalog, and the run-time debug switch.
+#include <gtest/gtest.h>
+#include <nl_types.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bos/mdsint.h"
+#include "foundation/cntdblib.h"
+#include "foundation/msgtext_internal.h"
+#include "foundation/ram.h"
+#include "foundation/ram_internal.h"
+#include "foundation/vxautofr.h"
+#include "foundation/vxobject.h"
+#include "foundation/vxtrace.h"
+
+namespace {
+
+// Output of a shell command; its exit status goes to *status.
+std::string run(const std::string& command, int* status) {
+  FILE* p = popen(command.c_str(), "r");
+  std::string out;
+  char line[512];
+  while (p != nullptr && fgets(line, sizeof line, p)) out += line;
+  *status = p != nullptr ? pclose(p) : -1;
+  return out;
+}
+
+TEST(Heap, StringCopiesResizeAndTheFailureHook) {
+  char *prefix = ramAllocStr("abcdef", 3), *whole = ramAllocStr("hello"), *empty = ramAllocStr("xyz", 0);
+  EXPECT_TRUE(std::string("abc") == prefix && std::string("hello") == whole && std::string() == empty);
+  free(prefix), free(empty);
+  EXPECT_FALSE(ramResize(&whole, 4096));
+  whole[4095] = 'z';
+  EXPECT_STREQ("hello", whole);
+  char* before = whole;
+  ramFailAllocationAfter(1);
+  EXPECT_TRUE(ramResize(&whole, 1 << 20) && whole == before && std::string("hello") == whole);
+  EXPECT_TRUE(!ramResize(&whole, 0) && whole != nullptr);  // a 1-byte block, not a freed one
+  free(whole);
+  // The n-th allocation from now fails, once; 0 disarms.
+  ramFailAllocationAfter(3);
+  void* p[4];
+  for (void*& q : p) q = ramAlloc(8);
+  EXPECT_TRUE(p[0] != nullptr && p[1] != nullptr && p[2] == nullptr && p[3] != nullptr);
+  ramFailAllocationAfter(1);
+  ramFailAllocationAfter(0);
+  EXPECT_NE(nullptr, p[2] = static_cast<void*>(ramAllocStr("x")));
+  for (void* q : p) free(q);
+  ramFailAllocationAfter(1);
+  EXPECT_EQ(nullptr, ramAllocStr("abc"));
+  for (void* (*alloc)(size_t) : {ramAlloc, ramAllocZeroed}) {
+    ramFailAllocationAfter(1);
+    EXPECT_EQ(nullptr, alloc(8));
+  }
+  void* block = malloc(4);
+  ramFailAllocationAfter(1);
+  EXPECT_EQ(nullptr, ramRealloc(block, 64));
+  free(block);
+}
+
+TEST(Heap, ObjectRootAndInitialisingOperatorsGiveNullNotExceptions) {
+  VxObject a, b;
+  EXPECT_TRUE(a.compare(&b) == 0 && b.compare(&a) == 0);
+  void *x = VxObject::operator new(0), *y = VxObject::operator new[](0);
+  EXPECT_TRUE(x != nullptr && y != nullptr && x != y);
+  VxObject::operator delete(x);
+  VxObject::operator delete[](y);
+  for (int init : {0, 1}) {
+    unsigned char *one = static_cast<unsigned char*>(operator new(0, RamInitType(init))),
+                  *many = static_cast<unsigned char*>(operator new[](64, RamInitType(init)));
+    ASSERT_TRUE(one != nullptr && many != nullptr);
+    EXPECT_TRUE(init != 0 || (one[0] == 0 && std::all_of(many, many + 64, [](unsigned char c) { return c == 0; })));
+    one[0] = many[63] = 1;
+    free(one), free(many);
+  }
+  ramFailAllocationAfter(1);
+  VxObject* o = new VxObject;
+  EXPECT_EQ(nullptr, o);
+  delete (o = new VxObject);
+  EXPECT_NE(nullptr, o);
+  for (int init : {0, 1}) {
+    ramFailAllocationAfter(1);
+    EXPECT_EQ(nullptr, operator new[](32, RamInitType(init)));
+  }
+  ramFailAllocationAfter(1);
+  EXPECT_EQ(nullptr, VxObject::operator new[](8));
+  ramFailAllocationAfter(0);
+  // The holder frees what it holds last (ASan reports a leak otherwise).
+  AFPU8 holder, none;
+  uint8_t* held = static_cast<uint8_t*>(malloc(4));
+  EXPECT_TRUE(static_cast<uint8_t*>(holder) == nullptr && (holder = held) == held && static_cast<uint8_t*>(holder) == held);
+  none = nullptr;
+}
+
+// Deliberate: the shared library defines none of the replaceable global
+// operators, so loading it cannot change how the host allocates.
+TEST(Heap, SharedLibraryDoesNotReplaceTheHostsOperators) {
+  int status;
+  std::string symbols = run(std::string("nm -D --defined-only '") + VX_SHARED_LIBRARY + "'", &status);
+  ASSERT_TRUE(status == 0 && !symbols.empty());
+  for (const char* name : {" _Znwm\n", " _Znam\n", " _ZdlPv\n", " _ZdaPv\n", " _ZdlPvm\n", " _ZdaPvm\n", " _ZnwmRKSt9nothrow_t\n"})
+    EXPECT_EQ(std::string::npos, symbols.find(name)) << name;
+  EXPECT_NE(std::string::npos, symbols.find(" _Znwmi\n"));  // the library's own form
+}
+
+intptr_t initsSlot() { return reinterpret_cast<intptr_t>(mdsGetPerTaskData(MDS_TASK_DBLIB_INITS)); }
+
+// Non-zero adds one, zero subtracts one; the count comes back narrowed to
+// 16 bits (deliberate) while the slot keeps it whole.
+TEST(Threads, InitialisationCountLosesNoUpdate) {
+  const intptr_t base = initsSlot();
+  EXPECT_TRUE(countDBLibInits(1) == int16_t(base + 1) && countDBLibInits(7) == int16_t(base + 2) && initsSlot() == base + 2);
+  EXPECT_TRUE(countDBLibInits(0) == int16_t(base + 1) && countDBLibInits(0) == int16_t(base) && initsSlot() == base);
+  mdsSetPerTaskData(MDS_TASK_DBLIB_INITS, reinterpret_cast<void*>(intptr_t{32767}));
+  EXPECT_TRUE(countDBLibInits(-1) == -32768 && initsSlot() == 32768);
+  for (int32_t increment : {1, 0}) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+      threads.emplace_back([increment] {
+        for (int k = 0; k < 2000; ++k) countDBLibInits(increment);
+      });
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(increment ? 32768 + 8000 : 32768, initsSlot());
+  }
+  mdsSetPerTaskData(MDS_TASK_DBLIB_INITS, reinterpret_cast<void*>(base));
+}
+
+// The text of `number` as the message source spells it.
+std::string sourceText(int number) {
+  std::ifstream in(VX_TEST_SOURCE_DIR "/foundation/messages.msg");
+  std::string line, prefix = std::to_string(number) + " ";
+  while (std::getline(in, line))
+    if (line.compare(0, prefix.size(), prefix) == 0) return line.substr(prefix.size());
+  return "";
+}
+
+TEST(MessageText, ComesFromTheCatalogCutToSizeOrIsTheNumber) {
+  char buffer[1024];
+  ASSERT_FALSE(sourceText(1509).empty());
+  EXPECT_EQ(sourceText(1509).size(), loadMessageText(1509, buffer, sizeof buffer));
+  EXPECT_EQ(sourceText(1509), buffer);
+  EXPECT_TRUE(loadMessageText(30190, buffer, 0) == 13 && std::string("Out Of Memory") == buffer);
+  EXPECT_TRUE(loadMessageText(30190, buffer, 3) == 2 && std::string("Ou") == buffer);
+  EXPECT_TRUE(loadMessageText(65535, buffer, 0) == 5 && std::string("65535") == buffer);
+}
+
+// Parameter numbers of the markers in text, in order; false when a "%s" or
+// "%d" is not followed by a well-formed number (one digit, or "x" and two
+// or more digits).
+bool markerNumbers(const std::string& text, std::vector<int>* numbers) {
+  for (size_t i = 0; i + 1 < text.size(); ++i) {
+    if (text[i] != '%' || (text[i + 1] != 's' && text[i + 1] != 'd')) continue;
+    size_t p = i + 2 + (i + 2 < text.size() && text[i + 2] == 'x'), start = p;
+    while (p < text.size() && isdigit(static_cast<unsigned char>(text[p]))) ++p;
+    if (p == start || (text[start - 1] == 'x') != (atoi(text.substr(start, p - start).c_str()) > 9)) return false;
+    numbers->push_back(atoi(text.substr(start, p - start).c_str()));
+  }
+  return true;
+}
+
+// The English texts compile with gencat into a catalog that holds every
+// number the library reports, with the markers its reporting code fills.
+TEST(MessageText, CatalogHoldsEveryReportedNumberWithWellFormedMarkers) {
+  const std::string catalog = VX_TEST_BINARY_DIR "/messages_test.cat";
+  int status;
+  std::string out = run("gencat '" + catalog + "' '" VX_TEST_SOURCE_DIR "/foundation/messages.msg' 2>&1", &status);
+  ASSERT_TRUE(status == 0 && out.empty()) << out;
+  nl_catd cat = catopen(catalog.c_str(), 0);
+  ASSERT_NE(reinterpret_cast<nl_catd>(-1), cat);
+  auto text = [cat](int n) { return std::string(catgets(cat, 1, n, "<missing>")); };
+  std::vector<int> required = {4, 1018, 1023, 1024, 30190};
+  for (auto range : {std::make_pair(1502, 1524), {2701, 2739}, {7500, 7508}, {30040, 30050}})
+    for (int n = range.first; n <= range.second; ++n) required.push_back(n);
+  for (int n : required) {
+    std::vector<int> numbers;
+    EXPECT_TRUE(text(n) != "<missing>" && !text(n).empty()) << n;
+    if (n == 30050) continue;  // a printf format, below
+    ASSERT_TRUE(markerNumbers(text(n), &numbers)) << n << ": " << text(n);
+    for (int k = 1; k <= (numbers.empty() ? 0 : *std::max_element(numbers.begin(), numbers.end())); ++k)
+      EXPECT_NE(numbers.end(), std::find(numbers.begin(), numbers.end(), k)) << n << " skips marker " << k;
+  }
+  // A name streamed in; two texts; a position then a source name.
+  for (int n : {1502, 1504, 1506, 1508, 1509, 1519, 1520, 1521, 1524, 2701, 2702, 30049})
+    EXPECT_NE(std::string::npos, text(n).find("%s1")) << n;
+  for (int n : {1523, 30042, 2705}) EXPECT_NE(std::string::npos, text(n).find("%s2")) << n;
+  EXPECT_TRUE(text(2704).find("%d1") != std::string::npos && text(2705).find("%d1") != std::string::npos);
+  // Reported without parameters, or with text appended: a marker would show.
+  for (int n : {4, 1503, 1507, 1512, 1514, 2706, 2707, 2708, 2710, 2716, 2735, 2736, 2737, 2738, 2739, 7500, 7501,
+                7503, 7504, 7505, 7508, 30041, 30045, 30190}) {
+    std::vector<int> numbers;
+    EXPECT_TRUE(markerNumbers(text(n), &numbers) && numbers.empty()) << n << ": " << text(n);
+  }
+  EXPECT_EQ("Out Of Memory", text(30190));
+  // The system-error format takes exactly two texts, both %s, in order.
+  const std::string format = text(30050);
+  char formatted[256];
+  snprintf(formatted, sizeof formatted, format.c_str(), "No such device", "x.ini");
+  EXPECT_LT(strstr(formatted, "No such device"), strstr(formatted, "x.ini")) << formatted;
+  EXPECT_TRUE(std::count(format.begin(), format.end(), '%') == 2 && format.find("%s") != std::string::npos &&
+              format.find("%s", format.find("%s") + 1) != std::string::npos) << format;
+  catclose(cat);
+}
+
+// The probe prints the mask read at load, then sets the variable and prints
+// it again: hexadecimal up to the first other character, 0 when nothing
+// parses or the variable is unset, debug items test the low 32 bits only.
+TEST(RunTimeDebug, MaskIsReadAsHexadecimalOnceAtLoad) {
+  struct { const char *value, *expected; } rows[] = {
+      {"101", "mask=101 low32=101 file=1 exists=100 locate=0\nafter=101\n"},
+      {"zz", "mask=0 low32=0 file=0 exists=0 locate=0\nafter=0\n"},
+      {nullptr, "mask=0 low32=0 file=0 exists=0 locate=0\nafter=0\n"},
+      {"3zz", "mask=3 low32=3 file=1 exists=0 locate=2\nafter=3\n"},
+      {"0xff", "mask=ff low32=ff file=1 exists=0 locate=2\nafter=ff\n"},
+      {"100000002", "mask=100000002 low32=2 file=0 exists=0 locate=2\nafter=100000002\n"}};
+  for (const auto& r : rows) {
+    int status;
+    std::string env = r.value != nullptr ? std::string("VX_DEBUGGING='") + r.value + "' " : "env -u VX_DEBUGGING ";
+    EXPECT_EQ(r.expected, run(env + VX_TRACE_PROBE, &status)) << (r.value != nullptr ? r.value : "unset");
+    EXPECT_EQ(0, status);
+  }
+  const uint64_t before = BOS_RUNTIME_DEBUG.getDebugMask();
+  setenv("VX_DEBUGGING", "ffff", 1);
+  EXPECT_EQ(before, BOS_RUNTIME_DEBUG.getDebugMask());
+  unsetenv("VX_DEBUGGING");
+}
+
+}  // namespace
