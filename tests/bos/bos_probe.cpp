@@ -1,72 +1,78 @@
-// A child program for the tests of tracing and of the message catalog,
-// both of which are fixed once per process (the debug mask at load, the
-// catalog at first use). The tests run it with the environment they want
-// and read its standard output, where the library's trace lines and the
-// probe's own answers appear in the order they were written.
+// A child program for the tests of what is fixed once per process: the
+// trace mask (read when the library loads) and the message catalog (opened
+// at first use). The tests run it with the environment they want and read
+// its standard output, where the library's trace lines and the probe's own
+// answers appear in the order they were written.
 //
 // Usage: bos_probe [--install DIR] COMMAND ARGS..., where --install sets the
 // installation directory first, and COMMAND ARGS... is one of
-//   bos_probe message NUMBER          the text of NUMBER (loadMessageText)
-//   bos_probe error NUMBER [PARAM...] the text of error record NUMBER with
-//                                     the parameters streamed in
-//   bos_probe maperror CODE NAME      the text of the record bosMapError files
-//   bos_probe load NAME FLAG [SYMBOL] bosLoadLibrary, then the int SYMBOL
-//                                     returns when called
-// Each answer is one line; "message" and "error" print the text between
-// "[" and "]". "load" prints "loaded" or "not loaded", the value, and
-// every error record as "error NUMBER: TEXT".
+//   message NUMBER          "[TEXT]", TEXT from loadMessageText
+//   error NUMBER [PARAM...] "[TEXT]", the text of the error record NUMBER
+//                           with the parameters streamed in
+//   maperror CODE NAME      the records bosMapError files (errno set to CODE)
+//   load NAME FLAG [SYMBOL] bosLoadLibrary: "loaded" or "not loaded", then
+//                           "value N" (what the int function SYMBOL returns)
+//   path DIR NAME EXT       "=PATH" from bospath
+//   find PATTERN            "=NAME" for every name bosFindFiles returns
+//   exist NAME              "=N" from bosexist
+//   open NAME MODE          "=STATUS NAME" from bosFileOpen (MODE in hex)
+// The error records of maperror and load follow as "error NUMBER: TEXT".
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "bos/bos.h"
 #include "config/vxini.h"
 #include "foundation/msgtext_internal.h"
 #include "foundation/vxerror.h"
 
-namespace {
-
-void printErrors(VxErrorList& list) {
-  for (VxError* e = list.getFirstNode(); e; e = list.getNextNode())
-    printf("error %u: %s\n", unsigned(e->getErrorNumber()), e->getErrorText());
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
   if (argc > 2 && strcmp(argv[1], "--install") == 0) {
     bosSetInstallDir(argv[2]);
-    argc -= 2;
-    argv += 2;
+    argc -= 2, argv += 2;
   }
   if (argc < 3) return 2;
   VxErrorList list(nullptr, VxErrorList::kSupportMultipleErrors);
   VxErrorKeeper::setErrorList(&list);
-  const char* command = argv[1];
-  if (strcmp(command, "message") == 0) {
-    char text[1024];
+  const std::string command = argv[1];
+  char text[BOS_MAX_PATH];
+  snprintf(text, sizeof text, "%s", argv[2]);
+  if (command == "message") {
     loadMessageText(uint16_t(atoi(argv[2])), text, sizeof text);
     printf("[%s]\n", text);
-  } else if (strcmp(command, "error") == 0) {
+  } else if (command == "error") {
     VxError& record = addError(uint16_t(atoi(argv[2])));
     for (int i = 3; i < argc; ++i) record << argv[i];
     printf("[%s]\n", record.getErrorText());
-  } else if (strcmp(command, "maperror") == 0 && argc == 4) {
+  } else if (command == "maperror" && argc == 4) {
     errno = atoi(argv[2]);
     bosMapError(errno, argv[3]);
-    printErrors(list);
-  } else if (strcmp(command, "load") == 0 && argc >= 4) {
+  } else if (command == "load" && argc >= 4) {
     void* library = bosLoadLibrary(argv[2], uint16_t(atoi(argv[3])));
     printf("%s\n", library ? "loaded" : "not loaded");
-    if (library && argc > 4) {
-      typedef int (*IntFunction)();
-      IntFunction f = reinterpret_cast<IntFunction>(vxGetProcAddr(library, argv[4]));
-      printf("value %d\n", f ? f() : -1);
+    auto f = reinterpret_cast<int (*)()>(library && argc > 4 ? vxGetProcAddr(library, argv[4]) : nullptr);
+    if (f) printf("value %d\n", f());
+  } else if (command == "path" && argc == 5) {
+    if (bospath(text, argv[2], argv[3], argv[4]) == 0) printf("=%s\n", text);
+  } else if (command == "find") {
+    VxBosFileFindDesc desc;
+    for (uint16_t rc = bosFindFiles(argv[2], &desc, text); rc == 0; rc = bosFindFiles(nullptr, &desc, text)) {
+      printf("=%s\n", text);
     }
-    printErrors(list);
+  } else if (command == "exist") {
+    printf("=%d\n", bosexist(argv[2]));
+  } else if (command == "open" && argc == 4) {
+    int handle = -1;
+    printf("=%u %s\n", bosFileOpen(text, uint32_t(strtoul(argv[3], nullptr, 16)), &handle), text);
+    bosFileClose(handle);
   } else {
     return 2;
+  }
+  if (command == "maperror" || command == "load") {
+    for (VxError* e = list.getFirstNode(); e; e = list.getNextNode())
+      printf("error %u: %s\n", unsigned(e->getErrorNumber()), e->getErrorText());
   }
   VxErrorKeeper::giveUpErrorList();
   return 0;

@@ -1,7 +1,8 @@
-// Loads and unloads the shared library many times, using its locks and
-// per-thread data on every round, and checks that each dlclose really
-// unloads it. Run under valgrind (or LeakSanitizer) by the suite: anything
-// the library builds at load and does not release at unload is a leak.
+// Loads and unloads the shared library many times, using its locks,
+// per-thread data and message catalog on every round, and checks that each
+// dlclose really unloads it. Run under valgrind (or LeakSanitizer) by the
+// suite: anything the library builds at load and does not release at
+// unload is a leak.
 //
 // Usage: load_unload PATH-OF-LIBVX [ROUNDS]
 #include <dlfcn.h>
@@ -14,65 +15,44 @@
 
 namespace {
 
-typedef uint16_t (*InitFunction)();
-typedef void (*TermFunction)();
-typedef void* (*GetFunction)(uint16_t);
-typedef uint16_t (*SetFunction)(uint16_t, void*);
-typedef uint16_t (*RegionLockFunction)(int, uint16_t, uint64_t, uint64_t);
-typedef uint16_t (*LoadResourceFunction)(const char*, uint32_t, void**, int32_t*);
-typedef uint16_t (*FreeResourceFunction)(void*, int32_t*);
-typedef uint64_t (*LoadStringFunction)(const char*, uint32_t, char*, uint64_t);
-
+// The function `name` of library as type T; null (reported) when missing.
 template <typename T>
-bool find(void* library, const char* name, T* function) {
-  *function = reinterpret_cast<T>(dlsym(library, name));
-  if (!*function) fprintf(stderr, "missing symbol %s: %s\n", name, dlerror());
-  return *function != nullptr;
+T find(void* library, const char* name) {
+  T function = reinterpret_cast<T>(dlsym(library, name));
+  if (!function) fprintf(stderr, "missing symbol %s: %s\n", name, dlerror());
+  return function;
 }
 
-// One round: register this thread and a second one, store and read back a
-// slot, release both; lock a byte range and leave it in the library's list
-// of held ranges, and open the message catalog and read a text from it;
-// the unload must free both. Returns false on a wrong answer.
+// One round: open the message catalog and read a text from it; lock a byte
+// range and leave it in the library's list of held ranges; register this
+// thread and a second one, store and read back a slot, release both. The
+// unload must free all of it. Returns false on a wrong answer.
 bool useLibrary(void* library) {
-  InitFunction init;
-  TermFunction term;
-  GetFunction get;
-  SetFunction set;
-  RegionLockFunction regionLock;
-  LoadResourceFunction loadResource;
-  FreeResourceFunction freeResource;
-  LoadStringFunction loadString;
-  if (!find(library, "_Z18bosLoadResourceDLLPKcjPPvPi", &loadResource) ||
-      !find(library, "_Z18bosFreeResourceDLLPvPi", &freeResource) ||
-      !find(library, "_Z10LoadStringPKcjPcm", &loadString)) {
-    return false;
-  }
+  auto loadResource = find<uint16_t (*)(const char*, uint32_t, void**, int32_t*)>(library, "_Z18bosLoadResourceDLLPKcjPPvPi");
+  auto freeResource = find<uint16_t (*)(void*, int32_t*)>(library, "_Z18bosFreeResourceDLLPvPi");
+  auto loadString = find<uint64_t (*)(const char*, uint32_t, char*, uint64_t)>(library, "_Z10LoadStringPKcjPcm");
+  auto regionLock = find<uint16_t (*)(int, uint16_t, uint64_t, uint64_t)>(library, "_Z13bosRegionLockitmm");
+  auto init = find<uint16_t (*)()>(library, "_Z16mdsPerThreadInitv");
+  auto term = find<void (*)()>(library, "_Z16mdsPerThreadTermv");
+  auto get = find<void* (*)(uint16_t)>(library, "_Z19mdsGetPerThreadDatat");
+  auto set = find<uint16_t (*)(uint16_t, void*)>(library, "_Z19mdsSetPerThreadDatatPv");
+  if (!loadResource || !freeResource || !loadString || !regionLock || !init || !term || !get || !set) return false;
   int32_t users = 0;
   char text[256];
   loadResource("vxlib", 0, nullptr, &users);
   // The catalog built with the library has a text for 1509.
   if (loadString("vxlib", 1509, text, sizeof text) == 0 || strcmp(text, "1509") == 0) return false;
   freeResource(nullptr, &users);
-  if (!find(library, "_Z16mdsPerThreadInitv", &init) || !find(library, "_Z16mdsPerThreadTermv", &term) ||
-      !find(library, "_Z19mdsGetPerThreadDatat", &get) || !find(library, "_Z19mdsSetPerThreadDatatPv", &set) ||
-      !find(library, "_Z13bosRegionLockitmm", &regionLock)) {
-    return false;
-  }
   FILE* scratch = tmpfile();
   if (!scratch || regionLock(fileno(scratch), 0, 0, 10) != 0) return false;
   fclose(scratch);  // the system lock goes with the descriptor
   bool ok = true;
   auto round = [&](uintptr_t value) {
-    if (init() != 1 || set(0, reinterpret_cast<void*>(value)) != 0 ||
-        get(0) != reinterpret_cast<void*>(value)) {
-      ok = false;
-    }
+    ok = ok && init() == 1 && set(0, reinterpret_cast<void*>(value)) == 0 && get(0) == reinterpret_cast<void*>(value);
     term();
   };
   round(1);
-  std::thread other(round, 2);
-  other.join();
+  std::thread(round, 2).join();
   return ok;
 }
 
@@ -86,20 +66,14 @@ int main(int argc, char** argv) {
   int rounds = argc > 2 ? atoi(argv[2]) : 50;
   for (int i = 0; i < rounds; ++i) {
     void* library = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
-    if (!library) {
-      fprintf(stderr, "dlopen: %s\n", dlerror());
-      return 1;
-    }
-    if (!useLibrary(library)) {
-      fprintf(stderr, "round %d: wrong per-thread data or no catalog text\n", i);
-      return 1;
-    }
-    if (dlclose(library) != 0) {
-      fprintf(stderr, "dlclose: %s\n", dlerror());
-      return 1;
-    }
-    if (dlopen(argv[1], RTLD_NOW | RTLD_NOLOAD)) {
-      fprintf(stderr, "round %d: the library stayed loaded after dlclose\n", i);
+    const char* failure = !library ? "dlopen failed"
+                          : !useLibrary(library) ? "wrong per-thread data or no catalog text"
+                          : dlclose(library) != 0 ? "dlclose failed"
+                          : dlopen(argv[1], RTLD_NOW | RTLD_NOLOAD) ? "the library stayed loaded after dlclose"
+                                                                     : nullptr;
+    if (failure) {
+      const char* why = dlerror();
+      fprintf(stderr, "round %d: %s%s%s\n", i, failure, why ? ": " : "", why ? why : "");
       return 1;
     }
   }
