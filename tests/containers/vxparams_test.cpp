@@ -1,308 +1,134 @@
+// Message templates, in-place rewriting and catalog texts. The fuzz
+// targets vxparams_fuzz and vxreplace_fuzz check marker filling and
+// rewriting against models; these are the cases they do not judge: the
+// exact growth of a rewrite, borrowed buffers, quoting, failures and the
+// catalog.
 #include "containers/vxparams.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+#include <tuple>
+#include <vector>
 
+#include "containers_support.h"
 #include "foundation/msgtext_internal.h"
-#include "strings_support.h"
 
 namespace {
 
-// ---------------------------------------------------------------------------
-// VxParamString
+using ParamsTest = vxtest::ContainerTest;
 
-using VxParamStringTest = StringTest;
-
-TEST_F(VxParamStringTest, ATextReplacesEveryOccurrenceOfItsMarkerOnce) {
-  VxParamString p;
-  ASSERT_EQ(0u, p.initialize("A %s1 B %s1"));
-  p << "x";
-  EXPECT_STREQ("A x B x", p.asCStr());
-  EXPECT_EQ(1, p.getParamCount());
-
-  ASSERT_EQ(0u, p.initialize("[%s1] [%s1]"));  // a value holding its own marker goes in once
-  p << "%s1";
-  EXPECT_STREQ("[%s1] [%s1]", p.asCStr());
-  EXPECT_EQ(1, p.getParamCount());
-
-  ASSERT_EQ(0u, p.initialize("no markers"));  // a missing marker is not an error
-  EXPECT_EQ(0u, p.setParam("x"));
-  EXPECT_STREQ("no markers", p.asCStr());
-  EXPECT_FALSE(p.isFailed());
-}
-
-TEST_F(VxParamStringTest, NumberingIsDeliberatelyByPositionNotByType) {
-  VxParamString p;
-  ASSERT_EQ(0u, p.initialize("%s1 %d2"));
-  p << "x" << uint64_t(42);
-  EXPECT_STREQ("x 42", p.asCStr());
-
-  VxParamString reversed;
-  ASSERT_EQ(0u, reversed.initialize("%s1 %d2"));
-  reversed << uint64_t(42) << "x";  // looks for %d1, then %s2
-  EXPECT_STREQ("%s1 %d2", reversed.asCStr());
-  EXPECT_EQ(2, reversed.getParamCount());
-  EXPECT_FALSE(reversed.isFailed());
-}
-
-TEST_F(VxParamStringTest, MarkersAboveNineDeliberatelyCarryAnX) {
-  VxParamString p;
-  ASSERT_EQ(0u, p.initialize("%s1|%sx10|%sx11"));
-  for (int i = 0; i < 9; ++i) ASSERT_EQ(0u, p.setParam("-"));
-  EXPECT_STREQ("-|%sx10|%sx11", p.asCStr());
-  p << "ten";
-  EXPECT_STREQ("-|ten|%sx11", p.asCStr());
-  p << "eleven";
-  EXPECT_STREQ("-|ten|eleven", p.asCStr());
-}
-
-TEST_F(VxParamStringTest, BuildMatchStringWritesTheNextMarker) {
+TEST_F(ParamsTest, ParamStringsFillMarkersByPosition) {
+  // template, values streamed in, result
+  const std::vector<std::tuple<const char*, std::function<void(VxParamString&)>, const char*>> rows = {
+      {"[%s1] [%s1]", [](VxParamString& p) { p << "%s1"; }, "[%s1] [%s1]"},  // a value holding its marker goes in once
+      {"%s1 %d2", [](VxParamString& p) { p << uint64_t{42} << "x"; }, "%s1 %d2"},  // deliberately by position, not type
+      {"%s1|%sx10", [](VxParamString& p) { for (int i = 0; i < 10; ++i) p << std::to_string(i).c_str(); }, "0|9"},
+      {"<%s1><%s2>", [](VxParamString& p) { p.setParam(static_cast<const char*>(nullptr)); p << VxSubString(); }, "<><>"},
+      {"T %s1", [](VxParamString& p) { p.setQuotedParam("o'k", '\''); }, "T 'o''k'"},
+      {"%s1", [](VxParamString& p) { p << "a"; p.concat(" and %s1"); p.resetParamCount(); p << "b"; }, "a and b"},
+  };
+  for (const auto& [before, fill, after] : rows) {
+    VxParamString p;
+    ASSERT_EQ(0u, p.initialize(before));
+    fill(p);
+    EXPECT_STREQ(after, p.asCStr()) << before;
+    EXPECT_FALSE(p.isFailed());
+  }
   VxParamString p;
   char marker[VxParamString::kMatchBufferSize];
-  EXPECT_EQ(3, p.buildMatchString(marker, 's'));
-  EXPECT_STREQ("%s1", marker);
-  for (int i = 2; i < 10; ++i) p.buildMatchString(marker, 'd');
+  for (int i = 1; i < 10; ++i) EXPECT_EQ(3, p.buildMatchString(marker, 'd'));
   EXPECT_STREQ("%d9", marker);
-  EXPECT_EQ(5, p.buildMatchString(marker, 'd'));
-  EXPECT_STREQ("%dx10", marker);
-  p.resetParamCount();
-  p.buildMatchString(marker, 's');
-  EXPECT_STREQ("%s1", marker);
+  EXPECT_EQ(5, p.buildMatchString(marker, 's'));
+  EXPECT_STREQ("%sx10", marker);
 }
 
-TEST_F(VxParamStringTest, NumbersViewsEmptyAndQuotedValuesFillMarkers) {
-  VxParamString p;
-  ASSERT_EQ(0u, p.initialize("%d1 %d2 %d3"));
-  p << int64_t(-5) << uint64_t(18446744073709551615u) << int64_t(0);
-  EXPECT_STREQ("-5 18446744073709551615 0", p.asCStr());
-  ASSERT_EQ(0u, p.initialize("<%s1><%s2><%s3>"));
-  p << VxSubString("abcdef", 3) << "" << VxSubString();
-  EXPECT_STREQ("<abc><><>", p.asCStr());
-  ASSERT_EQ(0u, p.initialize("Table %s1 not found"));
-  ASSERT_EQ(0u, p.setQuotedParam("o'k", '\''));
-  EXPECT_STREQ("Table 'o''k' not found", p.asCStr());
-}
-
-TEST_F(VxParamStringTest, ResetParamCountAndReinitializingRestartNumbering) {
-  VxParamString p;
-  ASSERT_EQ(0u, p.initialize("%s1"));
-  p << "a";
-  ASSERT_EQ(0u, p.concat(" and %s1"));
-  p.resetParamCount();
-  p << "b";
-  EXPECT_STREQ("a and b", p.asCStr());
-  ASSERT_EQ(0u, p.initialize("%s1!"));
-  EXPECT_EQ(0, p.getParamCount());
-  p << "b";
-  EXPECT_STREQ("b!", p.asCStr());
-}
-
-TEST_F(VxParamStringTest, OutOfMemorySetsTheFailedFlagAndLaterValuesAreIgnored) {
-  VxParamString p;
-  ASSERT_EQ(0u, p.initialize("%s1 %s2"));
-  ramFailAllocationAfter(1);
-  EXPECT_EQ(1u, p.setParam("a value longer than its marker"));
-  EXPECT_TRUE(p.isFailed());
-  EXPECT_STREQ("%s1 %s2", p.asCStr());
-  p << "b";
-  EXPECT_EQ(1, p.getParamCount());
-  EXPECT_STREQ("%s1 %s2", p.asCStr());
-  ASSERT_EQ(0u, p.initialize("%s1"));  // a quoted value fails when its copy cannot be made
-  ramFailAllocationAfter(1);
-  EXPECT_EQ(1u, p.setQuotedParam("x", '\''));
-  EXPECT_TRUE(p.isFailed());
-  EXPECT_STREQ("%s1", p.asCStr());
-}
-
-TEST_F(VxParamStringTest, InitializeSetsOrClearsTheFailedFlag) {
+TEST_F(ParamsTest, AParamStringThatRanOutOfMemoryIgnoresLaterValues) {
   VxParamString p(VX_CP_UTF8);
   ramFailAllocationAfter(1);
   EXPECT_EQ(1u, p.initialize("abc"));
   EXPECT_TRUE(p.isFailed());
   p << "ignored";
   EXPECT_EQ(0, p.getParamCount());
-  ASSERT_EQ(0u, p.initialize("x %s1", 4));
+  ASSERT_EQ(0u, p.initialize("x %s1 %s2", 5));  // initializing again clears the flag
   EXPECT_FALSE(p.isFailed());
-  EXPECT_STREQ("x %s", p.asCStr());
   EXPECT_EQ(VX_CP_UTF8, p.getCodePage());
-  ASSERT_EQ(0u, p.initialize(VXSIZE_T(20), VX_CP_BYTES));
-  EXPECT_EQ(21u, p.getCapacity());
-  EXPECT_EQ(0u, p.getLength());
+  for (uint64_t failing = 1; failing <= 2; ++failing) {  // the quoted copy, its quotes
+    ramFailAllocationAfter(failing);
+    EXPECT_EQ(1u, p.setQuotedParam("'", '\''));
+    EXPECT_TRUE(p.isFailed());
+    ASSERT_EQ(0u, p.initialize(VXSIZE_T{20}, VX_CP_BYTES));
+    EXPECT_EQ(21u, p.getCapacity());
+    ASSERT_EQ(0u, p.initialize("%s1"));
+  }
+  ramFailAllocationAfter(1);
+  p << "a value longer than its marker" << int64_t{5};
+  EXPECT_TRUE(p.isFailed());
+  EXPECT_EQ(1, p.getParamCount());
+  EXPECT_STREQ("%s1", p.asCStr());
 }
 
-// ---------------------------------------------------------------------------
-// VxReplaceString
-
-using VxReplaceStringTest = StringTest;
-
-// Drops n source bytes by moving the view's start on.
-void skipSource(VxReplaceString& r, VXSIZE_T n) {
-  r.VxSubString::initialize(r.asPascalStr(n), r.getLength() - n);
-}
-
-TEST_F(VxReplaceStringTest, AViewOverTheWholeTargetAtStart) {
+// VxReplaceString: the gap grows by the need plus 512 bytes at a time, and
+// the target is trimmed at the end.
+TEST_F(ParamsTest, ARewriteGrowsItsGapByTheNeedPlus512) {
   VxString target(VX_CP_UTF8);
-  ASSERT_EQ(0u, target.initialize("abc", VX_CP_UTF8));
-  VxReplaceString r(&target);
-  EXPECT_EQ(target.asPascalStr(), r.asPascalStr());
-  EXPECT_EQ(3u, r.getLength());
-  EXPECT_EQ(VX_CP_UTF8, r.getCodePage());
-  EXPECT_EQ(0u, r.getOutputLength());
-  EXPECT_EQ(0u, r.getGapEnd());
-}
-
-TEST_F(VxReplaceStringTest, InsertingSixHundredBytesGrowsOnceBy1112) {
-  VxString target;
   ASSERT_EQ(0u, target.initialize("0123456789"));
-  ASSERT_EQ(11u, target.getCapacity());
-  std::string inserted(600, 'x');
+  const std::string inserted(600, 'x');
   {
     VxReplaceString r(&target);
+    EXPECT_EQ(VX_CP_UTF8, r.getCodePage());
+    EXPECT_EQ(0u, r.getOutputLength() + r.getGapEnd());
     r.increaseInsertionPoint(3);
     ASSERT_EQ(0u, r.concat(inserted.data(), inserted.size()));
     EXPECT_EQ(11u + 1112u, target.getCapacity());
-    EXPECT_EQ(603u, r.getOutputLength());
     EXPECT_EQ(3u + 1112u, r.getGapEnd());
-    EXPECT_EQ("3456789", text(r));
     ASSERT_EQ(0u, r.concat("yy", 2));  // fits in the gap
     EXPECT_EQ(11u + 1112u, target.getCapacity());
+    r.setInsertionPoint(603);  // "yy" is source again
+    EXPECT_EQ("yy3456789", text(r));
+    ASSERT_EQ(0u, target.resize(4096));  // may move the buffer
+    r.reInitialize();
+    EXPECT_EQ(target.asPascalStr() + r.getGapEnd(), r.asPascalStr());
+    ramFailAllocationAfter(1);  // the gap is wide enough: nothing to allocate
+    ASSERT_EQ(0u, r.addQuotedBytes("it's", 4, '\''));
+    ramFailAllocationAfter(0);
   }
-  EXPECT_EQ("012" + inserted + "yy3456789", text(target));
+  EXPECT_EQ("012" + inserted + "'it''s'yy3456789", text(target));
   EXPECT_EQ(target.getLength() + 1, target.getCapacity());
 }
 
-TEST_F(VxReplaceStringTest, ARewriteKeepsDropsAndReplaces) {
-  VxString target;
-  ASSERT_EQ(0u, target.initialize("hello world, hello"));
-  {
-    VxReplaceString r(&target);
-    r.increaseInsertionPoint(6);
-    skipSource(r, 5);  // drop "world": the gap is now 5 bytes wide
-    ASSERT_EQ(0u, r.concat("all", 3));
-    r.increaseInsertionPoint(2);
-    EXPECT_EQ("hello", text(r));
-  }
-  EXPECT_EQ("hello all, hello", text(target));
-}
-
-TEST_F(VxReplaceStringTest, ConcatMayCopyFromTheUnconsumedSourceOrTheOutput) {
-  VxString target;
-  ASSERT_EQ(0u, target.initialize("ab"));
-  {
-    VxReplaceString r(&target);
-    // Repeat the next source byte before keeping it; the copy needs growth.
-    ASSERT_EQ(0u, r.concat(r.asPascalStr(), 1));
-    r.increaseInsertionPoint(1);
-    ASSERT_EQ(0u, r.concat(target.asPascalStr(), 2));  // from the output
-  }
-  EXPECT_EQ("aaaab", text(target));
-  target.unInitialize();
-  ASSERT_EQ(0u, target.initialize("abc"));
-  {
-    VxReplaceString r(&target);
-    r.increaseInsertionPoint(2);
-    ASSERT_EQ(0u, r.concat(target.asPascalStr(), 2));  // from the output, no gap yet: grows
-  }
-  EXPECT_EQ("ababc", text(target));
-}
-
-TEST_F(VxReplaceStringTest, AddQuotedBytesWritesTheQuotedForm) {
-  VxString target;
-  ASSERT_EQ(0u, target.initialize("v=;"));
-  {
-    VxReplaceString r(&target);
-    r.increaseInsertionPoint(2);
-    ASSERT_EQ(0u, r.addQuotedBytes("it's", 4, '\''));
-  }
-  EXPECT_EQ("v='it''s';", text(target));
-}
-
-TEST_F(VxReplaceStringTest, SetInsertionPointTurnsOutputBackIntoSourceWithOrWithoutAGap) {
-  VxString target;
-  ASSERT_EQ(0u, target.initialize("abcdef"));
-  {
-    VxReplaceString r(&target);
-    r.increaseInsertionPoint(2);
-    ASSERT_EQ(0u, r.concat("XY", 2));  // grows: a gap opens
-    r.increaseInsertionPoint(2);        // output "abXYcd"
-    r.setInsertionPoint(3);             // "Ycd" is source again
-    EXPECT_EQ(3u, r.getOutputLength());
-    EXPECT_EQ("Ycdef", text(r));
-    r.setInsertionPoint(5);             // beyond the insertion point: no-op
-    EXPECT_EQ(3u, r.getOutputLength());
-    skipSource(r, 1);
-  }
-  EXPECT_EQ("abXcdef", text(target));
-  target.unInitialize();
-  ASSERT_EQ(0u, target.initialize("abcd"));
-  {
-    VxReplaceString r(&target);
-    r.increaseInsertionPoint(3);
-    r.setInsertionPoint(1);
-    EXPECT_EQ("bcd", text(r));
-    EXPECT_EQ(1u, r.getGapEnd());
-  }
-  EXPECT_EQ("abcd", text(target));
-}
-
-TEST_F(VxReplaceStringTest, ReInitializeFollowsAMovedTargetBuffer) {
-  VxString target;
-  ASSERT_EQ(0u, target.initialize("abcdef"));
-  {
-    VxReplaceString r(&target);
-    r.increaseInsertionPoint(2);
-    ASSERT_EQ(0u, target.resize(4096));  // may move the buffer
-    r.reInitialize();
-    EXPECT_EQ(target.asPascalStr() + 2, r.asPascalStr());
-    ASSERT_EQ(0u, r.concat("-", 1));
-  }
-  EXPECT_EQ("ab-cdef", text(target));
-}
-
-TEST_F(VxReplaceStringTest, AFailedGrowthLeavesTheTargetConsistent) {
-  VxString target;
-  ASSERT_EQ(0u, target.initialize("abc"));
-  {
-    VxReplaceString r(&target);
-    r.increaseInsertionPoint(1);
-    ramFailAllocationAfter(1);
-    EXPECT_EQ(1u, r.concat("XYZ", 3));
-    ramFailAllocationAfter(1);
-    EXPECT_EQ(1u, r.addQuotedBytes("q", 1, '"'));
-    ramFailAllocationAfter(0);
-    EXPECT_EQ(1u, r.getOutputLength());
-    EXPECT_EQ(1u, r.getGapEnd());
-    EXPECT_EQ("bc", text(r));
-  }
-  EXPECT_EQ("abc", text(target));
-}
-
-TEST_F(VxReplaceStringTest, ABorrowedTargetCannotGrow) {
+TEST_F(ParamsTest, ARewriteThatCannotGrowChangesNothing) {
   char buffer[8] = "abc";
-  VxString target;
-  target.initializeWithBuffer(buffer, sizeof buffer, 3);
+  VxString borrowed, owned;
+  borrowed.initializeWithBuffer(buffer, sizeof buffer, 3);
+  ASSERT_EQ(0u, owned.initialize("abc"));
   {
-    VxReplaceString r(&target);
-    EXPECT_EQ(1u, r.concat("x", 1));
+    VxReplaceString b(&borrowed), o(&owned);
+    EXPECT_EQ(1u, b.concat("x", 1));
     EXPECT_EQ(2716, VxErrorKeeper::getLastErrorNumber());
-    skipSource(r, 1);
-    ASSERT_EQ(0u, r.concat("Z", 1));  // fits in the gap
+    b.VxSubString::initialize(b.asPascalStr(1), 2);  // drop a source byte: the gap is 1 wide
+    ASSERT_EQ(0u, b.concat("Z", 1));
+    o.increaseInsertionPoint(1);
+    for (bool quoted : {false, true}) {
+      ramFailAllocationAfter(1);
+      EXPECT_EQ(1u, quoted ? o.addQuotedBytes("q", 1, '"') : o.concat("XYZ", 3));
+    }
+    EXPECT_EQ("bc", text(o));
+    EXPECT_EQ(1u, o.getOutputLength());
+    EXPECT_EQ(1u, o.getGapEnd());
   }
-  EXPECT_EQ("Zbc", text(target));
-  EXPECT_EQ(8u, target.getCapacity());
+  EXPECT_EQ("Zbc", text(borrowed));
+  EXPECT_EQ(8u, borrowed.getCapacity());  // a borrowed buffer is not trimmed
+  EXPECT_EQ("abc", text(owned));
 }
 
-// ---------------------------------------------------------------------------
-// VxResourceString
-
-TEST(VxResourceString, HoldsTheCatalogTextOfTheNumber) {
+TEST(VxResourceString, HoldsTheCatalogTextOfItsNumberOrTheNumber) {
   char expected[1024];
-  VXSIZE_T length = loadMessageText(1509, expected, sizeof expected);
-  VxResourceString text(1509);
+  const VXSIZE_T length = loadMessageText(1509, expected, sizeof expected);
+  VxResourceString text(1509), unknown(65000);
   EXPECT_STREQ(expected, static_cast<const char*>(text));
   EXPECT_EQ(length, text.getLength());
-  VxResourceString unknown(65000);  // a number without text holds the number
   EXPECT_STREQ("65000", static_cast<const char*>(unknown));
   EXPECT_EQ(5u, unknown.getLength());
 }
