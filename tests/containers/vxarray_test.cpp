@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <functional>
+#include <tuple>
 #include <vector>
 
 #include "containers/vxsorted.h"
@@ -24,50 +25,38 @@ TEST_F(ArrayTest, PushNeverGrowsDeliberatelyAndResetTouchesNoSlot) {
   Counted x(1, &deaths), y(2, &deaths);
   ArrayProbe a;
   a.borrow(borrowed, 2);
-  a.push(&x);
-  a.push(&y);
-  a.push(&x);
-  EXPECT_EQ(3u, a.getCount());
-  EXPECT_EQ(2u, a.getSizeOfArray());
-  EXPECT_EQ(&x, borrowed[2].object);
+  for (Counted* c : {&x, &y, &x}) a.push(c);
+  EXPECT_EQ(std::make_tuple(VXSIZE_T{3}, VXSIZE_T{2}, &x), std::make_tuple(a.getCount(), a.getSizeOfArray(), borrowed[2].object));
   a.reset();
   EXPECT_EQ(0u, a.getCount());
   a.setNextIndex(2);
   EXPECT_EQ(&y, a.at(1));
   ASSERT_EQ(0u, a.add(&y));  // full: copy growth takes over the borrowed vector
   EXPECT_NE(borrowed, a.storage());
-  EXPECT_TRUE(a.ownsStorage());
-  EXPECT_EQ(18u, a.getSizeOfArray());
-  EXPECT_EQ(&y, a.at(2));
-  EXPECT_EQ(0, deaths);
+  EXPECT_EQ(std::make_tuple(true, VXSIZE_T{18}, &y), std::make_tuple(a.ownsStorage(), a.getSizeOfArray(), a.at(2)));
 }
 
 TEST_F(ArrayTest, ElementsAreDestroyedOnlyWhenAsked) {
+  Counted x(1, &deaths);
   {
-    ArrayProbe a;
-    a.add(new Counted(1, &deaths));
-    a.add(new Counted(2, &deaths));
-    a.add(nullptr);
+    ArrayProbe a;  // the destructor leaves x alone
+    for (Counted* c : {new Counted(1, &deaths), new Counted(2, &deaths), static_cast<Counted*>(nullptr)}) a.add(c);
     a.setNextIndex(1);  // the second element lies beyond the count now
     a.setDeleteAllSlots();
     a.deleteContents();
     EXPECT_EQ(2, deaths);
-    Counted x(1, &deaths);
     a.add(&x);
   }
-  EXPECT_EQ(3, deaths);  // x itself, at the end of its scope
   {
     VxArray a;
     a.setDeleteContentsOnDestruct();
     a.add(new Counted(1, &deaths));
   }
-  EXPECT_EQ(4, deaths);
+  EXPECT_EQ(3, deaths);
   VxArrayPVoid blocks;  // plain blocks are released, checked by the leak sanitizer
-  ASSERT_EQ(0u, blocks.add(malloc(8)));
-  blocks.add(nullptr);
+  for (void* block : {malloc(8), static_cast<void*>(nullptr), malloc(4)}) ASSERT_EQ(0u, blocks.add(block));
   blocks.deleteAtIndex(0);
   EXPECT_EQ(nullptr, blocks[0]);
-  blocks.add(malloc(4));
   blocks.deleteContents();
   EXPECT_EQ(nullptr, blocks.at(1));
   blocks.setDeleteContentsOnDestruct();
@@ -75,44 +64,37 @@ TEST_F(ArrayTest, ElementsAreDestroyedOnlyWhenAsked) {
 }
 
 // Sizing: each row acts on an array holding one element in 16 slots (or
-// none when `empty`) and gives the capacity and count it leaves.
+// none when `empty`) and gives the capacity and count it leaves, and
+// whether the element is still there; every other slot is empty.
 TEST_F(ArrayTest, SizingCallsSetCapacityAndCountAsDocumented) {
-  struct Row {
-    const char* what;
-    bool empty;
-    std::function<unsigned(ArrayProbe&)> run;
-    VXSIZE_T capacity, count;
-    bool keepsElement;
-  };
-  const Row rows[] = {
-      {"setInitialSize zeroes its slots", true, [](ArrayProbe& a) { return a.setInitialSize(5); }, 5, 0, false},
-      {"setInitialSize(0) still allocates", true, [](ArrayProbe& a) { return a.setInitialSize(0) + (a.storage() == nullptr); }, 0, 0, false},
+  using Run = std::function<unsigned(ArrayProbe&)>;
+  const std::vector<std::tuple<const char*, bool, Run, VXSIZE_T, VXSIZE_T, bool>> rows = {
+      {"setInitialSize", true, [](ArrayProbe& a) { return a.setInitialSize(5); }, 5, 0, false},
+      {"setInitialSize(0) still allocates", true, [](ArrayProbe& a) { return a.setInitialSize(0) + !a.storage(); }, 0, 0, false},
       {"copy growth", false, [](ArrayProbe& a) { return a.increaseSize(4, 1, 0); }, 20, 1, true},
       {"a zero increment doubles", false, [](ArrayProbe& a) { return a.increaseSize(0, 1, 0); }, 32, 1, true},
       {"fresh growth discards the elements", false, [](ArrayProbe& a) { return a.increaseSize(16, 0, 0); }, 32, 1, false},
       {"resize to the capacity doubles it", false, [](ArrayProbe& a) { return a.resize(16, 1); }, 32, 1, true},
       {"resize", false, [](ArrayProbe& a) { return a.resize(40, 1); }, 40, 1, true},
       {"shrink sets capacity and count", false, [](ArrayProbe& a) { return a.shrink(3); }, 3, 3, true},
-      {"shrink(0) releases", false, [](ArrayProbe& a) { return a.shrink(0) + (a.storage() != nullptr); }, 0, 0, false},
+      {"shrink(0) releases", false, [](ArrayProbe& a) { return a.shrink(0) + !!a.storage(); }, 0, 0, false},
   };
   Counted x(1, &deaths);
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, empty, run, capacity, count, kept] : rows) {
+    SCOPED_TRACE(what);
     ArrayProbe a;
-    if (!row.empty) a.add(&x);
-    ASSERT_EQ(0u, row.run(a));
-    EXPECT_EQ(row.capacity, a.getSizeOfArray());
-    EXPECT_EQ(row.count, a.getCount());
-    for (VXSIZE_T i = 0; i < a.getSizeOfArray(); ++i) EXPECT_EQ(i == 0 && row.keepsElement ? &x : nullptr, a[i]) << i;
+    if (!empty) a.add(&x);
+    ASSERT_EQ(0u, run(a));
+    EXPECT_EQ(std::make_tuple(capacity, count), std::make_tuple(a.getSizeOfArray(), a.getCount()));
+    for (VXSIZE_T i = 0; i < a.getSizeOfArray(); ++i) EXPECT_EQ(i == 0 && kept ? &x : nullptr, a[i]) << i;
     ASSERT_EQ(0u, a.add(&x));  // and growth goes on from there
-    EXPECT_EQ(row.capacity == a.getCount() - 1 ? row.capacity + 16 : row.capacity, a.getSizeOfArray());
+    EXPECT_EQ(capacity == count ? capacity + 16 : capacity, a.getSizeOfArray());
   }
   VxArraySlot borrowed[8] = {};
   ArrayProbe b;
   b.borrow(borrowed, 8);
   ASSERT_EQ(0u, b.shrink(4));  // a borrowed vector stays in place
-  EXPECT_EQ(borrowed, b.storage());
-  EXPECT_EQ(4u, b.getSizeOfArray());
+  EXPECT_EQ(std::make_tuple(borrowed, VXSIZE_T{4}), std::make_tuple(b.storage(), b.getSizeOfArray()));
 }
 
 // Every growth of a full array fails with status 1 and leaves the array as
@@ -132,26 +114,19 @@ TEST_F(ArrayTest, FailedGrowthLeavesTheArrayAsItWas) {
   for (size_t r = 0; r < rows.size(); ++r) {
     ArrayProbe a;
     for (int i = 0; i < 16; ++i) a.add(i == 0 ? &y : &x);
-    VxArraySlot* before = a.storage();
+    const auto before = std::make_tuple(a.storage(), VXSIZE_T{16}, VXSIZE_T{16}, &y);
     ramFailAllocationAfter(rows[r].first ? 1 : 0);
     EXPECT_EQ(1u, rows[r].second(a)) << r;
-    EXPECT_EQ(before, a.storage()) << r;
-    EXPECT_EQ(16u, a.getSizeOfArray()) << r;
-    EXPECT_EQ(16u, a.getCount()) << r;
-    EXPECT_EQ(&y, a.at(0)) << r;
+    EXPECT_EQ(before, std::make_tuple(a.storage(), a.getSizeOfArray(), a.getCount(), a.at(0))) << r;
   }
   ArrayProbe empty, sized, fresh;
-  ramFailAllocationAfter(1);
-  EXPECT_EQ(1u, empty.add(&x));
-  EXPECT_EQ(0u, empty.getSizeOfArray() + empty.getCount());
-  ramFailAllocationAfter(1);
-  EXPECT_EQ(1u, sized.setInitialSize(8));
-  EXPECT_EQ(nullptr, sized.storage());
   fresh.add(&x);
-  ramFailAllocationAfter(1);
-  EXPECT_EQ(1u, fresh.increaseSize(16, 0, 0));  // deliberately loses the old vector first
-  EXPECT_EQ(nullptr, fresh.storage());
-  EXPECT_EQ(0u, fresh.getSizeOfArray());
+  for (int kind = 0; kind < 3; ++kind) {
+    ramFailAllocationAfter(1);
+    EXPECT_EQ(1u, kind == 0 ? empty.add(&x) : kind == 1 ? sized.setInitialSize(8) : fresh.increaseSize(16, 0, 0));
+  }
+  // Fresh growth deliberately loses the old vector before it allocates.
+  for (ArrayProbe* a : {&empty, &sized, &fresh}) EXPECT_EQ(std::make_tuple(nullptr, VXSIZE_T{0}), std::make_tuple(a->storage(), a->getSizeOfArray()));
   VxArrayU32 u;
   VxSortedArray s;
   VxSortedArrayVXSIZE_T w;
@@ -160,8 +135,7 @@ TEST_F(ArrayTest, FailedGrowthLeavesTheArrayAsItWas) {
     ramFailAllocationAfter(1);
     EXPECT_EQ(1u, kind == 0 ? u.add(99) : kind == 1 ? s.add(&y) : w.add(5)) << kind;
   }
-  EXPECT_EQ(16u, u.getCount() + s.getCount() + w.getCount() - 32);
-  EXPECT_EQ(6u, w.at(6));
+  EXPECT_EQ(std::make_tuple(VXSIZE_T{16}, VXSIZE_T{16}, VXSIZE_T{16}, VXSIZE_T{6}), std::make_tuple(u.getCount(), s.getCount(), w.getCount(), w.at(6)));
 }
 
 TEST_F(ArrayTest, RemovingDuplicatesKeepsThemAliveAndReturnsOneWhenEmpty) {
