@@ -1,6 +1,7 @@
 // Shared set-up of the INI cache and profile tests: a scratch directory
-// that serves as $HOME, the configuration-file variables cleared, an error
-// list installed, and helpers to write and read whole files.
+// that serves as $HOME, the configuration-file variables cleared (every
+// test starts from that, so none is put back), an error list installed,
+// and whole-file helpers.
 #ifndef VX_TESTS_CONFIG_INI_TEST_SUPPORT_H_
 #define VX_TESTS_CONFIG_INI_TEST_SUPPORT_H_
 
@@ -9,81 +10,44 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <map>
 #include <sstream>
 #include <string>
 
 #include "foundation/vxerror.h"
 
 class IniTest : public ::testing::Test {
- protected:
-  IniTest() : errors(nullptr, VxErrorList::kSupportMultipleErrors) {}
-
+ public:
   void SetUp() override {
     char pattern[] = "/tmp/vx_ini_XXXXXX";
     ASSERT_NE(nullptr, mkdtemp(pattern));
     dir = pattern;
-    for (const char* name : {"ODBCINI", "ODBC_INI", "ODBCINST", "ODBCINSTINI", "VXLIB_INI",
-                             "VX_SYSTEM_INI"}) {
-      remember(name);
+    for (const char* name : {"ODBCINI", "ODBC_INI", "ODBCINST", "ODBCINSTINI", "VXLIB_INI", "VX_SYSTEM_INI"})
       unsetenv(name);
-    }
-    remember("HOME");
-    setenv("HOME", dir.c_str(), 1);
+    setEnv("HOME", dir);
     VxErrorKeeper::setErrorList(&errors);
   }
-
   void TearDown() override {
     VxErrorKeeper::giveUpErrorList();
-    for (const auto& entry : savedEnv) {
-      if (entry.second.first) {
-        setenv(entry.first.c_str(), entry.second.second.c_str(), 1);
-      } else {
-        unsetenv(entry.first.c_str());
-      }
-    }
-    chmod(dir.c_str(), 0700);
-    std::string command = "rm -rf '" + dir + "'";
-    EXPECT_EQ(0, system(command.c_str()));
+    EXPECT_EQ(0, system(("rm -rf '" + dir + "'").c_str()));
   }
 
-  // Path of `name` in the scratch directory.
+  static void setEnv(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
   std::string path(const std::string& name) const { return dir + "/" + name; }
-
-  // Writes `contents` as the file `name` of the scratch directory and
-  // returns its path.
+  // Writes the file `name` of the scratch directory; returns its path.
   std::string writeFile(const std::string& name, const std::string& contents) {
-    std::string full = path(name);
-    std::ofstream out(full, std::ios::binary | std::ios::trunc);
-    out << contents;
-    return full;
+    std::ofstream(path(name), std::ios::binary | std::ios::trunc) << contents;
+    return path(name);
   }
-
   static std::string readFile(const std::string& full) {
-    std::ifstream in(full, std::ios::binary);
     std::stringstream text;
-    text << in.rdbuf();
+    text << std::ifstream(full, std::ios::binary).rdbuf();
     return text.str();
   }
 
-  void setEnv(const char* name, const std::string& value) {
-    remember(name);
-    setenv(name, value.c_str(), 1);
-  }
-
   std::string dir;
-  VxErrorList errors;
-
- private:
-  void remember(const char* name) {
-    if (savedEnv.count(name)) return;
-    const char* value = getenv(name);
-    savedEnv[name] = {value != nullptr, value ? value : ""};
-  }
-  std::map<std::string, std::pair<bool, std::string>> savedEnv;
+  VxErrorList errors{nullptr, VxErrorList::kSupportMultipleErrors};
 };
 
 #endif  // VX_TESTS_CONFIG_INI_TEST_SUPPORT_H_

@@ -1,25 +1,23 @@
 // Reads lines "SECTION<TAB>KEY" from standard input and prints, one line
 // each, what unixODBC's SQLGetPrivateProfileString gives for them from
-// "odbc.ini" (the file "ODBCINI" names), with the default "<none>".
-// A separate program because libodbcinst keeps process-wide state.
+// "odbc.ini" (the file "ODBCINI" names), with the default "<none>". An
+// empty KEY asks for the section's key list, printed as each key followed
+// by "|". A separate program because libodbcinst keeps process-wide state.
 #include <odbcinst.h>
 
-#include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <string>
 
 int main() {
-  std::string line;
-  while (std::getline(std::cin, line)) {
-    size_t tab = line.find('\t');
-    if (tab == std::string::npos) continue;
-    std::string section = line.substr(0, tab), key = line.substr(tab + 1);
-    char buffer[4096];
-    int length = SQLGetPrivateProfileString(section.c_str(), key.c_str(), "<none>", buffer,
-                                            sizeof buffer, "odbc.ini");
-    if (length < 0) length = 0;
-    std::cout << std::string(buffer, strnlen(buffer, sizeof buffer)) << "\n";
+  for (std::string line; std::getline(std::cin, line);) {
+    std::string section = line.substr(0, line.find('\t')), key = line.substr(section.size() + 1);
+    char buffer[4096] = "";  // zeroed, so that a key list always ends in two NULs
+    SQLGetPrivateProfileString(section.c_str(), key.empty() ? nullptr : key.c_str(), "<none>", buffer, sizeof buffer - 1,
+                               "odbc.ini");
+    std::string answer = key.empty() ? "" : buffer;
+    for (const char* at = buffer; key.empty() && *at; at += strlen(at) + 1) answer += std::string(at) + "|";
+    std::cout << answer << "\n";
   }
   return 0;
 }

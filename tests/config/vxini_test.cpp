@@ -1,184 +1,137 @@
-// The profile interface: private and plain forms, the fresh-cache
-// Windows-named forms, vxstrlcpy and the installation directory.
+// The profile interface: which forms keep the task's cache open, the
+// fresh-cache Windows-named forms, defaults for a missing file, concurrent
+// writers, vxstrlcpy and the installation directory.
 #include "config/vxini.h"
 
-#include <cstring>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <functional>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "ini_test_support.h"
 
 namespace {
 
-class ProfileTest : public IniTest {
- protected:
-  // The task's cache of the file at full, or null.
-  static VxIniFileCache* taskCache(const std::string& full) {
-    VxIniFileCacheList* list = bosGetPTaskIniList();
-    if (!list) return nullptr;
-    for (VXSIZE_T i = 0; i < list->getCount(); ++i) {
-      VxIniFileCache* cache = static_cast<VxIniFileCache*>(list->at(i));
-      if (cache->isThisFile(full.c_str())) return cache;
-    }
-    return nullptr;
-  }
-
-  static std::string privateGet(const char* section, const char* key, const std::string& file) {
-    char buffer[256];
-    VXSIZE_T length =
-        vxGetPrivateProfileString(section, key, "<none>", buffer, sizeof buffer, file.c_str());
-    return std::string(buffer, length);
-  }
-};
-
-TEST_F(ProfileTest, MissingFileGivesTheDefaultCutToSizeMinusOne) {
-  setEnv("ODBCINI", path("missing.ini"));
-  char buffer[4];
-  EXPECT_EQ(3u, vxGetPrivateProfileString("s", "k", "default", buffer, sizeof buffer, "odbc.ini"));
-  EXPECT_STREQ("def", buffer);
-  EXPECT_EQ(7, vxGetPrivateProfileInt("s", "k", 7, "odbc.ini"));
-  EXPECT_EQ(0u, vxGetPrivateProfileSection("s", buffer, sizeof buffer, "odbc.ini"));
-  EXPECT_EQ(0, vxWritePrivateProfileString("s", "k", "v", "odbc.ini"));
-}
-
-TEST_F(ProfileTest, PrivateFormReadsThroughTheRedirection) {
-  std::string full = writeFile("elsewhere.ini", "[DSN1]\nServer = db1\nPort=5000\n");
-  setEnv("ODBCINI", full);
-  EXPECT_EQ("db1", privateGet("DSN1", "Server", "odbc.ini"));
-  EXPECT_EQ(5000, vxGetPrivateProfileInt("DSN1", "Port", 0, "odbc.ini"));
-  EXPECT_EQ("<none>", privateGet("DSN1", "Missing", "odbc.ini"));
-}
-
-TEST_F(ProfileTest, DeliberatePrivateFormsCloseTheirCacheAfterEachCall) {
-  std::string full = writeFile("a.ini", "[s]\nk=v\n");
-  EXPECT_EQ("v", privateGet("s", "k", full));
-  VxIniFileCache* cache = taskCache(full);
-  ASSERT_NE(nullptr, cache);
-  int32_t uses = cache->getUseCount();
-  EXPECT_EQ("v", privateGet("s", "k", full));
-  EXPECT_EQ(0, vxGetPrivateProfileInt("s", "k", 0, full.c_str()));
-  EXPECT_EQ(1, vxWritePrivateProfileString("s", "j", "w", full.c_str()));
-  EXPECT_EQ(uses, cache->getUseCount());
-}
-
-TEST_F(ProfileTest, DeliberatePlainFormsKeepTheCacheOpen) {
-  std::string full = writeFile("a.ini", "[s]\nk=v\n");
-  char buffer[16];
-  EXPECT_EQ(1u, vxGetProfileString("s", "k", "", buffer, sizeof buffer, full.c_str()));
-  VxIniFileCache* cache = taskCache(full);
-  ASSERT_NE(nullptr, cache);
-  int32_t uses = cache->getUseCount();
-  EXPECT_EQ(1u, vxGetProfileString("s", "k", "", buffer, sizeof buffer, full.c_str()));
-  EXPECT_EQ(uses + 1, cache->getUseCount());
-  EXPECT_EQ(0, vxGetProfileInt("s", "k", 0, full.c_str()));
-  EXPECT_EQ(uses + 2, cache->getUseCount());
-  EXPECT_EQ(1, vxWriteProfileString("s", "n", "5", full.c_str()));
-  EXPECT_EQ(uses + 3, cache->getUseCount());
-  EXPECT_EQ(5, vxGetProfileInt("s", "n", 0, full.c_str()));
-}
-
-TEST_F(ProfileTest, PrivateSectionReadLeavesTheCacheOpen) {
-  std::string full = writeFile("a.ini", "[s]\nA=1\nB=2\n");
-  char buffer[16];
-  EXPECT_EQ(5u, vxGetPrivateProfileSection("s", buffer, sizeof buffer, full.c_str()));
-  EXPECT_EQ(0, memcmp("A\0B\0\0", buffer, 5));
-  VxIniFileCache* cache = taskCache(full);
-  ASSERT_NE(nullptr, cache);
-  int32_t uses = cache->getUseCount();
-  vxGetPrivateProfileSection("s", buffer, sizeof buffer, full.c_str());
-  EXPECT_EQ(uses + 1, cache->getUseCount());
-}
-
-TEST_F(ProfileTest, InitAndTermCountUsesOfOneSharedCache) {
-  std::string full = writeFile("a.ini", "[s]\nk=v\n");
-  VxIniFileCache* first = vxPrivateProfileInit(full.c_str());
-  VxIniFileCache* second = vxProfileInit(full.c_str());
-  ASSERT_NE(nullptr, first);
-  EXPECT_EQ(first, second);
-  int32_t uses = first->getUseCount();
-  char buffer[16];
-  EXPECT_EQ(1u, vxGetPrivateProfileString("s", "k", "", buffer, sizeof buffer, first));
-  EXPECT_STREQ("v", buffer);
-  vxPrivateProfileTerm(first);
-  vxPrivateProfileTerm(second);
-  EXPECT_EQ(uses - 2, first->getUseCount());
-}
-
-TEST_F(ProfileTest, PrivateWriteAddsReplacesAndDeletes) {
-  std::string full = writeFile("a.ini", "[s]\nk=1\n");
-  EXPECT_EQ(1, vxWritePrivateProfileString("s", "k", "2", full.c_str()));
-  EXPECT_EQ(1, vxWritePrivateProfileString("t", "m", "3", full.c_str()));
-  EXPECT_EQ("2", privateGet("s", "k", full));
-  EXPECT_EQ("3", privateGet("t", "m", full));
-  EXPECT_EQ(1, vxWritePrivateProfileString("s", "k", nullptr, full.c_str()));
-  EXPECT_EQ(1, vxWritePrivateProfileString("t", nullptr, nullptr, full.c_str()));
-  EXPECT_EQ("[s]\n", readFile(full));
-}
-
-TEST_F(ProfileTest, WindowsNamedFormsReadTheFileAnewEveryCall) {
-  std::string full = writeFile("a.ini", "[s]\nk=aaa\nn=12\n");
-  char buffer[16];
-  EXPECT_EQ(3u, GetPrivateProfileString("s", "k", "", buffer, sizeof buffer, full.c_str()));
-  EXPECT_STREQ("aaa", buffer);
-  writeFile("a.ini", "[s]\nk=bbb\nn=34\n");  // same size, maybe the same second
-  EXPECT_EQ(3u, GetPrivateProfileString("s", "k", "", buffer, sizeof buffer, full.c_str()));
-  EXPECT_STREQ("bbb", buffer);
-  EXPECT_EQ(34u, GetPrivateProfileInt("s", "n", 0, full.c_str()));
-  EXPECT_EQ(1, WritePrivateProfileString("s", "k", "ccc", full.c_str()));
-  EXPECT_EQ("[s]\nk=ccc\nn=34\n", readFile(full));
-  EXPECT_EQ(nullptr, taskCache(full));
-}
-
-TEST_F(ProfileTest, WindowsNamedReadOfAMissingFileGivesTheDefault) {
-  setEnv("ODBCINI", path("missing.ini"));
-  char buffer[16];
-  EXPECT_EQ(4u, GetPrivateProfileString("s", "k", "dflt", buffer, sizeof buffer, "odbc.ini"));
-  EXPECT_STREQ("dflt", buffer);
-  EXPECT_EQ(9u, GetPrivateProfileInt("s", "k", 9, "odbc.ini"));
-  EXPECT_EQ(0, WritePrivateProfileString("s", "k", "v", "odbc.ini"));
-}
-
-TEST_F(ProfileTest, SystemDefaultsFileServesTheWinIniCalls) {
+// Each row: a call, what it answers (as text; a text as "length:text"
+// with each NUL shown as "|") and by how much it changes the use count of
+// the file's cache: a form that leaves it open adds one. Calls on
+// "odbc.ini" find no file and answer with their defaults.
+TEST_F(IniTest, ProfileCallsAnswerAndDeliberatelyCloseOrKeepTheTaskCache) {
+  std::string full = writeFile("a.ini", "[s]\nk=v\nn=12\n");
   writeFile(".system.defaults", "[Options]\nLevel=3\n");
-  EXPECT_EQ(3, vxGetWININIInt("Options", "Level", 0));
-  EXPECT_EQ(1, vxWriteWININIString("Options", "Level", "4"));
-  EXPECT_EQ(4, vxGetWININIInt("Options", "Level", 0));
-  EXPECT_EQ("[Options]\nLevel=4\n", readFile(path(".system.defaults")));
+  setEnv("ODBCINI", path("missing.ini"));
+  setEnv("ODBCINSTINI", full);
+  const char *f = full.c_str(), *m = "odbc.ini";
+  VxIniFileCache* cache = vxPrivateProfileInit(f);
+  ASSERT_NE(nullptr, cache);
+  char buffer[64];
+  auto n = [](int64_t value) { return std::to_string(value); };
+  auto installDir = [&](const char* dataSources, const char* installedDrivers, const char* given) {
+    for (const char* name : {"ODBCINI", "ODBCINSTINI"}) unsetenv(name);
+    writeFile(".odbc.ini", dataSources);
+    writeFile(".odbcinst.ini", installedDrivers);
+    return bosSetInstallDir(given) == 0 ? std::string(InstallDirLocation) : "failed";
+  };
+  auto got = [&](VXSIZE_T length) { return n(int64_t(length)) + ":" + std::string(buffer, length); };
+  struct { std::function<std::string()> call; std::string expected; int uses = 0; } calls[] = {
+      {[&] { return got(vxGetPrivateProfileString("s", "k", "", buffer, 64, f)); }, "1:v"},
+      {[&] { return n(vxGetPrivateProfileInt("s", "n", 0, f)); }, "12"},
+      {[&] { return n(vxWritePrivateProfileString("s", "j", "w", f)); }, "1"},
+      {[&] { return got(vxGetPrivateProfileSection("s", buffer, 64, f)); }, "7:k|n|j||", 1},
+      {[&] { return got(vxGetProfileString("s", "j", "", buffer, 64, f)); }, "1:w", 1},
+      {[&] { return n(vxGetProfileInt("s", "n", 0, f)); }, "12", 1},
+      {[&] { return n(vxWriteProfileString("s", "n", "5", f)); }, "1", 1},
+      {[&] { return got(vxGetPrivateProfileString("s", "n", "", buffer, 64, cache)); }, "1:5"},
+      {[&] { vxPrivateProfileTerm(cache); return ""; }, "", -1},
+      {[&] { return n(GetPrivateProfileInt("s", "n", 0, f)); }, "5"},
+      {[&] { return n(WritePrivateProfileString("s", "k", "ccc", f)); }, "1"},
+      {[&] { return n(vxGetWININIInt("Options", "Level", 0)); }, "3"},
+      {[&] { return n(vxWriteWININIString("Options", "Level", "4")); }, "1"},
+      {[&] { return n(vxGetWININIInt("Options", "Level", 0)); }, "4"},
+      {[&] { return got(vxGetPrivateProfileString("s", "k", "default", buffer, 4, m)); }, "3:def"},
+      {[&] { return n(vxGetPrivateProfileInt("s", "k", 7, m)); }, "7"},
+      {[&] { return n(vxGetPrivateProfileSection("s", buffer, 4, m)); }, "0"},
+      {[&] { return n(vxWritePrivateProfileString("s", "k", "v", m)); }, "0"},
+      {[&] { return got(vxGetProfileString("s", "k", nullptr, buffer, 4, m)); }, "0:"},
+      {[&] { return n(vxGetProfileInt("s", "k", 0x100000008LL, m)); }, "8"},  // deliberately narrowed
+      {[&] { return got(GetPrivateProfileString("s", "k", "dflt", buffer, 16, m)); }, "4:dflt"},
+      {[&] { return n(GetPrivateProfileInt("s", "k", 9, m)); }, "9"},
+      {[&] { return n(WritePrivateProfileString("s", "k", "v", m)); }, "0"},
+      // One cache for a path under any name; one taken out of the list is no more shared.
+      {[&] { return got(vxGetPrivateProfileSection("s", buffer, 64, "odbcinst.ini")); }, "7:k|n|j||", 1},
+      {[&] { bosGetPTaskIniList()->remove(cache); return n(vxGetProfileInt("s", "n", 0, f)); }, "5"},
+      // The installation directory: from .odbc.ini (plain form), else .odbcinst.ini, trimmed.
+      {[&] { return installDir("[ODBC]\nInstallDir=/opt/x/ \n", "", nullptr); }, "/opt/x"},
+      {[&] { return installDir("[ODBC]\nTrace=0\n", "[ODBC]\nInstallDir=/usr/lib/vx//\n", nullptr); }, "/usr/lib/vx/"},
+      {[&] { return installDir("", "", "/given/dir/\t "); }, "/given/dir"},
+      {[&] { return installDir("", "", " "); }, " "},  // the first byte is never trimmed
+      {[&] { return installDir("", "", std::string(2000, 'd').c_str()); }, std::string(VX_INSTALL_DIR_SIZE - 1, 'd')},
+  };
+  for (const auto& c : calls) {
+    int32_t before = cache->getUseCount();
+    std::string answer = c.call();
+    std::replace(answer.begin(), answer.end(), '\0', '|');
+    EXPECT_EQ(c.expected, answer) << "row " << &c - calls;
+    EXPECT_EQ(before + c.uses, cache->getUseCount()) << "row " << &c - calls;
+  }
+  delete cache;
 }
 
+// Writers of one file, each setting 40 keys of its own through calls of
+// its own (through the task's caches or fresh ones): afterwards every key
+// reads back and the section is there once.
+int writeKeys(const std::string& file, char writer, bool fresh) {
+  int failures = 0;
+  for (int i = 0; i < 40; ++i) {
+    std::string key = writer + std::to_string(i), value = key + std::string(size_t(i % 7), 'v');
+    failures += (fresh ? WritePrivateProfileString : vxWritePrivateProfileString)("shared", key.c_str(), value.c_str(), file.c_str()) != 1;
+  }
+  return failures;
+}
+void expectAllKeys(const std::string& file, const std::string& writers) {
+  char buffer[64];
+  for (int i = 0; i < 40 * int(writers.size()); ++i) {
+    std::string key = writers[size_t(i / 40)] + std::to_string(i % 40);
+    GetPrivateProfileString("shared", key.c_str(), "<lost>", buffer, sizeof buffer, file.c_str());
+    EXPECT_EQ(key + std::string(size_t(i % 40 % 7), 'v'), buffer);
+  }
+  EXPECT_EQ(0u, IniTest::readFile(file).rfind("[shared]\n"));
+}
+
+TEST_F(IniTest, ThreadsWritingDifferentKeysAllLand) {
+  std::string file = writeFile("threads.ini", "[shared]\nbase=1\n");
+  int failures[4] = {};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) threads.emplace_back([&, t] { failures[t] = writeKeys(file, char('a' + t), t >= 2); });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(0, failures[0] + failures[1] + failures[2] + failures[3]);
+  expectAllKeys(file, "abcd");
+}
+
+TEST_F(IniTest, ProcessesWritingDifferentKeysNeverCorruptTheFile) {
+  std::string file = writeFile("procs.ini", "[shared]\nbase=1\n"), writers = "ABCDEFGH";
+  std::vector<pid_t> children;
+  for (char writer : writers) {
+    children.push_back(fork());
+    if (children.back() == 0) _exit(writeKeys(file, writer, false));
+  }
+  int status = -1;
+  for (pid_t child : children) EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0) << "writer " << &child - &children[0];
+  expectAllKeys(file, writers);
+}
+
+// vxstrlcpy against a model, for every size up to past the text's length.
 TEST(VxStrlcpyTest, CopiesWholeOrCutsToSizeMinusOne) {
-  char buffer[8];
-  EXPECT_EQ(3u, vxstrlcpy(buffer, "abc", sizeof buffer));
-  EXPECT_STREQ("abc", buffer);
-  EXPECT_EQ(7u, vxstrlcpy(buffer, "abcdefghij", sizeof buffer));
-  EXPECT_STREQ("abcdefg", buffer);
-  EXPECT_EQ(7u, vxstrlcpy(buffer, "abcdefg", sizeof buffer));
-  EXPECT_STREQ("abcdefg", buffer);
-  buffer[0] = 'x';
-  EXPECT_EQ(0u, vxstrlcpy(buffer, "abc", 0));
-  EXPECT_EQ('x', buffer[0]);
-}
-
-TEST_F(ProfileTest, InstallDirFromDataSourcesLosesTrailingBlankAndSlash) {
-  writeFile(".odbc.ini", "[ODBC]\nInstallDir=/opt/x/ \n");
-  EXPECT_EQ(0, bosSetInstallDir());
-  EXPECT_STREQ("/opt/x", InstallDirLocation);
-}
-
-TEST_F(ProfileTest, InstallDirFallsBackToTheInstalledDriversFile) {
-  writeFile(".odbc.ini", "[ODBC]\nTrace=0\n");
-  writeFile(".odbcinst.ini", "[ODBC]\nInstallDir=/usr/lib/vx//\n");
-  EXPECT_EQ(0, bosSetInstallDir());
-  EXPECT_STREQ("/usr/lib/vx/", InstallDirLocation);
-}
-
-TEST_F(ProfileTest, InstallDirGivenIsCopiedAndTrimmed) {
-  EXPECT_EQ(0, bosSetInstallDir("/given/dir/\t "));
-  EXPECT_STREQ("/given/dir", InstallDirLocation);
-  EXPECT_EQ(0, bosSetInstallDir(" "));
-  EXPECT_STREQ(" ", InstallDirLocation);
-  std::string longDir(2000, 'd');
-  EXPECT_EQ(0, bosSetInstallDir(longDir.c_str()));
-  EXPECT_EQ(size_t(VX_INSTALL_DIR_SIZE - 1), strlen(InstallDirLocation));
+  for (std::string source : {"", "abc", "abcdefg"}) {
+    for (VXSIZE_T size = 0; size < 10; ++size) {
+      std::string out(10, 'x'), expected = size ? source.substr(0, size - 1) + '\0' + out.substr(std::min(source.size() + 1, size)) : out;
+      EXPECT_EQ(size ? std::min<VXSIZE_T>(source.size(), size - 1) : 0, vxstrlcpy(&out[0], source.c_str(), size));
+      EXPECT_EQ(expected, out) << source << " " << size;
+    }
+  }
 }
 
 }  // namespace
