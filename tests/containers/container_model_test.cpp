@@ -125,7 +125,7 @@ void checkValueArray(unsigned seed) {
   Array a;
   std::vector<T> model;
   ASSERT_EQ(0u, a.setInitialSize(8));
-  for (int step = 0; step < 1500; ++step) {
+  for (int step = 0; step < 800; ++step) {
     AT_STEP(seed, step);
     const T v = static_cast<T>(rng());
     const VXSIZE_T n = model.size(), pos = rng() % (n + 1), op = rng() % 5;
@@ -176,7 +176,7 @@ void checkSorted(Array& a, const std::vector<Key>& keys, Probe probe, Make make,
 
 TEST_F(ModelTest, SortedArraysMatchStdMultimap) {
   std::mt19937_64 rng(9);
-  std::vector<int> keys(1500);
+  std::vector<int> keys(900);
   for (int& k : keys) k = static_cast<int>(rng() % 60);
   VxSortedArray a;
   a.setDeleteContentsOnDestruct();
@@ -197,11 +197,9 @@ TEST_F(ModelTest, SortedArraysMatchStdMultimap) {
   sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
   EXPECT_EQ(sorted.size(), a.deleteDuplicates());
   EXPECT_EQ(static_cast<int>(keys.size() - sorted.size()), deaths);
-  for (VXSIZE_T i = 0; i < a.getCount(); ++i) {
-    EXPECT_EQ(std::find(keys.begin(), keys.end(), sorted[i]) - keys.begin(), elementAt(a, i)->id);
-  }
+  for (VXSIZE_T i = 0; i < a.getCount(); ++i) EXPECT_EQ(std::find(keys.begin(), keys.end(), sorted[i]) - keys.begin(), elementAt(a, i)->id);
   VxSortedArrayVXSIZE_T words;  // recurring values, some above 2^63: the order is unsigned
-  std::vector<VXSIZE_T> values(1000);
+  std::vector<VXSIZE_T> values(600);
   for (VXSIZE_T& v : values) v = (rng() % 40) * 0x0800000000000001u;
   checkSorted(words, values, [](VXSIZE_T v) { return v; }, [](VXSIZE_T v, int) { return v; },
               [](VxSortedArrayVXSIZE_T& s, VXSIZE_T i) { return s.at(i); });
@@ -216,7 +214,7 @@ TEST_F(ModelTest, SuspendedSortedArrayAppendsUntilResortOrdersItLikeStdSort) {
   a.setDeleteContentsOnDestruct();
   EXPECT_EQ(0u, a.resort());
   a.stopSort();
-  std::vector<int> keys(20000);
+  std::vector<int> keys(12000);
   for (int& k : keys) ASSERT_EQ(0u, a.add(new Counted(k = static_cast<int>(rng() % 5000), &deaths)));
   const auto keysOf = [](const VxSortedArray& s) {
     std::vector<int> out;
@@ -271,12 +269,12 @@ TEST_F(ModelTest, DictionariesMatchStdMapForIntegerKeys) {
   VxDictionary dict;
   VxSeqDictionary seq;
   ASSERT_EQ(0u, dict.initialize(4));
-  std::vector<VxObject> objects(2000);
+  std::vector<VxObject> objects(1000);
   std::map<VXSIZE_T, VXSIZE_T> model;
   std::vector<VXSIZE_T> order;
-  for (int step = 0; step < 4000; ++step) {
+  for (int step = 0; step < 2500; ++step) {
     AT_STEP(seed, step);
-    const VXSIZE_T key = rng() % 2000, odd = key % 2;
+    const VXSIZE_T key = rng() % 1000, odd = key % 2;
     const bool present = model.count(key) != 0;
     if (!present && rng() % 2 == 0) {
       ASSERT_EQ(0u, odd ? dict.addAssoc(key, &objects[key]) : dict.addAssoc(key, key * 3));
