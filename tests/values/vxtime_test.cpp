@@ -2,174 +2,92 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
-#include <cstring>
+#include <cstdio>
+#include <ctime>
+#include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
-VxTime at(uint16_t year, uint16_t month, uint16_t day, uint16_t hour = 0, uint16_t minute = 0,
-          uint16_t second = 0, uint16_t hundredths = 0) {
-  VxTime t;
-  t.year = year;
-  t.month = month;
-  t.day = day;
-  t.hour = hour;
-  t.minute = minute;
-  t.second = second;
-  t.hundredths = hundredths;
-  return t;
+// The first `depth` fields from the most significant: year, month, day,
+// hour, minute, second, hundredths.
+std::vector<int> chronological(const VxTime& t, int depth = 7) {
+  std::vector<int> all = {t.year, t.month, t.day, t.hour, t.minute, t.second, t.hundredths};
+  return std::vector<int>(all.begin(), all.begin() + depth);
 }
 
-bool allZero(const VxTime& t) { return t == VxTime(); }
-
-TEST(VxTime, DefaultValueIsAllZero) {
-  VxTime t;
-  EXPECT_EQ(0, t.day + t.month + t.year + t.hour + t.minute + t.second + t.hundredths);
+// The text is "month:day:year:hour:minute:second.hundredths". Each field
+// goes to 0, to its largest value and just past it, negative, and to 65537,
+// which would pass as 1 if the range were checked after narrowing into 16
+// bits. Deliberate: months count from 0, so 12 is out of range. Any field
+// out of range zeroes them all; a missing separator fails too, keeping the
+// fields read before it.
+TEST(VxTime, InitializeChecksEveryFieldAndEverySeparator) {
+  const int limits[] = {2101, 12, 32, 24, 60, 60, 100};
+  VxTime t;  // one value throughout: each reading starts from zero
+  for (int field = 0; field < 7; ++field)
+    for (int value : {limits[field], -1, 65537, 0, limits[field] - 1}) {
+      std::vector<int> v = {2015, 3, 14, 1, 2, 3, 4};
+      v[field] = value;
+      char text[80];
+      snprintf(text, sizeof text, "%d:%d:%d:%d:%d:%d.%d", v[1], v[2], v[0], v[3], v[4], v[5], v[6]);
+      bool ok = value >= 0 && value < limits[field];
+      EXPECT_EQ(ok ? 0u : 1u, t.initialize(text)) << text;
+      EXPECT_EQ(ok ? v : std::vector<int>(7, 0), chronological(t)) << text;
+    }
+  EXPECT_EQ(1u, t.initialize("3:14:2015:1:2:3"));  // no "." before the hundredths
+  EXPECT_EQ((std::vector<int>{2015, 3, 14, 1, 2, 3, 0}), chronological(t));
 }
 
-TEST(VxTime, InitializeReadsMonthDayYearTimeAndHundredths) {
-  VxTime t;
-  EXPECT_EQ(0u, t.initialize("11:31:2100:23:59:59.99"));
-  EXPECT_EQ(11, t.month);
-  EXPECT_EQ(31, t.day);
-  EXPECT_EQ(2100, t.year);
-  EXPECT_EQ(23, t.hour);
-  EXPECT_EQ(59, t.minute);
-  EXPECT_EQ(59, t.second);
-  EXPECT_EQ(99, t.hundredths);
-}
-
-TEST(VxTime, DeliberateMonthCountsFromZeroSoTwelveIsOutOfRange) {
-  VxTime t = at(1999, 5, 5, 5, 5, 5, 5);
-  EXPECT_EQ(1u, t.initialize("12:01:2000:00:00:00.00"));
-  EXPECT_TRUE(allZero(t));
-  EXPECT_EQ(0u, t.initialize("0:01:2000:00:00:00.00"));
-  EXPECT_EQ(0, t.month);
-}
-
-TEST(VxTime, InitializeRejectsEveryFieldOutOfRangeAndZeroesAll) {
-  const char* bad[] = {"0:32:2000:0:0:0.0", "0:1:2101:0:0:0.0", "0:1:2000:24:0:0.0",
-                       "0:1:2000:0:60:0.0", "0:1:2000:0:0:60.0", "0:1:2000:0:0:0.100",
-                       "-1:1:2000:0:0:0.0",
-                       // The range check sees the number before narrowing:
-                       // 65537 would become 1 in a 16-bit field.
-                       "65537:1:2000:0:0:0.0", "0:65536:2000:0:0:0.0", "0:1:67636:0:0:0.0",
-                       "0:1:2000:0:0:0.65536"};
-  for (const char* text : bad) {
-    VxTime t;
-    EXPECT_EQ(1u, t.initialize(text)) << text;
-    EXPECT_TRUE(allZero(t)) << text;
+// The comparisons against the order of vectors, on random values whose
+// fields take two values each, so that ties are common. Deliberate: an
+// hour has elapsed when the date or the clock hour grew, whatever the
+// minutes.
+TEST(VxTime, ComparisonsOrderTheFieldsFromTheYearDown) {
+  std::mt19937 rng(2024);
+  for (int i = 0; i < 5000; ++i) {
+    VxTime a, b;
+    for (VxTime* t : {&a, &b})
+      for (uint16_t* f : {&t->year, &t->month, &t->day, &t->hour, &t->minute, &t->second, &t->hundredths})
+        *f = rng() % 2;
+    SCOPED_TRACE(testing::Message() << "seed 2024, case " << i);
+    EXPECT_EQ(chronological(a) == chronological(b), a == b);
+    EXPECT_EQ(chronological(a) < chronological(b), a < b);
+    EXPECT_EQ(chronological(a) > chronological(b), a > b);
+    EXPECT_EQ(chronological(a, 4) > chronological(b, 4), a.anHourElapsed(b));
+    EXPECT_EQ(chronological(a, 3) > chronological(b, 3), a.aDayElapsed(b));
   }
 }
 
-TEST(VxTime, MissingSeparatorFailsKeepingFieldsReadSoFar) {
-  VxTime t = at(1999, 5, 5, 5, 5, 5, 5);
-  EXPECT_EQ(1u, t.initialize("3:14:2015"));
-  EXPECT_EQ(3, t.month);
-  EXPECT_EQ(14, t.day);
-  EXPECT_EQ(2015, t.year);
-  EXPECT_EQ(0, t.hour);
-  EXPECT_EQ(0, t.hundredths);
-
-  EXPECT_EQ(1u, t.initialize("3:14:2015:1:2:3"));
-  EXPECT_EQ(3, t.second);
-  EXPECT_EQ(0, t.hundredths);
-}
-
-TEST(VxTime, EqualityLooksAtAllSevenFieldsAndOrderIsChronological) {
-  EXPECT_TRUE(at(2020, 1, 2, 3, 4, 5, 6) == at(2020, 1, 2, 3, 4, 5, 6));
-  EXPECT_FALSE(at(2020, 1, 2, 3, 4, 5, 6) == at(2020, 1, 2, 3, 4, 5, 7));
-  EXPECT_FALSE(at(2020, 1, 2, 3, 4, 5, 6) == at(2021, 1, 2, 3, 4, 5, 6));
-  // Order runs from the year down to the hundredths.
-  EXPECT_TRUE(at(2019, 11, 31) < at(2020, 0, 1));
-  EXPECT_TRUE(at(2020, 0, 31) < at(2020, 1, 1));
-  EXPECT_TRUE(at(2020, 1, 1, 23, 59, 59, 99) < at(2020, 1, 2));
-  EXPECT_TRUE(at(2020, 1, 1, 0, 0, 0, 1) > at(2020, 1, 1));
-  EXPECT_FALSE(at(2020, 1, 1) < at(2020, 1, 1));
-  EXPECT_FALSE(at(2020, 1, 1) > at(2020, 1, 1));
-}
-
-TEST(VxTime, ADayElapsedComparesDatesOnly) {
-  EXPECT_TRUE(at(2020, 1, 2, 0, 0).aDayElapsed(at(2020, 1, 1, 23, 59)));
-  EXPECT_FALSE(at(2020, 1, 1, 23, 59).aDayElapsed(at(2020, 1, 1, 0, 0)));
-  EXPECT_FALSE(at(2020, 1, 1).aDayElapsed(at(2020, 1, 2)));
-  EXPECT_TRUE(at(2021, 0, 1).aDayElapsed(at(2020, 11, 31)));
-}
-
-TEST(VxTime, DeliberateAnHourElapsedCountsAChangeOfClockHour) {
-  EXPECT_TRUE(at(2020, 1, 1, 11, 0).anHourElapsed(at(2020, 1, 1, 10, 59)));
-  EXPECT_FALSE(at(2020, 1, 1, 10, 59).anHourElapsed(at(2020, 1, 1, 10, 0)));
-  EXPECT_TRUE(at(2020, 1, 2, 0, 0).anHourElapsed(at(2020, 1, 1, 23, 30)));
-  EXPECT_FALSE(at(2020, 1, 1, 9, 0).anHourElapsed(at(2020, 1, 1, 10, 0)));
-}
-
-// The time stamp is HH:MM:SS.hh; the day time stamp puts YYYY-MM-DD and a
-// blank before it.
-TEST(VxTime, CurrentTimeStampsHaveTheirLayout) {
-  struct Case {
-    uint16_t (*stamp)(char*);
-    const char* layout;  // 9: a digit
-  } cases[] = {{VxTime::getCurrentTimeStamp, "99:99:99.99"},
-               {VxTime::getCurrentDayTimeStamp, "9999-99-99 99:99:99.99"}};
-  for (const Case& c : cases) {
-    char buffer[32];
-    memset(buffer, 'X', sizeof buffer);
-    size_t n = strlen(c.layout);
-    EXPECT_EQ(n, c.stamp(buffer));
-    ASSERT_EQ(n, strlen(buffer));
-    for (size_t i = 0; i < n; ++i) {
-      if (c.layout[i] == '9')
-        EXPECT_TRUE(isdigit(static_cast<unsigned char>(buffer[i]))) << buffer << " at " << i;
-      else
-        EXPECT_EQ(c.layout[i], buffer[i]) << buffer << " at " << i;
-    }
-    EXPECT_LT(std::stoi(std::string(buffer + n - 11, 2)), 24);
-    if (n == 22) {
-      int month = std::stoi(std::string(buffer + 5, 2));
-      EXPECT_GE(month, 1);
-      EXPECT_LE(month, 12);
-    }
-  }
-}
-
-TEST(VxTime, CaptureFillsAValidValueFromTheClock) {
-  VxTimeRecord before;
-  ASSERT_EQ(0u, bosdate(&before));
-  VxTime t;
-  t.captureCurrentTimeStamp();
-  EXPECT_LT(t.month, 12);
-  EXPECT_GE(t.day, 1);
-  EXPECT_LT(t.day, 32);
-  EXPECT_LT(t.hour, 24);
-  EXPECT_LT(t.minute, 60);
-  EXPECT_LE(t.hundredths, 99);
-  // The month of the VxTime is the clock's month minus one, unless the
-  // month turned between the two readings.
-  EXPECT_TRUE(t.month + 1 == before.month || t.month == before.month % 12) << t.month;
-  EXPECT_GE(t.year, before.year);
-}
-
-TEST(VxTime, TodayHasTheDateAndNoTimeOfDay) {
-  VxTime now;
-  now.captureCurrentTimeStamp();
-  VxTime date = today();
-  EXPECT_EQ(0, date.hour + date.minute + date.second + date.hundredths);
-  EXPECT_GE(date.year, 2000);
-  EXPECT_FALSE(date > now);
-}
-
-TEST(VxTime, BosdateGivesCalendarValues) {
-  VxTimeRecord r;
-  memset(&r, 0xff, sizeof r);
-  ASSERT_EQ(0u, bosdate(&r));
-  EXPECT_GE(r.month, 1);
-  EXPECT_LE(r.month, 12);
-  EXPECT_GE(r.day, 1);
-  EXPECT_LE(r.day, 31);
-  EXPECT_LT(r.hour, 24);
-  EXPECT_LT(r.milliseconds, 1000);
-  EXPECT_GE(r.year, 2000);
+// Every clock function against localtime_r of the same second, read on
+// both sides of the calls (tried again when the second turns in between);
+// the hundredths lie between two bosdate readings.
+TEST(VxTime, ClockFunctionsGiveTheLocalTime) {
+  time_t second;
+  VxTimeRecord r, last;
+  VxTime now, date;
+  char stamp[32], dayStamp[32], text[80];
+  do {
+    second = time(nullptr);
+    date = today();
+    ASSERT_EQ(0u, bosdate(&r));
+    now.captureCurrentTimeStamp();
+    ASSERT_EQ(11, VxTime::getCurrentTimeStamp(stamp));
+    ASSERT_EQ(22, VxTime::getCurrentDayTimeStamp(dayStamp));
+    ASSERT_EQ(0u, bosdate(&last));
+  } while (time(nullptr) != second || last.second != r.second);
+  const tm l = *localtime(&second);
+  std::vector<int> expected = {l.tm_year + 1900, l.tm_mon, l.tm_mday, l.tm_hour, l.tm_min, l.tm_sec};
+  EXPECT_EQ(expected, (std::vector<int>{r.year, r.month - 1, r.day, r.hour, r.minute, r.second}));
+  EXPECT_EQ(expected, chronological(now, 6));
+  EXPECT_EQ((std::vector<int>{l.tm_year + 1900, l.tm_mon, l.tm_mday, 0, 0, 0, 0}), chronological(date));
+  snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d.", l.tm_year + 1900, l.tm_mon + 1, l.tm_mday, l.tm_hour,
+           l.tm_min, l.tm_sec);
+  EXPECT_EQ(text, std::string(dayStamp, 20));
+  EXPECT_EQ(text + 11, std::string(stamp, 9));
+  for (int h : {std::stoi(stamp + 9), std::stoi(dayStamp + 20), int(now.hundredths)})
+    EXPECT_TRUE(r.milliseconds / 10 <= h && h <= last.milliseconds / 10) << h;
 }
 
 }  // namespace
