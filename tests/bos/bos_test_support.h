@@ -45,6 +45,7 @@ inline std::string seq(std::initializer_list<std::string> parts) {
   for (const std::string& p : parts) s += (s.empty() ? "" : " ") + p;
   return s;
 }
+inline std::string n(long value) { return std::to_string(value); }
 
 // A path buffer holding text.
 struct PathBuffer {
@@ -96,10 +97,9 @@ class Scratch : public ::testing::Test {
     dir = pattern;
     ASSERT_NE(nullptr, getcwd(savedCwd, sizeof savedCwd));
     for (char** e = environ; *e; ++e) savedEnv.push_back(*e);
-    for (const char* name : {"HOME", "ODBCINI", "ODBC_INI", "ODBCINST", "ODBCINSTINI", "VXLIB_INI", "VX_SYSTEM_INI",
-                             "VX_TMPDIR", "TMPDIR", "VX", "VXLIB", "LD_LIBRARY_PATH", "LD_RUN_PATH", "PATH"}) {
+    for (const char* name : {"HOME", "ODBCINI", "ODBC_INI", "ODBCINST", "ODBCINSTINI", "VXLIB_INI", "VX_SYSTEM_INI", "VX_TMPDIR",
+                             "TMPDIR", "VX", "VXLIB", "LD_LIBRARY_PATH", "LD_RUN_PATH", "PATH"})
       unsetenv(name);
-    }
   }
   void TearDown() override {
     clearenv();
@@ -113,10 +113,7 @@ class Scratch : public ::testing::Test {
     EXPECT_TRUE(std::ofstream(at(name)) << text) << name;
     return at(name);
   }
-  std::string makeDir(const std::string& name) const {
-    EXPECT_EQ(0, mkdir(at(name).c_str(), 0755)) << name;
-    return at(name);
-  }
+  std::string makeDir(const std::string& name) const { EXPECT_EQ(0, mkdir(at(name).c_str(), 0755)) << name; return at(name); }
 
   std::string dir;
   InstalledErrorList errors;

@@ -35,12 +35,10 @@ TEST(Process, EnvironmentIdentityNamesAndSleep) {
   setenv("VX_BOS_TEST", "value 1", 1);
   EXPECT_STREQ("value 1", bosGetEnv("VX_BOS_TEST"));
   unsetenv("VX_BOS_TEST");
-  EXPECT_EQ(nullptr, bosGetEnv("VX_BOS_TEST"));
   uint64_t other = 0;
   std::thread([&] { other = bosGetThreadID(); }).join();
-  EXPECT_EQ(uint64_t(pthread_self()), bosGetThreadID());
-  EXPECT_NE(bosGetThreadID(), other);
-  EXPECT_EQ(getpid(), bosGetProcessID());
+  EXPECT_EQ("1 1 1 1", seq({n(bosGetEnv("VX_BOS_TEST") == nullptr), n(uint64_t(pthread_self()) == bosGetThreadID()),
+                                  n(other != bosGetThreadID()), n(getpid() == bosGetProcessID())}));
   // Host and login names are copied whole when they fit, else deliberately
   // size bytes and a NUL after them; a null buffer or size 0 does nothing.
   char host[256] = {};
@@ -97,7 +95,6 @@ class Catalog : public ::testing::Test {
 };
 
 TEST_F(Catalog, TextsLengthsDecimalFallbackAndUseCounts) {
-  for (int number : {1503, 1509, 1523, 2706, 30041, 30050, 30190}) EXPECT_EQ(sourceText(number), loaded(number)) << number;
   std::string whole = sourceText(1509);
   char buffer[1024], small[6];
   EXPECT_EQ(seq({std::to_string(whole.size()), "5", whole.substr(0, 5), std::to_string(whole.size()), whole}),
@@ -116,8 +113,6 @@ TEST_F(Catalog, TextsLengthsDecimalFallbackAndUseCounts) {
                                   res(bosFreeResourceDLL(handle, &users)), res(users)}));
   EXPECT_NE(reinterpret_cast<void*>(-1), handle);
   EXPECT_EQ(sourceText(1503), loaded(1503));
-  InstalledErrorList errors;
-  EXPECT_EQ(text1509("x.ini"), (addError(1509) << "x.ini").getErrorText());
 }
 
 TEST_F(Catalog, ThreadsLookingUpWhileTheCatalogReopensGetWholeTexts) {
