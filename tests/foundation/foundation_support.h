@@ -11,7 +11,7 @@
 #include <string>
 
 // kGbk is a two-byte encoding (lead bytes 0x81-0xFE, trail bytes 0x40-0xFE).
-enum TestLocale { kGbk, kLatin1, kTurkish, kUtf8 };
+enum TestLocale { kGbk, kTurkish, kUtf8 };
 
 // Sets LC_ALL to the locale. One that the machine lacks is compiled once
 // with localedef into the build tree (test-locales/) and loaded from there;

