@@ -1,7 +1,6 @@
 // The hash set's and the dictionaries' exact sizes, probe order, limits,
 // ownership and failure reports, the associations, and the bit array. The
-// ordinary lookups are checked against std:: models in
-// container_model_test.cpp.
+// ordinary lookups are run against std:: models by fuzz/containers_fuzz.cpp.
 #include "containers/vxset.h"
 
 #include <gtest/gtest.h>
@@ -232,7 +231,7 @@ TEST_F(SetTest, AssociationsAnswerForTheirOwnFormOnly) {
       EXPECT_EQ(aText && bText && strCompareCi(aKey, bKey) == 0, a->isEqualCi(b) != 0) << aKey << " vs " << bKey;
     }
   }
-  // The lookups of container_model_test.cpp use the keys, data and hashes;
+  // The dictionary lookups of fuzz/containers_fuzz.cpp use the keys, data and hashes;
   // what they do not reach: the string key, a null key's hash, what
   // changeData returns, and that deleteKeyAndData forgets what it destroyed.
   EXPECT_EQ(std::make_tuple(&driver, VXSIZE_T{0}, nullptr), std::make_tuple(sDriver.getSubKey(), sNull.hash(), i5.getSubKey()));
