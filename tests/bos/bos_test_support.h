@@ -54,6 +54,13 @@ struct PathBuffer {
   operator char*() { return text; }
   std::string str() const { return text; }
 };
+// "STATUS/ERROR TEXT" of f run on a path buffer that held text.
+template <typename F>
+std::string inPlace(const std::string& text, F f) {
+  PathBuffer buffer(text);
+  std::string status = res(f(buffer.text));
+  return seq({status, buffer.str()});
+}
 
 // Runs body, with an error list of its own, in a child process (its exit
 // status, -1 when it did not exit normally) or on another thread (its result).

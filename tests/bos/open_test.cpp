@@ -36,10 +36,9 @@ class Open : public Scratch {
   }
   // The name a configuration file resolves to (modes 0x300), or "FAIL/ERROR".
   static std::string resolve(const std::string& name) {
-    PathBuffer buffer(name);
     int handle = -1;
-    std::string result = res(bosFileOpen(buffer, BOS_OPEN_REDIRECT | BOS_OPEN_NO_OPEN, &handle));
-    return result == "0" && handle == 0 ? buffer.str() : "FAIL" + result.substr(1);
+    std::string r = inPlace(name, [&](char* buffer) { return bosFileOpen(buffer, BOS_OPEN_REDIRECT | BOS_OPEN_NO_OPEN, &handle); });
+    return r[0] == '0' && handle == 0 ? r.substr(2) : "FAIL" + r.substr(1, r.find(' ') - 1);
   }
   static constexpr uint32_t kRwExclusive = BOS_OPEN_READ_WRITE | BOS_OPEN_EXCLUSIVE_LOCK;
 };
@@ -57,16 +56,12 @@ TEST_F(Open, EachModeBitDoesItsPart) {
                  open(missing, BOS_OPEN_READ_WRITE | BOS_OPEN_CREATE_IF_MISSING, &fd), res(bosFileWrite(fd, 0, "y", 1)),
                  res(bosFileClose(fd)), res(bosexist(missing.c_str()))}));
   // Home-relative names; PATH searched only with 0x10, and one error filed.
-  makeDir("bin");
-  makeFile("bin/tool.cfg", "found");
-  setEnv("HOME", dir);
-  setEnv("PATH", at("nothing") + ":" + at("bin"));
+  makeDir("bin"), makeFile("bin/tool.cfg", "found"), setEnv("HOME", dir), setEnv("PATH", at("nothing") + ":" + at("bin"));
   ASSERT_EQ(0, chdir("/"));
   EXPECT_EQ("0 fd 1/1509 -1 0 fd found 1/1509 -1", seq({open("kept", BOS_OPEN_HOME_RELATIVE), open("tool.cfg", 0),
                                                       open("tool.cfg", BOS_OPEN_SEARCH_PATH, &fd), readAll(fd),
                                                       open("absent.cfg", BOS_OPEN_SEARCH_PATH)}));
-  bosFileClose(fd);
-  unsetenv("HOME");
+  bosFileClose(fd), unsetenv("HOME");
   EXPECT_EQ("1/1509 -1", open("kept", BOS_OPEN_HOME_RELATIVE));
   // Without a current error list a failure files nothing.
   VxErrorKeeper::giveUpErrorList();
@@ -79,26 +74,19 @@ TEST_F(Open, EachModeBitDoesItsPart) {
 // A temporary file goes into VX_TMPDIR when that is a directory, else into
 // TMPDIR; its name is "vx" and six characters, a new one every time.
 TEST_F(Open, TemporaryNamesAreFreshAndInTheChosenDirectory) {
-  std::string mine = makeDir("mine"), system = makeDir("system");
-  setEnv("TMPDIR", system);
-  EXPECT_EQ(system + "/vx", temporary().substr(0, system.size() + 3));
+  setEnv("TMPDIR", makeDir("system"));
   setEnv("VX_TMPDIR", at("not-a-directory"));
-  EXPECT_EQ(system + "/vx", temporary().substr(0, system.size() + 3));
-  setEnv("VX_TMPDIR", mine + "/");
-  std::string first = temporary();
-  EXPECT_EQ(mine + "/vx", first.substr(0, mine.size() + 3));
-  EXPECT_EQ(mine.size() + 9, first.size());
-  EXPECT_NE(first, temporary());
+  const std::string fallback = temporary(), system = at("system/vx"), mine = (setEnv("VX_TMPDIR", makeDir("mine") + "/"), at("mine/vx"));
+  const std::string first = temporary(), second = temporary();
+  EXPECT_EQ(seq({system, mine, n(mine.size() + 6), "1"}),
+            seq({fallback.substr(0, system.size()), first.substr(0, mine.size()), n(first.size()), n(first != second)}));
 }
 
 // What another process gets for each mode while this one holds a token (1:
 // refused with error 1512); once the holder closes, every token is free.
 TEST_F(Open, TokensKeepOtherProcessesOutAsTheirKindsDemand) {
   auto childOpens = [](const std::string& path, uint32_t mode) {
-    return inChild([&] {
-      std::string result = open(path, mode);
-      return result == "0 fd" ? 0 : result == "1/1512 -1" ? 1 : 2;
-    });
+    return inChild([&] { std::string result = open(path, mode); return result == "0 fd" ? 0 : result == "1/1512 -1" ? 1 : 2; });
   };
   const struct { bool exists; uint32_t mode; std::vector<std::pair<uint32_t, int>> others; } cases[] = {
       {true, kRwExclusive, {{kRwExclusive, 1}, {BOS_OPEN_SHARED_LOCK, 1}, {BOS_OPEN_READ_WRITE, 0},
@@ -128,11 +116,8 @@ TEST_F(Open, TokensKeepOtherProcessesOutAsTheirKindsDemand) {
     return 0;
   }));
   bosFileClose(fd);
-  ASSERT_EQ("0 fd", open(path, BOS_OPEN_READ_WRITE, &fd));
-  ASSERT_EQ(0, bosRegionLock(fd, 0, 0, 16));
-  EXPECT_EQ(1, childOpens(path, kRwExclusive));
-  ASSERT_EQ(0, bosRegionLock(fd, 1, 0, 16));
-  EXPECT_EQ(0, childOpens(path, kRwExclusive));
+  EXPECT_EQ("0 fd 0 1 0 0", seq({open(path, BOS_OPEN_READ_WRITE, &fd), res(bosRegionLock(fd, 0, 0, 16)), n(childOpens(path, kRwExclusive)),
+                                 res(bosRegionLock(fd, 1, 0, 16)), n(childOpens(path, kRwExclusive))}));
   bosFileClose(fd);
 }
 
@@ -147,11 +132,9 @@ TEST_F(Open, ThreadsOfOneProcessShareTheTokensButNotTheRegions) {
   EXPECT_EQ(1, inChild([&] { return open(path, BOS_OPEN_SHARED_LOCK) == "1/1512 -1"; }));
   bosFileClose(second);
   EXPECT_EQ(1, inChild([&] { return open(path, kRwExclusive) == "0 fd"; }));
-  ASSERT_EQ(0, bosRegionLock(first, 0, 4, 8));
-  EXPECT_EQ("1/1512 0 0", onThread([&] {
+  EXPECT_EQ("0 1/1512 0 0 0", seq({res(bosRegionLock(first, 0, 4, 8)), onThread([&] {
     return seq({res(bosRegionLock(first, 0, 8, 8)), res(bosRegionLock(first, 0, 20, 4)), res(bosRegionLock(first, 1, 20, 4))});
-  }));
-  EXPECT_EQ(0, bosRegionLock(first, 1, 4, 8));
+  }), res(bosRegionLock(first, 1, 4, 8))}));
   bosFileClose(first);
 }
 
@@ -162,8 +145,7 @@ TEST_F(Open, RedirectedNamesOpenTheFileChosen) {
   ASSERT_EQ(0, chdir(dir.c_str()));
   setEnv("HOME", makeDir("home"));
   for (const char* f : {"home/.vxlib.ini", ".VXLIB.INI", "chosen.ini", "home/plain.ini"}) makeFile(f, f);
-  setEnv("VXLIB_INI", at("other.ini"));
-  setEnv("ODBCINI", at("chosen.ini"));
+  setEnv("VXLIB_INI", at("other.ini")), setEnv("ODBCINI", at("chosen.ini"));
   int fd = -1;
   PathBuffer upper(".VXLIB.INI"), odbc(".odbc.ini"), plain("plain.ini");
   EXPECT_EQ("0 .VXLIB.INI .VXLIB.INI 0 chosen.ini " + at("chosen.ini") + " 0 home/plain.ini plain.ini /etc/odbc.ini",
@@ -172,8 +154,7 @@ TEST_F(Open, RedirectedNamesOpenTheFileChosen) {
                  res(bosFileOpen(plain, BOS_OPEN_HOME_RELATIVE, &fd)), readAll(fd), plain.str(), resolve("/etc/odbc.ini")}));
   for (const char* name : {"HOME", "ODBCINI", "VXLIB_INI"}) unsetenv(name);
   EXPECT_EQ("FAIL/1509 .vxlib.ini", seq({resolve("odbc.ini"), resolve(".vxlib.ini")}));
-  makeFile("odbc.ini");
-  setEnv("VXLIB_INI", at("other.ini"));
+  makeFile("odbc.ini"), setEnv("VXLIB_INI", at("other.ini"));
   EXPECT_EQ("odbc.ini " + at("other.ini"), seq({resolve("odbc.ini"), resolve(".vxlib.ini")}));
   setEnv("ODBCINI", at("missing.ini"));
   EXPECT_EQ("1/1509 -1", open(".odbc.ini", BOS_OPEN_REDIRECT)) << "the handle is left as it was";
