@@ -29,10 +29,7 @@
 #include "foundation/vxerror.h"
 
 int main(int argc, char** argv) {
-  if (argc > 2 && strcmp(argv[1], "--install") == 0) {
-    bosSetInstallDir(argv[2]);
-    argc -= 2, argv += 2;
-  }
+  if (argc > 2 && strcmp(argv[1], "--install") == 0) bosSetInstallDir(argv[2]), argc -= 2, argv += 2;
   if (argc < 3) return 2;
   VxErrorList list(nullptr, VxErrorList::kSupportMultipleErrors);
   VxErrorKeeper::setErrorList(&list);
@@ -58,9 +55,7 @@ int main(int argc, char** argv) {
     if (bospath(text, argv[2], argv[3], argv[4]) == 0) printf("=%s\n", text);
   } else if (command == "find") {
     VxBosFileFindDesc desc;
-    for (uint16_t rc = bosFindFiles(argv[2], &desc, text); rc == 0; rc = bosFindFiles(nullptr, &desc, text)) {
-      printf("=%s\n", text);
-    }
+    for (uint16_t rc = bosFindFiles(argv[2], &desc, text); rc == 0; rc = bosFindFiles(nullptr, &desc, text)) printf("=%s\n", text);
   } else if (command == "exist") {
     printf("=%d\n", bosexist(argv[2]));
   } else if (command == "open" && argc == 4) {
@@ -70,10 +65,8 @@ int main(int argc, char** argv) {
   } else {
     return 2;
   }
-  if (command == "maperror" || command == "load") {
-    for (VxError* e = list.getFirstNode(); e; e = list.getNextNode())
-      printf("error %u: %s\n", unsigned(e->getErrorNumber()), e->getErrorText());
-  }
+  for (VxError* e = list.getFirstNode(); e && (command == "maperror" || command == "load"); e = list.getNextNode())
+    printf("error %u: %s\n", unsigned(e->getErrorNumber()), e->getErrorText());
   VxErrorKeeper::giveUpErrorList();
   return 0;
 }

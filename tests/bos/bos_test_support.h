@@ -38,7 +38,6 @@ inline std::string res(long status) {
   VxErrorKeeper::clearAllErrors();
   return s;
 }
-inline uint16_t lastError() { return VxErrorKeeper::getLastErrorNumber(); }
 // The parts, separated by blanks (a braced list evaluates them in order).
 inline std::string seq(std::initializer_list<std::string> parts) {
   std::string s;

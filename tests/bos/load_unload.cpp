@@ -15,12 +15,12 @@
 
 namespace {
 
-// The function `name` of library as type T; null (reported) when missing.
+// Sets *function to the function `name` of library; false (reported) when missing.
 template <typename T>
-T find(void* library, const char* name) {
-  T function = reinterpret_cast<T>(dlsym(library, name));
-  if (!function) fprintf(stderr, "missing symbol %s: %s\n", name, dlerror());
-  return function;
+bool find(void* library, T* function, const char* name) {
+  *function = reinterpret_cast<T>(dlsym(library, name));
+  if (!*function) fprintf(stderr, "missing symbol %s: %s\n", name, dlerror());
+  return *function != nullptr;
 }
 
 // One round: open the message catalog and read a text from it; lock a byte
@@ -28,15 +28,17 @@ T find(void* library, const char* name) {
 // thread and a second one, store and read back a slot, release both. The
 // unload must free all of it. Returns false on a wrong answer.
 bool useLibrary(void* library) {
-  auto loadResource = find<uint16_t (*)(const char*, uint32_t, void**, int32_t*)>(library, "_Z18bosLoadResourceDLLPKcjPPvPi");
-  auto freeResource = find<uint16_t (*)(void*, int32_t*)>(library, "_Z18bosFreeResourceDLLPvPi");
-  auto loadString = find<uint64_t (*)(const char*, uint32_t, char*, uint64_t)>(library, "_Z10LoadStringPKcjPcm");
-  auto regionLock = find<uint16_t (*)(int, uint16_t, uint64_t, uint64_t)>(library, "_Z13bosRegionLockitmm");
-  auto init = find<uint16_t (*)()>(library, "_Z16mdsPerThreadInitv");
-  auto term = find<void (*)()>(library, "_Z16mdsPerThreadTermv");
-  auto get = find<void* (*)(uint16_t)>(library, "_Z19mdsGetPerThreadDatat");
-  auto set = find<uint16_t (*)(uint16_t, void*)>(library, "_Z19mdsSetPerThreadDatatPv");
-  if (!loadResource || !freeResource || !loadString || !regionLock || !init || !term || !get || !set) return false;
+  uint16_t (*loadResource)(const char*, uint32_t, void**, int32_t*), (*freeResource)(void*, int32_t*),
+      (*regionLock)(int, uint16_t, uint64_t, uint64_t), (*init)(), (*set)(uint16_t, void*);
+  uint64_t (*loadString)(const char*, uint32_t, char*, uint64_t);
+  void (*term)();
+  void* (*get)(uint16_t);
+  if (!find(library, &loadResource, "_Z18bosLoadResourceDLLPKcjPPvPi") || !find(library, &freeResource, "_Z18bosFreeResourceDLLPvPi") ||
+      !find(library, &loadString, "_Z10LoadStringPKcjPcm") || !find(library, &regionLock, "_Z13bosRegionLockitmm") ||
+      !find(library, &init, "_Z16mdsPerThreadInitv") || !find(library, &term, "_Z16mdsPerThreadTermv") ||
+      !find(library, &get, "_Z19mdsGetPerThreadDatat") || !find(library, &set, "_Z19mdsSetPerThreadDatatPv")) {
+    return false;
+  }
   int32_t users = 0;
   char text[256];
   loadResource("vxlib", 0, nullptr, &users);
@@ -59,10 +61,7 @@ bool useLibrary(void* library) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2) {
-    fprintf(stderr, "usage: load_unload PATH-OF-LIBVX [ROUNDS]\n");
-    return 2;
-  }
+  if (argc < 2) return fprintf(stderr, "usage: load_unload PATH-OF-LIBVX [ROUNDS]\n"), 2;
   int rounds = argc > 2 ? atoi(argv[2]) : 50;
   for (int i = 0; i < rounds; ++i) {
     void* library = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
@@ -71,11 +70,8 @@ int main(int argc, char** argv) {
                           : dlclose(library) != 0 ? "dlclose failed"
                           : dlopen(argv[1], RTLD_NOW | RTLD_NOLOAD) ? "the library stayed loaded after dlclose"
                                                                      : nullptr;
-    if (failure) {
-      const char* why = dlerror();
-      fprintf(stderr, "round %d: %s%s%s\n", i, failure, why ? ": " : "", why ? why : "");
-      return 1;
-    }
+    const char* why = failure ? dlerror() : nullptr;
+    if (failure) return fprintf(stderr, "round %d: %s%s%s\n", i, failure, why ? ": " : "", why ? why : ""), 1;
   }
   printf("loaded and unloaded %d times\n", rounds);
   return 0;

@@ -150,7 +150,7 @@ TEST_F(Loader, NamesAreCompletedAndLocatedAndRefusalsReported) {
                             res(bosLoadLibrary("/nonexistent/libnothing", 0) != nullptr), res(bosLoadLibrary("libvx_no_such", 0) != nullptr),
                             res(bosLoadLibrary(nullptr, 0) != nullptr)}));
   EXPECT_EQ(nullptr, bosLoadLibrary(at("libbroken").c_str(), 0));
-  ASSERT_EQ(1523, lastError());
+  ASSERT_EQ(1523, VxErrorKeeper::getLastErrorNumber());
   std::string text = VxErrorKeeper::getLastError()->getErrorText(), format = sourceText(1523), path = at("libbroken.so");
   // The first marker became the path, the second the loader's text, which names the file too.
   EXPECT_EQ(format.substr(0, format.find("%s1")) + path, text.substr(0, format.find("%s1") + path.size()));
