@@ -40,9 +40,7 @@ TEST_F(RegionLock, ThreadsAndProcessesAreKeptOffRangesHeldElsewhere) {
   if (child == 0) _exit(lock(0, 30, 10) == "0" && write(ready[1], &c, 1) == 1 && read(done[0], &c, 1) == 1 ? 0 : 1);
   ASSERT_EQ(1, read(ready[0], &c, 1));
   EXPECT_EQ("1/1512 1/1512", seq({onThread([&] { return lock(0, 35, 1); }), lock(0, 30, 10)}));
-  ASSERT_EQ(1, write(done[1], "d", 1));
-  waitpid(child, &status, 0);
-  EXPECT_EQ(0, status);
+  EXPECT_EQ(0, (write(done[1], "d", 1), waitpid(child, &status, 0), status));
   EXPECT_EQ("0 0", seq({lock(0, 30, 10), lock(1, 30, 10)})) << "released when the child ended";
   int readOnly = ::open(at("r").c_str(), O_RDONLY);
   EXPECT_EQ("1/1507 1/1507", seq({res(bosRegionLock(-1, 0, 0, 10)), res(bosRegionLock(readOnly, 0, 0, 10))})) << "EBADF";
@@ -183,15 +181,15 @@ TEST_F(PerThreadData, ThreadsShareTheLocksAndKeepTheirOwnState) {
 // library never starts threads of its own.
 TEST(PerTaskData, SlotsAreTheProcessWideArray) {
   int value = 0;
+  static std::atomic<int> started{0};
+  uint64_t id = 77;
   mdsPerTaskTerm();
   EXPECT_EQ("1 1", seq({n(mdsPerTaskInit()), n(mdsIsTaskInit())}));
   mdsSetPerTaskData(8, &value);
-  EXPECT_EQ("1 1", seq({onThread([] { return n(mdsGetPerTaskData(8) == MDS_PER_TASK_GLOBALS[8]); }), n(mdsGetPerTaskData(8) == &value)}));
-  EXPECT_EQ(&MDS_PER_TASK_GLOBALS[7], mdsGetPerTaskDataAddress(7));
+  EXPECT_EQ("1 1 1 1 0 77", seq({onThread([] { return n(mdsGetPerTaskData(8) == MDS_PER_TASK_GLOBALS[8]); }), n(mdsGetPerTaskData(8) == &value),
+                                 n(&MDS_PER_TASK_GLOBALS[7] == mdsGetPerTaskDataAddress(7)),
+                                 n(bosCreateThread([](void*) -> void* { return ++started, nullptr; }, nullptr, &id)), n(started), n(id)}));
   mdsSetPerTaskData(8, nullptr);
-  static std::atomic<int> started{0};
-  uint64_t id = 77;
-  EXPECT_EQ("1 0 77", seq({n(bosCreateThread([](void*) -> void* { return ++started, nullptr; }, nullptr, &id)), n(started), n(id)}));
 }
 
 // A section is recursive: another thread gets in only after the last
@@ -255,8 +253,7 @@ TEST(Semaphore, ArrayAndRegistry) {
   EXPECT_EQ("1 2 1 0", seq({n(array.removeAtIndex(1) == b), n(array.getCount()), n(array.at(1) == c), n(deaths)}));
   array.deleteAtIndex(0), array.GetSemaphore(), array.FreeSemaphore();
   EXPECT_EQ("1 1", seq({n(deaths), n(array.at(0) == c)}));
-  array.deleteContents();
-  EXPECT_EQ("2 0", seq({n(deaths), n(array.getCount())}));
+  EXPECT_EQ("2 0", (array.deleteContents(), seq({n(deaths), n(array.getCount())})));
   for (VxObject& item : items) ASSERT_EQ(0, array.add(&item));
   for (uint16_t i = 0; i < 100; ++i) ASSERT_EQ(&items[i], array.at(i));
   delete b;
