@@ -24,10 +24,7 @@ namespace vxtest {
 struct Counted : VxNode {
   Counted(int key, int* deaths, int id = 0) : key(key), id(id), deaths(deaths) {}
   ~Counted() override { if (deaths != nullptr) ++*deaths; }
-  int16_t compare(const VxObject* other) const override {
-    const int k = static_cast<const Counted*>(other)->key;
-    return static_cast<int16_t>((key > k) - (key < k));
-  }
+  int16_t compare(const VxObject* o) const override { return int16_t((key > static_cast<const Counted*>(o)->key) - (key < static_cast<const Counted*>(o)->key)); }
   int key, id;
   int* deaths;
 };
@@ -48,10 +45,7 @@ struct ArrayProbe : VxArray {
 };
 
 // Items whose hash the test chooses, equal when their ids are.
-struct Item {
-  VXSIZE_T hash;
-  int id;
-};
+struct Item { VXSIZE_T hash; int id; };
 struct ItemSet : VxSet {
   VXSIZE_T doHash(void* item) override { return static_cast<Item*>(item)->hash; }
   int areEqual(void* stored, void* item) override { return static_cast<Item*>(stored)->id == static_cast<Item*>(item)->id; }
@@ -62,10 +56,7 @@ struct ItemSet : VxSet {
 class ContainerTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(0u, VxErrorKeeper::setErrorList(&errors_)); }
-  void TearDown() override {
-    ramFailAllocationAfter(0);
-    VxErrorKeeper::giveUpErrorList();
-  }
+  void TearDown() override { ramFailAllocationAfter(0), VxErrorKeeper::giveUpErrorList(); }
   static std::string text(const VxSubString& s) {
     return s.getLength() == 0 ? std::string() : std::string(s.asPascalStr(), s.getLength());
   }

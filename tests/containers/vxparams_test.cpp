@@ -1,8 +1,9 @@
 // Message templates, in-place rewriting and catalog texts. The fuzz
-// targets vxparams_fuzz and vxreplace_fuzz check marker filling and
-// rewriting against models; these are the cases they do not judge: the
-// exact growth of a rewrite, borrowed buffers, quoting, failures and the
-// catalog.
+// targets vxparams_fuzz and vxreplace_fuzz check marker filling (markers
+// above 9, values holding their marker, numbers by position, failures)
+// and rewriting against models, with seeds in fuzz/corpus; these are the
+// cases they do not judge: the exact growth of a rewrite, borrowed
+// buffers, quoting, null values, some failures and the catalog.
 #include "containers/vxparams.h"
 
 #include <gtest/gtest.h>
@@ -22,9 +23,6 @@ using ParamsTest = vxtest::ContainerTest;
 TEST_F(ParamsTest, ParamStringsFillMarkersByPosition) {
   // template, values streamed in, result
   const std::vector<std::tuple<const char*, std::function<void(VxParamString&)>, const char*>> rows = {
-      {"[%s1] [%s1]", [](VxParamString& p) { p << "%s1"; }, "[%s1] [%s1]"},  // a value holding its marker goes in once
-      {"%s1 %d2", [](VxParamString& p) { p << uint64_t{42} << "x"; }, "%s1 %d2"},  // deliberately by position, not type
-      {"%s1|%sx10", [](VxParamString& p) { for (int i = 0; i < 10; ++i) p << std::to_string(i).c_str(); }, "0|9"},
       {"<%s1><%s2>", [](VxParamString& p) { p.setParam(static_cast<const char*>(nullptr)); p << VxSubString(); }, "<><>"},
       {"T %s1", [](VxParamString& p) { p.setQuotedParam("o'k", '\''); }, "T 'o''k'"},
       {"%s1", [](VxParamString& p) { p << "a"; p.concat(" and %s1"); p.resetParamCount(); p << "b"; }, "a and b"},
@@ -33,15 +31,8 @@ TEST_F(ParamsTest, ParamStringsFillMarkersByPosition) {
     VxParamString p;
     ASSERT_EQ(0u, p.initialize(before));
     fill(p);
-    EXPECT_STREQ(after, p.asCStr()) << before;
-    EXPECT_FALSE(p.isFailed());
+    EXPECT_EQ(std::make_tuple(std::string(after), false), std::make_tuple(std::string(p.asCStr()), p.isFailed())) << before;
   }
-  VxParamString p;
-  char marker[VxParamString::kMatchBufferSize];
-  for (int i = 1; i < 10; ++i) EXPECT_EQ(3, p.buildMatchString(marker, 'd'));
-  EXPECT_STREQ("%d9", marker);
-  EXPECT_EQ(5, p.buildMatchString(marker, 's'));
-  EXPECT_STREQ("%sx10", marker);
 }
 
 TEST_F(ParamsTest, AParamStringThatRanOutOfMemoryIgnoresLaterValues) {
@@ -60,9 +51,6 @@ TEST_F(ParamsTest, AParamStringThatRanOutOfMemoryIgnoresLaterValues) {
     EXPECT_EQ(std::make_tuple(false, VXSIZE_T{21}, VX_CP_BYTES), std::make_tuple(p.isFailed(), p.getCapacity(), p.getCodePage()));
     ASSERT_EQ(0u, p.initialize("%s1"));
   }
-  ramFailAllocationAfter(1);
-  p << "a value longer than its marker" << int64_t{5};
-  EXPECT_EQ(std::make_tuple(true, 1, std::string("%s1")), std::make_tuple(p.isFailed(), int{p.getParamCount()}, text(p)));
 }
 
 // VxReplaceString: the gap grows by the need plus 512 bytes at a time, and

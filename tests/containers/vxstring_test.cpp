@@ -24,10 +24,7 @@ using StringTest = vxtest::ContainerTest;
 
 int sign(int v) { return (v > 0) - (v < 0); }
 
-std::string upper(std::string s) {
-  for (char& c : s) c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
-  return s;
-}
+std::string upper(std::string s) { return std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return char(toupper(c)); }), s; }
 
 // Random views over a small alphabet (letters in both cases, blanks, a
 // byte above 0x7F, so that bytes must compare unsigned) against std::string.
@@ -44,23 +41,17 @@ TEST_F(StringTest, SubStringQueriesMatchStdString) {
     const char ch = "aAb \x80"[rng() % 5];
     ASSERT_EQ(std::min(a.find(ch, from), a.size()), va.findChar(ch, from));
     ASSERT_EQ(b.empty() ? a.size() : std::min(a.find(b, from), a.size()), va.findSubString(b.c_str(), from));
-    ASSERT_EQ(static_cast<VXSIZE_T>(std::count(a.begin(), a.end(), ch)), va.countChar(ch));
-    ASSERT_EQ(a.find(ch) != std::string::npos, va.isCharInStr(ch));
-    ASSERT_EQ(a == b, va.isEqual(vb));
-    ASSERT_EQ(a == b, va.isEqual(b.c_str()));
-    ASSERT_EQ(upper(a) == upper(b), va.isEqualCi(vb));
-    ASSERT_EQ(upper(a) == upper(b), va.isEqualCi(b.c_str()));
+    ASSERT_EQ(std::make_pair(static_cast<VXSIZE_T>(std::count(a.begin(), a.end(), ch)), a.find(ch) != std::string::npos), std::make_pair(va.countChar(ch), va.isCharInStr(ch) != 0));
+    ASSERT_EQ(std::make_pair(a == b, a == b), std::make_pair(va.isEqual(vb), va.isEqual(b.c_str())));
+    ASSERT_EQ(std::make_pair(upper(a) == upper(b), upper(a) == upper(b)), std::make_pair(va.isEqualCi(vb), va.isEqualCi(b.c_str())));
     ASSERT_EQ(sign(a.compare(b)), sign(va.compare(vb)));
     ASSERT_EQ(sign(upper(a).compare(upper(b))), sign(va.compareCi(vb)));
     ASSERT_EQ(sign(upper(a).compare(upper(b))), sign(va.compare(static_cast<const VxObject*>(&vb))));
     VXSIZE_T hash = 0;  // deliberately the first five bytes only
     for (unsigned char c : upper(a.substr(0, 5))) hash += c;
-    ASSERT_EQ(hash, va.hash());
-    ASSERT_EQ(a.empty() ? '\0' : a.back(), va.getLastChar());
-    va.rightBlankTrim();
-    ASSERT_EQ(a.find_last_not_of(" \t") + 1, va.getLength());
-    vb.removeLastChar();
-    ASSERT_EQ(b.empty() ? 0 : b.size() - 1, vb.getLength());
+    ASSERT_EQ(std::make_pair(hash, a.empty() ? '\0' : a.back()), std::make_pair(va.hash(), va.getLastChar()));
+    va.rightBlankTrim(), vb.removeLastChar();
+    ASSERT_EQ(std::make_pair(a.find_last_not_of(" \t") + 1, b.empty() ? 0 : b.size() - 1), std::make_pair(size_t{va.getLength()}, size_t{vb.getLength()}));
   }
 }
 
@@ -79,10 +70,9 @@ TEST_F(StringTest, SubStringViewsStepByCharactersAndStopAtTheirEdges) {
   EXPECT_EQ((std::vector<int>{3, 2, 1, 1}), (std::vector<int>{update.indexInSet(set, 3), update.indexInSetCi(set, 3), insert.indexInSet(set, 3), insert.indexInSetCi(set, 3)}));
   // getCopyQuoted deliberately ignores its quote argument.
   char out[32], back[32];
-  EXPECT_EQ(out + 8, VxSubString("it's").getCopyQuoted(out, '"'));
-  EXPECT_STREQ("'it''s'", out);
-  EXPECT_EQ(back + 4, VxSubString(out).getCopyUnquoted(back));
-  EXPECT_STREQ("it's", back);
+  ASSERT_EQ(out + 8, VxSubString("it's").getCopyQuoted(out, '"'));
+  ASSERT_EQ(back + 4, VxSubString(out).getCopyUnquoted(back));
+  EXPECT_EQ(std::make_pair(std::string("'it''s'"), std::string("it's")), std::make_pair(std::string(out), std::string(back)));
 }
 
 TEST_F(StringTest, GetLinesMakesOneStringPerNonEmptyLineAndNeedsTheLastLineFeed) {
@@ -104,14 +94,12 @@ TEST_F(StringTest, GetLinesMakesOneStringPerNonEmptyLineAndNeedsTheLastLineFeed)
 }
 
 TEST_F(StringTest, GetAsVXSIZE_TConvertsTheViewOnlyHoweverLong) {
-  VXSIZE_T value = 7;
-  EXPECT_EQ(0u, VxSubString("12345", 3).getAsVXSIZE_T(&value));
-  EXPECT_EQ(123u, value);
+  VXSIZE_T value = 7, padded42 = 0;
+  const std::string padded = std::string(100, ' ') + "42";  // longer than the counted conversion takes
+  EXPECT_EQ(0u, VxSubString("12345", 3).getAsVXSIZE_T(&value) + VxSubString(padded.data(), padded.size()).getAsVXSIZE_T(&padded42));
+  EXPECT_EQ(std::make_pair(VXSIZE_T{123}, VXSIZE_T{42}), std::make_pair(value, padded42));
   EXPECT_EQ(1u, VxSubString("12x").getAsVXSIZE_T(&value));
   EXPECT_EQ(2702, VxErrorKeeper::getLastErrorNumber());
-  const std::string padded = std::string(100, ' ') + "42";  // longer than the counted conversion takes
-  EXPECT_EQ(0u, VxSubString(padded.data(), padded.size()).getAsVXSIZE_T(&value));
-  EXPECT_EQ(42u, value);
   ramFailAllocationAfter(1);
   EXPECT_EQ(1u, VxSubString(padded.data(), padded.size()).getAsVXSIZE_T(&value));
 }
@@ -120,13 +108,7 @@ TEST_F(StringTest, GetAsVXSIZE_TConvertsTheViewOnlyHoweverLong) {
 // that never had a buffer), the text and exact capacity it leaves, and
 // whether its first allocation is needed (so that failing it fails the
 // edit). Growth is exact, so most capacities are the length plus one.
-struct Edit {
-  const char* before;
-  std::function<unsigned(VxString&)> run;
-  const char* after;
-  VXSIZE_T capacity;
-  bool allocates;
-};
+struct Edit { const char* before; std::function<unsigned(VxString&)> run; const char* after; VXSIZE_T capacity; bool allocates; };
 
 TEST_F(StringTest, EditsGiveTheirResultOrFailLeavingTheTextAsItWas) {
   using S = VxString&;
@@ -183,20 +165,13 @@ TEST_F(StringTest, EditsGiveTheirResultOrFailLeavingTheTextAsItWas) {
       {"a\t\tb\"\t\"\t", [](S s) { return s.removeTabs('"', 0, 0); }, "a b\"\t\"", 9, false},
       {"a\r\nb\rc\n", [](S s) { return s.removeLineFeeds(0, 0, 0); }, "a b c", 8, false},
       {"abcdef", [](S s) { s.changeBytes(4, 2, nullptr, 0); s.asPascalStr()[4] = 'X'; return unsigned(strcmp(s.asCStr(2), "cd")); }, "abcd", 7, false},
-      {"secret", [](S s) {
-         s.encrypt(1, nullptr);
-         const bool inverted = s.asPascalStr()[0] == static_cast<char>(~'s');
-         s.decrypt(1, nullptr);
-         s.encrypt(3, "key");
-         const bool scrambled = memcmp(s.asPascalStr(), "secret", 6) != 0;
-         s.decrypt(3, "key");
-         return unsigned(!inverted || !scrambled);
-       }, "secret", 7, false},
+      {"secret", [](S s) { s.encrypt(1, nullptr); const bool inverted = s.asPascalStr()[0] == static_cast<char>(~'s'); s.decrypt(1, nullptr);
+         s.encrypt(3, "key"); const bool scrambled = memcmp(s.asPascalStr(), "secret", 6) != 0; s.decrypt(3, "key");
+         return unsigned(!inverted || !scrambled); }, "secret", 7, false},
   };
   for (const Edit& e : edits) {
     for (uint64_t failing = 0; failing <= 3; ++failing) {
-      SCOPED_TRACE(::testing::Message() << "'" << (e.before ? e.before : "(none)") << "' -> '" << e.after
-                                        << "', allocation " << failing << " failing");
+      SCOPED_TRACE(::testing::Message() << "'" << (e.before ? e.before : "(none)") << "' -> '" << e.after << "', allocation " << failing << " failing");
       VxString s;
       ASSERT_EQ(0u, e.before ? s.initialize(e.before) : 0);
       const auto state = [&s] { return std::make_tuple(text(s), s.getCapacity(), static_cast<const void*>(s.asPascalStr())); };
@@ -205,11 +180,9 @@ TEST_F(StringTest, EditsGiveTheirResultOrFailLeavingTheTextAsItWas) {
       const unsigned status = e.run(s);
       ramFailAllocationAfter(0);
       if (failing == 1) { EXPECT_EQ(e.allocates, status != 0); }
-      if (status == 0) {
-        EXPECT_EQ(std::make_tuple(std::string(e.after), e.capacity ? e.capacity : s.getCapacity()), std::make_tuple(text(s), s.getCapacity()));
-      } else {  // the text as it was, and when the first allocation failed the buffer too
-        EXPECT_EQ(failing == 1 ? before : std::make_tuple(std::get<0>(before), s.getCapacity(), std::get<2>(state())), state());
-      }
+      // After a failure the text as it was, and when the first allocation failed the buffer too.
+      const auto now = state();
+      EXPECT_EQ(status == 0 ? std::make_tuple(std::string(e.after), e.capacity ? e.capacity : std::get<1>(now), std::get<2>(now)) : failing == 1 ? before : std::make_tuple(std::get<0>(before), std::get<1>(now), std::get<2>(now)), now);
     }
   }
 }
@@ -242,8 +215,7 @@ TEST_F(StringTest, ABorrowedBufferCannotGrowAndFilesError2716) {
   EXPECT_EQ(std::make_tuple(false, VX_CP_UTF8), std::make_tuple(s.ownsBuffer(), s.getCodePage()));
   ASSERT_EQ(0u, s.concat("defghi"));  // six more bytes and the NUL fit
   EXPECT_EQ(1u, s.concat('j'));
-  EXPECT_EQ(2716, VxErrorKeeper::getLastErrorNumber());
-  EXPECT_STREQ("abcdefghi", s.asCStr());
+  EXPECT_EQ(std::make_tuple(2716, std::string("abcdefghi")), std::make_tuple(int{VxErrorKeeper::getLastErrorNumber()}, std::string(s.asCStr())));
   VxErrorKeeper::clearAllErrors();
   EXPECT_EQ(1u, s.resize(20));
   EXPECT_EQ(std::make_tuple(2716, VXSIZE_T{10}), std::make_tuple(int{VxErrorKeeper::getLastErrorNumber()}, s.getCapacity()));
@@ -257,15 +229,13 @@ TEST_F(StringTest, ChangeBytesDeliberatelyTakesMovedAndCopiedLengthsModulo65536)
   // Replacing byte 0 by two bytes leaves a tail of 65537 bytes: 1 moves.
   ASSERT_EQ(0u, s.changeBytes(0, 1, "XY", 2));
   ASSERT_EQ(65539u, s.getLength());  // the third byte moved, the fourth did not
-  EXPECT_EQ(std::string("XY") + original[1] + original[3], std::string(s.asPascalStr(), 4));
-  EXPECT_EQ(original[65537], s.asPascalStr()[65537]);
+  EXPECT_EQ(std::string("XY") + original[1] + original[3] + original[65537], std::string(s.asPascalStr(), 4) + s.asPascalStr()[65537]);
   std::vector<char> borrowed(70000, '.');
   const std::string inserted(65537, 'Z');  // only 1 of these is copied
   VxString t;
   t.initializeWithBuffer(borrowed.data(), borrowed.size(), 0);
   ASSERT_EQ(0u, t.changeBytes(0, 0, inserted.data(), inserted.size()));
-  EXPECT_EQ(65537u, t.getLength());
-  EXPECT_EQ(std::make_tuple(std::string("Z."), '\0'), std::make_tuple(std::string(borrowed.data(), 2), borrowed[65537]));
+  EXPECT_EQ(std::make_tuple(VXSIZE_T{65537}, std::string("Z."), '\0'), std::make_tuple(t.getLength(), std::string(borrowed.data(), 2), borrowed[65537]));
 }
 
 // VxSubStringUpper: each case asks one cache a sequence of candidates.
@@ -280,11 +250,7 @@ TEST_F(StringTest, UpperCacheMatchesTheUpperCaseFormOfTheView) {
   for (const auto& c : cases) {
     VxSubString view(c[0]);
     VxSubStringUpper cache(&view, view.getLength());
-    for (size_t i = 1; i < c.size(); ++i) {
-      const bool match = c[i][0] == '+';
-      const char* candidate = c[i] + (match ? 1 : 0);
-      EXPECT_EQ(match, cache.isEqualUpper(candidate, strlen(candidate))) << c[0] << " vs " << candidate;
-    }
+    for (size_t i = 1; i < c.size(); ++i) EXPECT_EQ(c[i][0] == '+', cache.isEqualUpper(c[i] + (c[i][0] == '+'), strlen(c[i] + (c[i][0] == '+')))) << c[0] << " vs " << c[i];
   }
 }
 
