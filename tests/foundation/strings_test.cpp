@@ -248,12 +248,10 @@ TEST_F(Strings, FlagsKindsAndLocalesOutsideSqlitesDomain) {
         << "locale " << r.locale << " mode " << r.mode << " text [" << std::string(r.text, n) << "] pattern [" << r.pattern << "]";
     setlocale(LC_ALL, "C");
   }
-  // The wildcard and escape bytes are the caller's; the terminated form
-  // measures both strings.
+  // The wildcard and escape bytes are the caller's. (The strlike fuzz target
+  // judges the terminated form against the counted one.)
   EXPECT_TRUE(strLike("abc", 3, "a*", 2, '*', '?', '!', 0, 1) && strLike("abc", 3, "a?c", 3, '*', '?', '!', 0, 1) &&
               !strLike("abc", 3, "a%", 2, '*', '?', '!', 0, 1) && strLike("a*", 2, "a!*", 3, '*', '?', '!', 0, 1));
-  EXPECT_TRUE(strLike("abc", "A%", '%', '_', '\\', 0, 1) && !strLike("abc", "A%", '%', '_', '\\', 1, 1) &&
-              strLike("abc  ", "abc", '%', '_', '\\', 0, 0));
 }
 
 
