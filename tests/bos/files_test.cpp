@@ -121,8 +121,7 @@ Names find(const std::string& pattern) {
 Names split(char* block) {
   Names names;
   for (const char* p = block; p && *p; p += strlen(p) + 1) names.push_back(p);
-  free(block);
-  return names;
+  return free(block), names;
 }
 
 TEST_F(Files, FindMatchesTheLastComponentSortedAndRunsNoShell) {

@@ -12,33 +12,27 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 namespace {
-
-// Sets *function to the function `name` of library; false (reported) when missing.
-template <typename T>
-bool find(void* library, T* function, const char* name) {
-  *function = reinterpret_cast<T>(dlsym(library, name));
-  if (!*function) fprintf(stderr, "missing symbol %s: %s\n", name, dlerror());
-  return *function != nullptr;
-}
 
 // One round: open the message catalog and read a text from it; lock a byte
 // range and leave it in the library's list of held ranges; register this
 // thread and a second one, store and read back a slot, release both. The
-// unload must free all of it. Returns false on a wrong answer.
+// unload must free all of it. Returns false on a wrong answer or a missing
+// function (reported).
 bool useLibrary(void* library) {
   uint16_t (*loadResource)(const char*, uint32_t, void**, int32_t*), (*freeResource)(void*, int32_t*),
       (*regionLock)(int, uint16_t, uint64_t, uint64_t), (*init)(), (*set)(uint16_t, void*);
   uint64_t (*loadString)(const char*, uint32_t, char*, uint64_t);
   void (*term)();
   void* (*get)(uint16_t);
-  if (!find(library, &loadResource, "_Z18bosLoadResourceDLLPKcjPPvPi") || !find(library, &freeResource, "_Z18bosFreeResourceDLLPvPi") ||
-      !find(library, &loadString, "_Z10LoadStringPKcjPcm") || !find(library, &regionLock, "_Z13bosRegionLockitmm") ||
-      !find(library, &init, "_Z16mdsPerThreadInitv") || !find(library, &term, "_Z16mdsPerThreadTermv") ||
-      !find(library, &get, "_Z19mdsGetPerThreadDatat") || !find(library, &set, "_Z19mdsSetPerThreadDatatPv")) {
-    return false;
-  }
+  const std::pair<void**, const char*> wanted[] = {
+      {(void**)&loadResource, "_Z18bosLoadResourceDLLPKcjPPvPi"}, {(void**)&freeResource, "_Z18bosFreeResourceDLLPvPi"},
+      {(void**)&loadString, "_Z10LoadStringPKcjPcm"}, {(void**)&regionLock, "_Z13bosRegionLockitmm"}, {(void**)&init, "_Z16mdsPerThreadInitv"},
+      {(void**)&term, "_Z16mdsPerThreadTermv"}, {(void**)&get, "_Z19mdsGetPerThreadDatat"}, {(void**)&set, "_Z19mdsSetPerThreadDatatPv"}};
+  for (const auto& w : wanted)
+    if (!(*w.first = dlsym(library, w.second))) return fprintf(stderr, "missing symbol %s: %s\n", w.second, dlerror()), false;
   int32_t users = 0;
   char text[256];
   loadResource("vxlib", 0, nullptr, &users);

@@ -30,12 +30,9 @@ std::string loaded(uint32_t id) {
 
 TEST(Process, EnvironmentIdentityNamesAndSleep) {
   setenv("VX_BOS_TEST", "value 1", 1);
-  EXPECT_STREQ("value 1", bosGetEnv("VX_BOS_TEST"));
-  unsetenv("VX_BOS_TEST");
-  uint64_t other = 0;
-  std::thread([&] { other = bosGetThreadID(); }).join();
-  EXPECT_EQ("1 1 1 1", seq({n(bosGetEnv("VX_BOS_TEST") == nullptr), n(uint64_t(pthread_self()) == bosGetThreadID()),
-                                  n(other != bosGetThreadID()), n(getpid() == bosGetProcessID())}));
+  const std::string value = bosGetEnv("VX_BOS_TEST"), other = onThread([] { return n(bosGetThreadID()); });
+  EXPECT_EQ("value 1 1 1 1 1", seq({value, (unsetenv("VX_BOS_TEST"), n(bosGetEnv("VX_BOS_TEST") == nullptr)),
+                                    n(uint64_t(pthread_self()) == bosGetThreadID()), n(other != n(bosGetThreadID())), n(getpid() == bosGetProcessID())}));
   // Host and login names are copied whole when they fit, else deliberately
   // size bytes and a NUL after them; a null buffer or size 0 does nothing.
   char host[256] = {};
@@ -146,9 +143,9 @@ TEST_F(Loader, NamesAreCompletedAndLocatedAndRefusalsReported) {
                                                {at("libvxplugin.so.1"), 0}, {"libvxplugin", 0}, {"libvxplugin.so.1", 0}};
   for (const auto& c : found) EXPECT_EQ(42, answerOf(bosLoadLibrary(c.first.c_str(), c.second))) << c.first;
   EXPECT_EQ(nullptr, vxGetProcAddr(bosLoadLibrary(kPlugin.c_str(), 0), "noSuchSymbolHere"));
-  EXPECT_EQ("0 0 0 0", seq({res(bosLoadLibrary((kPluginDir + "/vxplugin").c_str(), 0) != nullptr),
-                            res(bosLoadLibrary("/nonexistent/libnothing", 0) != nullptr), res(bosLoadLibrary("libvx_no_such", 0) != nullptr),
-                            res(bosLoadLibrary(nullptr, 0) != nullptr)}));
+  // (A missing absolute path, not loaded, is a row of the probe's table.)
+  EXPECT_EQ("0 0 0", seq({res(bosLoadLibrary((kPluginDir + "/vxplugin").c_str(), 0) != nullptr),
+                          res(bosLoadLibrary("libvx_no_such", 0) != nullptr), res(bosLoadLibrary(nullptr, 0) != nullptr)}));
   EXPECT_EQ(nullptr, bosLoadLibrary(at("libbroken").c_str(), 0));
   ASSERT_EQ(1523, VxErrorKeeper::getLastErrorNumber());
   std::string text = VxErrorKeeper::getLastError()->getErrorText(), format = sourceText(1523), path = at("libbroken.so");
@@ -226,7 +223,6 @@ TEST_F(Probe, TracesOfTheCatalogTheLoaderAndTheFileLayer) {
     std::string out = runProbe(c.env, c.args);
     EXPECT_EQ(c.expected, c.prefixOnly ? out.substr(0, c.expected.size()) : out) << c.args[0] << " " << c.args[1] << "\n" << out;
   }
-  EXPECT_NE(std::string::npos, runProbe({"VX_DEBUGGING=4"}, {"load", broken, "0"}).find("\nnot loaded\nerror 1523: "));
   std::smatch m;
   std::string out = runProbe({"VX_DEBUGGING=1", "VX_TMPDIR=" + dir}, {"open", "x", "40"});
   ASSERT_TRUE(std::regex_match(out, m, std::regex("bosfopen - File:x\nbosfopen: Temp File (" + dir + "/vx\\w{6}) =0 (.*)\n"))) << out;

@@ -32,28 +32,16 @@ TEST_F(RegionLock, ThreadsAndProcessesAreKeptOffRangesHeldElsewhere) {
   EXPECT_EQ(1, inChild([&] { return lock(0, 20, 5) == "1/1512"; })) << "for the system too";
   EXPECT_EQ("0 0", seq({lock(1, 20, 5), lock(1, 0, 10)}));
   EXPECT_EQ("0 0 0 0", onThread([&] { return seq({lock(0, 5, 10), lock(1, 5, 10), lock(0, 20, 5), lock(1, 20, 5)}); }));
-  // A child holds 30..40 while this process's threads try it.
-  int ready[2], done[2], status = -1;
-  char c = 'r';
-  ASSERT_EQ(0, pipe(ready) + pipe(done));
-  pid_t child = fork();
-  if (child == 0) _exit(lock(0, 30, 10) == "0" && write(ready[1], &c, 1) == 1 && read(done[0], &c, 1) == 1 ? 0 : 1);
-  ASSERT_EQ(1, read(ready[0], &c, 1));
-  EXPECT_EQ("1/1512 1/1512", seq({onThread([&] { return lock(0, 35, 1); }), lock(0, 30, 10)}));
-  EXPECT_EQ(0, (write(done[1], "d", 1), waitpid(child, &status, 0), status));
-  EXPECT_EQ("0 0", seq({lock(0, 30, 10), lock(1, 30, 10)})) << "released when the child ended";
+  // (A range another process holds is refused by the system: the children
+  // above meet this process's ranges that way.)
   int readOnly = ::open(at("r").c_str(), O_RDONLY);
   EXPECT_EQ("1/1507 1/1507", seq({res(bosRegionLock(-1, 0, 0, 10)), res(bosRegionLock(readOnly, 0, 0, 10))})) << "EBADF";
-  for (int p : {ready[0], ready[1], done[0], done[1], readOnly, fd}) close(p);
+  close(readOnly), close(fd);
 }
 
 void* tag(uintptr_t value) { return reinterpret_cast<void*>(value); }
 VxThreadInfo* head() { return static_cast<VxThreadInfo*>(mdsGetPerTaskData(MDS_TASK_THREAD_LIST)); }
-long listLength() {
-  long length = 0;
-  for (VxThreadInfo* e = head(); e; e = e->next) ++length;
-  return length;
-}
+long listLength() { long length = 0; for (VxThreadInfo* e = head(); e; e = e->next) ++length; return length; }
 // The calling thread's six slots.
 std::string slots() {
   std::string s;
@@ -70,10 +58,7 @@ struct Signal {
 
 // Every test starts and ends with an empty thread list. (No error list is
 // installed here: slot 0 holds test values.)
-class PerThreadData : public ::testing::Test {
-  void SetUp() override { mdsReleaseThreadList(); }
-  void TearDown() override { mdsReleaseThreadList(); }
-};
+struct PerThreadData : ::testing::Test { void SetUp() override { mdsReleaseThreadList(); } void TearDown() override { mdsReleaseThreadList(); } };
 
 TEST_F(PerThreadData, RegistrationNestsAndReleasedEntriesAreReused) {
   VxThreadInfo* first = nullptr;
@@ -239,11 +224,7 @@ TEST(Semaphore, LazySlotsCreateLockAndForget) {
 // the delete calls; the registry removes its System V sets and deletes its
 // semaphores when destroyed.
 TEST(Semaphore, ArrayAndRegistry) {
-  struct Counted : VxObject {
-    explicit Counted(int* deaths) : deaths(deaths) {}
-    ~Counted() override { ++*deaths; }
-    int* deaths;
-  };
+  struct Counted : VxObject { int* deaths; explicit Counted(int* d) : deaths(d) {} ~Counted() override { ++*deaths; } };
   int deaths = 0;
   SemArray array;
   Counted *a = new Counted(&deaths), *b = new Counted(&deaths), *c = new Counted(&deaths);
