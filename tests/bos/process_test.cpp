@@ -155,9 +155,10 @@ TEST_F(Loader, NamesAreCompletedAndLocatedAndRefusalsReported) {
   EXPECT_NE(text.find(path), text.rfind(path)) << text;
 }
 
-// What the probe prints, row by row: its environment, its arguments, and
-// the output expected (whole, or how it starts when prefixOnly).
-struct ProbeCase { std::vector<std::string> env, args; std::string expected; bool prefixOnly = false; };
+// What the probe prints, row by row: its trace mask (VX_DEBUGGING), the
+// rest of its environment, its arguments, and the output expected (whole,
+// or how it starts when prefixOnly).
+struct ProbeCase { std::string mask; std::vector<std::string> env, args; std::string expected; bool prefixOnly = false; };
 
 std::string openingTrace(const std::string& language) {
   return "OpenStrings: HINST=vxlib\nOpenStrings: Default LC_MESSAGES=C\nOpenStrings: Using LC_MESSAGES=" + language + "\n";
@@ -182,45 +183,44 @@ TEST_F(Probe, TracesOfTheCatalogTheLoaderAndTheFileLayer) {
   const std::vector<std::string> install = {"--install", dir}, missing = {"--install", "/nonexistent/vx"};
   auto with = [](std::vector<std::string> a, const std::vector<std::string>& b) { a.insert(a.end(), b.begin(), b.end()); return a; };
   const ProbeCase cases[] = {
-      {{"VX_DEBUGGING=8"}, {"message", "1509"}, openingTrace("en_US") + found},
-      {{"VX_DEBUGGING=4"}, {"message", "1509"}, "[" + text + "]\n"},
-      {{"VX_DEBUGGING=8", "LANG=de_DE"}, {"message", "1509"}, openingTrace("de_DE") + found},  // no German catalog built
-      {{"VX_DEBUGGING=8", "LANG=de_DE", "LC_MESSAGES=fr_FR"}, {"message", "4"}, openingTrace("fr_FR"), true},
-      {{"VX_DEBUGGING=8", "LANG=C", "LC_MESSAGES=C"}, {"message", "4"}, openingTrace("en_US"), true},
-      {{"VX_DEBUGGING=8", "LANG=pt_BR", "LC_MESSAGES=C"}, {"message", "4"}, openingTrace("pt_BR"), true},
-      {{"VX_DEBUGGING=8"}, with(missing, {"error", "1509", "x.ini"}), openingTrace("en_US") + "[1509]\n"},
-      {{}, with(missing, {"maperror", "18", "x.ini"}), std::string("error 30041: 30041") + strerror(18) + "\n"},
-      {{"LANG=de_DE"}, with(install, {"error", "1509", "x.ini"}), "[Deutscher Testtext zu x.ini.]\n"},
-      {{"LANG=fr_FR"}, with(install, {"error", "1509", "x.ini"}), "[English test text for x.ini.]\n"},
-      {{}, with(install, {"message", "1503"}), "[1503]\n"},
+      {"8", {}, {"message", "1509"}, openingTrace("en_US") + found},
+      {"4", {}, {"message", "1509"}, "[" + text + "]\n"},
+      {"8", {"LANG=de_DE"}, {"message", "1509"}, openingTrace("de_DE") + found},  // no German catalog built
+      {"8", {"LANG=de_DE", "LC_MESSAGES=fr_FR"}, {"message", "4"}, openingTrace("fr_FR"), true},
+      {"8", {"LANG=C", "LC_MESSAGES=C"}, {"message", "4"}, openingTrace("en_US"), true},
+      {"8", {"LANG=pt_BR", "LC_MESSAGES=C"}, {"message", "4"}, openingTrace("pt_BR"), true},
+      {"8", {}, with(missing, {"error", "1509", "x.ini"}), openingTrace("en_US") + "[1509]\n"},
+      {"0", {}, with(missing, {"maperror", "18", "x.ini"}), std::string("error 30041: 30041") + strerror(18) + "\n"},
+      {"0", {"LANG=de_DE"}, with(install, {"error", "1509", "x.ini"}), "[Deutscher Testtext zu x.ini.]\n"},
+      {"0", {"LANG=fr_FR"}, with(install, {"error", "1509", "x.ini"}), "[English test text for x.ini.]\n"},
+      {"0", {}, with(install, {"message", "1503"}), "[1503]\n"},
       // The loader traces under bit 0x4 only.
-      {{"VX_DEBUGGING=4"}, {"load", kPluginDir + "/libvxplugin", "0", "vxTestPluginAnswer"},
+      {"4", {}, {"load", kPluginDir + "/libvxplugin", "0", "vxTestPluginAnswer"},
        "LoadLibrary: Searching for " + kPlugin + ".\nLoadLibrary: Found library " + kPlugin + ".\nloaded\nvalue 42\n"},
-      {{"VX_DEBUGGING=4"}, {"load", "/nonexistent/libnothing", "0"},
+      {"4", {}, {"load", "/nonexistent/libnothing", "0"},
        "LoadLibrary: Searching for /nonexistent/libnothing.so.\nUnable to open Shared Library: /nonexistent/libnothing.so\nnot loaded\n"},
-      {{"VX_DEBUGGING=8"}, {"load", kPluginDir + "/libvxplugin", "0"}, "loaded\n"},
-      {{"VX_DEBUGGING=4"}, {"load", broken, "0"},
+      {"8", {}, {"load", kPluginDir + "/libvxplugin", "0"}, "loaded\n"},
+      {"4", {}, {"load", broken, "0"},
        "LoadLibrary: Searching for " + broken + ".\nLoadLibrary: Found library " + broken + ".\nUnable to open Shared Library:" + broken +
            "\nLoader Error: ", true},
       // The file layer: bit 0x400 paths, 0x200 searches, 0x100 existence, 0x1 opening and redirection.
-      {{"VX_DEBUGGING=400"}, {"path", "/d", "report", "txt"},
+      {"400", {}, {"path", "/d", "report", "txt"},
        "BOSPATH: dir:/d name:report default_ext:txt\nbospath: after bosfpath path:/d/report.txt\n=/d/report.txt\n"},
-      {{"VX_DEBUGGING=3FB"}, {"path", "/d", "report", "txt"}, "=/d/report.txt\n"},
-      {{"VX_DEBUGGING=200"}, {"find", at("*.ini")},
+      {"3FB", {}, {"path", "/d", "report", "txt"}, "=/d/report.txt\n"},
+      {"200", {}, {"find", at("*.ini")},
        "bosFindFiles: Search for " + at("*.ini") + "\nbosFindFiles: returns fileName=" + at("a.ini") + "\n=" + at("a.ini") +
            "\nbosFindFiles: returns fileName=" + at("b.ini") + "\n=" + at("b.ini") + "\n"},
-      {{"VX_DEBUGGING=5FF"}, {"find", at("*.ini")}, "=" + at("a.ini") + "\n=" + at("b.ini") + "\n"},
-      {{"VX_DEBUGGING=100"}, {"exist", e}, "bosexist: Name=" + e + "  exists: 1\n=1\n"},
-      {{"VX_DEBUGGING=100"}, {"exist", dir}, "bosexist: Name=" + dir + "  exists: 0\n=0\n"},
-      {{"VX_DEBUGGING=FF"}, {"exist", e}, "=1\n"},
-      {{"VX_DEBUGGING=1", "HOME=" + home}, {"open", ".odbc.ini", "300"},
+      {"5FF", {}, {"find", at("*.ini")}, "=" + at("a.ini") + "\n=" + at("b.ini") + "\n"},
+      {"100", {}, {"exist", e}, "bosexist: Name=" + e + "  exists: 1\n=1\n"},
+      {"FF", {}, {"exist", e}, "=1\n"},
+      {"1", {"HOME=" + home}, {"open", ".odbc.ini", "300"},
        "bosfopen - File:.odbc.ini\nbosfopen: Replacing " + odbc + " with " + odbc + "\n=0 " + odbc + "\n"},
-      {{"VX_DEBUGGING=1", "HOME=" + home, "ODBCINI=" + at("elsewhere.ini")}, {"open", "odbc.ini", "300"},
+      {"1", {"HOME=" + home, "ODBCINI=" + at("elsewhere.ini")}, {"open", "odbc.ini", "300"},
        "bosfopen - File:odbc.ini\nbosfopen: Replacing " + home + "/odbc.ini with " + at("elsewhere.ini") + "\n=1 odbc.ini\n"},
-      {{"VX_DEBUGGING=1"}, {"open", "plain", "100"}, "bosfopen - File:plain\n=0 plain\n"},
-      {{"VX_DEBUGGING=FFFE", "HOME=" + home}, {"open", ".odbc.ini", "300"}, "=0 " + odbc + "\n"}};
+      {"1", {}, {"open", "plain", "100"}, "bosfopen - File:plain\n=0 plain\n"},
+      {"FFFE", {"HOME=" + home}, {"open", ".odbc.ini", "300"}, "=0 " + odbc + "\n"}};
   for (const ProbeCase& c : cases) {
-    std::string out = runProbe(c.env, c.args);
+    std::string out = runProbe(with(c.env, {"VX_DEBUGGING=" + c.mask}), c.args);
     EXPECT_EQ(c.expected, c.prefixOnly ? out.substr(0, c.expected.size()) : out) << c.args[0] << " " << c.args[1] << "\n" << out;
   }
   std::smatch m;
