@@ -248,17 +248,16 @@ TEST(ErrorKeeper, NestedListsRestoreTheOuterOneAndReleaseTheThreadLast) {
 TEST(Threads, EachThreadHasItsOwnCurrentList) {
   VxErrorList mine(nullptr, VxErrorList::kSupportMultipleErrors), theirs(nullptr, VxErrorList::kSupportMultipleErrors);
   ASSERT_EQ(0u, VxErrorKeeper::setErrorList(&mine));
-  bool otherSawNoList = false, otherDroppedReport = false;
+  bool otherSawNoListAndDroppedItsReport = false;
   std::thread other([&] {
-    otherSawNoList = VxErrorKeeper::getErrorList() == nullptr;
-    otherDroppedReport = addError(1).isDummyError();
+    otherSawNoListAndDroppedItsReport = VxErrorKeeper::getErrorList() == nullptr && addError(1).isDummyError();
     VxErrorKeeper::setErrorList(&theirs);
     addError(2);
     VxErrorKeeper::giveUpErrorList();
   });
   other.join();
   addError(3);
-  EXPECT_TRUE(otherSawNoList && otherDroppedReport && numbers(theirs) == std::vector<int>{2} && numbers(mine) == std::vector<int>{3});
+  EXPECT_TRUE(otherSawNoListAndDroppedItsReport && numbers(theirs) == std::vector<int>{2} && numbers(mine) == std::vector<int>{3});
   VxErrorKeeper::giveUpErrorList();
 }
 
