@@ -26,7 +26,7 @@ using Bytes = std::vector<uint8_t>;
 // nothing. Bits count from the least significant; bitcheck returns the bit
 // in place. butswap reaches elements past 16 bits and, when it cannot get
 // a scratch element, gives up leaving both elements as they were.
-TEST(BytePrimitives, FastCopyStepsDownBitsCountFromLowButswapGivesUpWithoutHeap) {
+TEST(BytePrimitives, FastCopyBitSetsButswapAndAlignmentKeepTheirQuirks) {
   alignas(8) char buf[8] = {'x', 'a', 'b', 'c', 'd', 'e', 'f', '\0'};
   fastMemCopy(buf + 2, buf + 1, 5);
   EXPECT_STREQ("xaabcde", buf);
@@ -43,11 +43,9 @@ TEST(BytePrimitives, FastCopyStepsDownBitsCountFromLowButswapGivesUpWithoutHeap)
   butswap(big.data(), 0, 300, 300);
   ramFailAllocationAfter(0);
   EXPECT_EQ(0xEE, big[0]);
-}
-
-// Deliberate: the mask is ~boundary, not ~(boundary - 1), the 16-bit form
-// wraps at 16 bits, and verifyByteBoundary is false for every boundary.
-TEST(BytePrimitives, AlignmentUsesTheBoundaryItselfAsMaskDeliberately) {
+  // Deliberate: the alignment mask is ~boundary, not ~(boundary - 1), the
+  // 16-bit form wraps at 16 bits, and verifyByteBoundary is false for every
+  // boundary.
   struct { uint64_t value; uint16_t boundary; uint64_t wide; uint16_t narrow; } rows[] = {
       {1, 8, 0, 0}, {9, 8, 16, 16}, {8, 8, 7, 7}, {12, 4, 11, 11}, {0xFFFF, 8, 0x10006, 6}};
   for (const auto& r : rows) {  // each form returns the aligned value and stores it
@@ -88,7 +86,7 @@ class Hex : public ::testing::Test {
   VxErrorList errors{nullptr, VxErrorList::kSupportMultipleErrors};
 };
 
-TEST_F(Hex, EncodersAndDecodersAgreeWithSnprintfAndStrtoul) {
+TEST_F(Hex, CodersAgreeWithSnprintfAndStrtoulAndABadDigitPostsAnError) {
   Random random;
   for (int i = 0; i < 3000 && !HasFailure(); ++i) {
     SCOPED_TRACE(testing::Message() << "seed " << kSeed << " case " << i);
@@ -130,12 +128,9 @@ TEST_F(Hex, EncodersAndDecodersAgreeWithSnprintfAndStrtoul) {
                 std::equal(doubled.begin(), doubled.end(), escaped.begin()));
   }
   EXPECT_EQ(0u, errors.getCount());
-}
-
-// The hex fuzz target judges the statuses, the error number and the
-// untouched count of every decoder on bad digits; here the bytes decoded
-// before the bad digit stay, and the report is an error, not a warning.
-TEST_F(Hex, BadDigitReturnsOneAndPostsAnErrorKeepingEarlierBytes) {
+  // The hex fuzz target judges the statuses, the error number and the
+  // untouched count of every decoder on bad digits; here the bytes decoded
+  // before the bad digit stay, and the report is an error, not a warning.
   uint8_t out[3] = {0, 0, 0};
   EXPECT_TRUE(dehexify(out, "12 4", 4) == 1 && out[0] == 0x12 && dehexifyHuge(out, "AbG0", 4) == 1 && out[0] == 0xAB);
   ASSERT_EQ(2u, errors.getCount());

@@ -33,7 +33,7 @@ std::string run(const std::string& command, int* status) {
   return out;
 }
 
-TEST(Heap, StringCopiesResizeAndTheFailureHook) {
+TEST(Heap, StringCopiesResizeFailureHookObjectRootAndInitialisingOperators) {
   char *prefix = ramAllocStr("abcdef", 3), *whole = ramAllocStr("hello"), *empty = ramAllocStr("xyz", 0);
   EXPECT_TRUE(std::string("abc") == prefix && std::string("hello") == whole && std::string() == empty);
   free(prefix), free(empty);
@@ -62,9 +62,7 @@ TEST(Heap, StringCopiesResizeAndTheFailureHook) {
   for (auto& entry : entries) EXPECT_EQ(nullptr, (ramFailAllocationAfter(1), entry())) << &entry - entries;
   EXPECT_NE(nullptr, block = ramRealloc(block, 64));
   free(block);
-}
-
-TEST(Heap, ObjectRootAndInitialisingOperators) {
+  // The object root and the initialising operators.
   VxObject a, b;
   EXPECT_TRUE(a.compare(&b) == 0 && b.compare(&a) == 0);
   void *x = VxObject::operator new(0), *y = VxObject::operator new[](0);

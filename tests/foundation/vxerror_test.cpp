@@ -57,7 +57,7 @@ class ErrorList : public ::testing::Test {
   CountingList* list = nullptr;
 };
 
-TEST(VxErrorRecord, StaticRecordsAreFixedAndIgnoreParameters) {
+TEST(VxErrorRecord, StaticRecordsAreFixedOthersFillParametersByPosition) {
   EXPECT_TRUE(MemoryError.getErrorNumber() == 30190 && MemoryError.isStatic() && MemoryError.isMemoryError() &&
               !MemoryError.isWarning() && !MemoryError.isDummyError() && MemoryError.getNativeError() == 0);
   EXPECT_TRUE(DummyError.getErrorNumber() == 0 && DummyError.isStatic() && DummyError.isDummyError() &&
@@ -65,9 +65,7 @@ TEST(VxErrorRecord, StaticRecordsAreFixedAndIgnoreParameters) {
   EXPECT_EQ(&DummyError, &(DummyError << "lost" << uint64_t(7) << -3 << VxSubString("x", 1)));
   EXPECT_EQ(&MemoryError, &(MemoryError << "lost" << int64_t(1)));
   EXPECT_TRUE(DummyError.getErrorText() == std::string() && MemoryError.getErrorText() == std::string("Out Of Memory"));
-}
-
-TEST(VxErrorRecord, FieldsInterfaceCodeAndParametersByPosition) {
+  // A record keeps its fields and fills parameters in by position.
   VxError e(1509, "File %s1 (%d2), %d3, %s4 %d5 %d6.", VX_CP_UTF8, VX_ERROR_TYPE_WARNING, 12, -5);
   EXPECT_TRUE(e.getErrorNumber() == 1509 && e.getNativeError() == -5 && e.getInterfaceError() == 12 &&
               e.getCodePage() == VX_CP_UTF8 && e.isWarning() && !e.isStatic() && !e.isDummyError());
@@ -85,6 +83,8 @@ TEST(VxErrorRecord, FieldsInterfaceCodeAndParametersByPosition) {
   EXPECT_STREQ("", VxError(1, nullptr, VX_CP_LOCALE, VX_ERROR_TYPE_ERROR, 0, 0).getErrorText());
 }
 
+// A new list is empty, and allocError stores the interface error as 0
+// (deliberate).
 TEST(VxErrorRecord, NewListIsEmptyAndAllocErrorStoresInterfaceErrorAsZeroDeliberately) {
   int owner = 0;
   VxErrorList single(&owner), multiple(nullptr, VxErrorList::kSupportMultipleErrors | 2);
