@@ -63,14 +63,13 @@ TEST_F(Strings, CopiesTrimsQuotesAndCaseMatchStdStringModelsInTheCLocale) {
 // Sign and magnitude, compared with the doubles themselves; the sign bit
 // alone decides between -0.0 and 0.0.
 TEST_F(Strings, FloatCompareOrdersBigEndianDoublesAsTheirValues) {
+  auto bigEndian = [](double d) { uint64_t u; memcpy(&u, &d, 8); return __builtin_bswap64(u); };  // most significant byte first
   Random random;
   for (int i = 0; i < 5000; ++i) {
-    double a = std::ldexp(random(-1000, 1000), random(-30, 30)), b = random(0, 3) ? std::ldexp(random(-1000, 1000), random(-30, 30)) : a;
-    if (i == 0) a = -0.0, b = 0.0;
+    const double a = i == 0 ? -0.0 : std::ldexp(random(-1000, 1000), random(-30, 30));
+    const double b = i == 0 ? 0.0 : random(0, 3) ? std::ldexp(random(-1000, 1000), random(-30, 30)) : a;
     const int want = std::signbit(a) != std::signbit(b) ? (std::signbit(a) ? -1 : 1) : (a > b) - (a < b);
-    uint64_t x, y;
-    memcpy(&x, &a, 8), memcpy(&y, &b, 8);
-    x = __builtin_bswap64(x), y = __builtin_bswap64(y);  // most significant byte first
+    const uint64_t x = bigEndian(a), y = bigEndian(b);
     ASSERT_EQ(want, floatCompare(&x, &y)) << kSeed << " " << a << " " << b;
   }
 }
