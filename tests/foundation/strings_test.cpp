@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <string>
@@ -174,44 +175,40 @@ TEST_F(Strings, AgreesWithSqliteLikeOnRandomAscii) {
 }
 
 TEST_F(Strings, FlagsKindsAndLocalesOutsideSqlitesDomain) {
-  enum { kC = -1 };
-  const std::string longText = std::string(300, 'x').replace(250, 6, "NeEdLe"),
-                    multibyte = std::string(40, 'x') + "\xC3\xA9" "abc",
-                    dotless = std::string(40, 'x') + "\xFD" "y";
+  using namespace std::string_literals;  // for texts holding a NUL
+  const std::string longText = std::string(300, 'x').replace(250, 6, "NeEdLe"), multibyte = std::string(40, 'x') + "\xC3\xA9" "abc";
   // Mode bits: case sensitive, trailing blanks significant, UTF-8 kind
-  // (else the locale's).
-  enum { kCs = 1, kB = 2, kU = 4 };
-  struct { int locale; const char* text; int length; const char* pattern; int mode; bool want; } rows[] = {
+  // (else the locale's). Rows run in the "C" locale unless they name
+  // another, on the whole text unless they give a length.
+  enum { kC = -1, kCs = 1, kB = 2, kU = 4 };
+  struct { std::string text; const char* pattern; int mode; bool want; int locale = kC; size_t length = std::string::npos; } rows[] = {
       // Trailing white space of both is cut only when blanks do not count.
-      {kC, "abc ", -1, "abc", 0, true}, {kC, "abc ", -1, "abc", kB, false}, {kC, "abc", -1, "abc  ", 0, true},
-      {kC, "abc\t\n", -1, "abc", 0, true}, {kC, "ABC", -1, "abc", kCs | kB, false}, {kC, "a\0b", 3, "a_b", kB, true},
-      {kC, longText.c_str(), -1, "%needle%", kCs | kB, false}, {kC, longText.c_str(), -1, "%NeEdLe%", kCs | kB, true}, {kC, "a\0b", 3, "a", kB, false},
+      {"abc ", "abc", 0, true}, {"abc ", "abc", kB, false}, {"abc", "abc  ", 0, true}, {"abc\t\n", "abc", 0, true},
+      {"ABC", "abc", kCs | kB, false}, {"a\0b"s, "a_b", kB, true}, {"a\0b"s, "a", kB, false},
+      {longText, "%needle%", kCs | kB, false}, {longText, "%NeEdLe%", kCs | kB, true},
       // The kind decides what one character is; UTF-8 ones compare on their
       // first byte only.
-      {kC, "\xC3\xA9", -1, "_", kB | kU, true}, {kC, "\xC3\xA9", -1, "_", kB, false}, {kC, "\xC3\xA9", -1, "__", kB, true},
-      {kC, "x\xE2\x82\xAC" "y", -1, "x_y", kB | kU, true}, {kC, "\xE2\x82\xAC", -1, "\xE2\x82\xA4", kCs | kB | kU, true},
-      {kC, "\xE2\x82\xAC", -1, "\xC3\xA9", kCs | kB | kU, false},
+      {"\xC3\xA9", "_", kB | kU, true}, {"\xC3\xA9", "_", kB, false}, {"\xC3\xA9", "__", kB, true}, {"x\xE2\x82\xAC" "y", "x_y", kB | kU, true},
+      {"\xE2\x82\xAC", "\xE2\x82\xA4", kCs | kB | kU, true}, {"\xE2\x82\xAC", "\xC3\xA9", kCs | kB | kU, false},
       // A UTF-8 character cut by the length is one last character; the
       // bytes after the length are never looked at.
-      {kC, "a\xF0zz", 2, "a_", kCs | kB | kU, true}, {kC, "a\xF0zz", 2, "a__", kCs | kB | kU, false},
-      {kC, "a\xF0zz", 2, "a_z", kCs | kB | kU, false}, {kC, "a\xF0zz", 2, "%_", kCs | kB | kU, true},
-      {kC, "a\xF0zz", 2, "a\xF0", kCs | kB | kU, true},
+      {"a\xF0zz", "a_", kCs | kB | kU, true, kC, 2}, {"a\xF0zz", "a__", kCs | kB | kU, false, kC, 2},
+      {"a\xF0zz", "%_", kCs | kB | kU, true, kC, 2}, {"a\xF0zz", "a\xF0", kCs | kB | kU, true, kC, 2},
       // The bulk search after % hands multibyte characters to the general step.
-      {kC, multibyte.c_str(), -1, "%\xC3\xA9" "abc", kB | kU, true}, {kC, multibyte.c_str(), -1, "%_abc", kB | kU, true},
-      {kC, multibyte.c_str(), -1, "%abc", kB | kU, true}, {kC, multibyte.c_str(), -1, "%x_abc", kB | kU, true},
-      {kC, multibyte.c_str(), -1, "%x_abc", kB, false},
+      {multibyte, "%\xC3\xA9" "abc", kB | kU, true}, {multibyte, "%_abc", kB | kU, true}, {multibyte, "%x_abc", kB | kU, true},
+      {multibyte, "%x_abc", kB, false},
       // Two-byte characters match whole; a trail byte is compared exactly.
-      {kGbk, "\xD6\xD0", -1, "_", kB, true}, {kGbk, "a\xD6\xD0" "b", -1, "a_b", kB, true}, {kGbk, "\x81\x61", -1, "\x81\x41", kB, false},
-      {kGbk, "\x81\x41", -1, "\x81\x41", kB, true}, {kGbk, "xyz\xD6\xD0", -1, "%\xD6\xD0", kB, true},
-      {kGbk, "\x81\x41", -1, "%A", kB, false}, {kGbk, "\x81", -1, "\x81\x41", kB, false},
+      {"\xD6\xD0", "_", kB, true, kGbk}, {"a\xD6\xD0" "b", "a_b", kB, true, kGbk}, {"\x81\x61", "\x81\x41", kB, false, kGbk},
+      {"\x81\x41", "\x81\x41", kB, true, kGbk}, {"xyz\xD6\xD0", "%\xD6\xD0", kB, true, kGbk}, {"\x81\x41", "%A", kB, false, kGbk},
+      {"\x81", "\x81\x41", kB, false, kGbk},
       // Dotless i (0xFD) upper-cases to I, also where the bulk search runs.
-      {kTurkish, dotless.c_str(), -1, "%iy", kB, true}, {kTurkish, dotless.c_str(), -1, "%iy", kCs | kB, false},
-      {kTurkish, "\xFD", -1, "I", kB, true}};
+      {std::string(40, 'x') + "\xFD" "y", "%iy", kB, true, kTurkish}, {std::string(40, 'x') + "\xFD" "y", "%iy", kCs | kB, false, kTurkish},
+      {"\xFD", "I", kB, true, kTurkish}};
   for (const auto& r : rows) {
     if (r.locale != kC && !useLocale(TestLocale(r.locale))) continue;
-    size_t n = r.length < 0 ? strlen(r.text) : size_t(r.length);
-    EXPECT_EQ(r.want, like(r.text, n, r.pattern, r.mode & kCs, (r.mode & kB) != 0, r.mode & kU ? VX_CP_UTF8 : VX_CP_LOCALE))
-        << "locale " << r.locale << " mode " << r.mode << " text [" << std::string(r.text, n) << "] pattern [" << r.pattern << "]";
+    const size_t n = std::min(r.length, r.text.size());
+    EXPECT_EQ(r.want, like(r.text.data(), n, r.pattern, r.mode & kCs, (r.mode & kB) != 0, r.mode & kU ? VX_CP_UTF8 : VX_CP_LOCALE))
+        << "locale " << r.locale << " mode " << r.mode << " text [" << r.text.substr(0, n) << "] pattern [" << r.pattern << "]";
     setlocale(LC_ALL, "C");
   }
   // The wildcard and escape bytes are the caller's. (The strlike fuzz target
