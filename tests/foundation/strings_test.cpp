@@ -76,8 +76,7 @@ TEST_F(Strings, FloatCompareOrdersBigEndianDoublesAsTheirValues) {
 }
 
 TEST_F(Strings, DeliberateOdditiesAndOtherKinds) {
-  struct { const char *a, *b; int want; } pad[] = {
-      {"AB", "AB  ", 0}, {"AB  ", "AB", 0}, {"AB", "ABC", -1}, {"ABC", "AB", 1},
+  struct { const char *a, *b; int want; } pad[] = {{"AB", "AB  ", 0}, {"AB  ", "AB", 0}, {"AB", "ABC", -1}, {"ABC", "AB", 1},
       {"AB\t", "AB", 1}, {"AB", "AB\t", -1}, {"\x80", "a", 1}, {"a", "b", -1}};
   for (const auto& r : pad) EXPECT_EQ(r.want, strComparePad(r.a, r.b)) << r.a << "|" << r.b;
   // 1, T and ON are true; Y and YES are not (deliberate). (That
@@ -111,10 +110,9 @@ TEST_F(Strings, DeliberateOdditiesAndOtherKinds) {
   // doubled and the last character must be the quote, else nothing changes.
   EXPECT_TRUE(strCopyUnquoted(buf, "'ab!", 4) == buf + 2 && std::string("ab") == buf);
   EXPECT_TRUE(strCopyUnquoted(buf, "'", 1) == buf && buf[0] == '\0');
-  struct { const char* s; vxCPType cp; VXSIZE_T want; const char* after; } removal[] = {
-      {"'a''b'", VX_CP_LOCALE, 3, "a'b"}, {"''", VX_CP_LOCALE, 0, ""}, {"'", VX_CP_LOCALE, 1, "'"},
-      {"ab'", VX_CP_LOCALE, 3, "ab'"}, {"'ab", VX_CP_LOCALE, 3, "'ab"}, {"'a'b'", VX_CP_LOCALE, 5, "'a'b'"},
-      {"'''", VX_CP_LOCALE, 3, "'''"}, {"'ab\xC3'", VX_CP_UTF8, 5, "'ab\xC3'"}, {"'ab\xC3'", VX_CP_LOCALE, 3, "ab\xC3"}};
+  struct { const char* s; VXSIZE_T want; const char* after; vxCPType cp = VX_CP_LOCALE; } removal[] = {{"'a''b'", 3, "a'b"}, {"''", 0, ""},
+      {"'", 1, "'"}, {"ab'", 3, "ab'"}, {"'ab", 3, "'ab"}, {"'a'b'", 5, "'a'b'"}, {"'''", 3, "'''"}, {"'ab\xC3'", 3, "ab\xC3"},
+      {"'ab\xC3'", 5, "'ab\xC3'", VX_CP_UTF8}};
   for (const auto& r : removal) {
     EXPECT_TRUE(strRemoveQuotes(strCopy(buf, r.s) - strlen(r.s), strlen(r.s), '\'', r.cp) == r.want && r.after == std::string(buf, r.want)) << r.s;
     EXPECT_TRUE(strRemoveQuotes(strCopy(buf, r.s) - strlen(r.s), '\'', r.cp) == buf && std::string(r.after) == buf) << r.s;
