@@ -52,6 +52,13 @@ void* bosLoadLibrary(const char* name, uint16_t addSuffix) {
     return nullptr;
   }
   if (tracing()) printf("LoadLibrary: Found library %s.\n", path);
+  // The loader searches the system's directories for a name without a
+  // "/", so a file found in the working directory is named as "./file".
+  if (!strchr(path, '/')) {
+    if (strlen(path) + 2 >= sizeof path) return nullptr;
+    memmove(path + 2, path, strlen(path) + 1);
+    memcpy(path, "./", 2);
+  }
   void* handle = dlopen(path, RTLD_NOW);
   if (!handle) {
     const char* loaderText = dlerror();
