@@ -6,9 +6,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <climits>
 #include <ctime>
 #include <new>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include "bos/bos.h"
 #include "bos/bosfile.h"
 #include "bos/vxcritse.h"
 #include "config/iniscan_internal.h"
@@ -117,7 +121,7 @@ void pause(long nanoseconds) {
 }
 
 // bosFileOpen of `name` into the path buffer `path`, retried while another
-// process holds a conflicting byte-1 token, for at most kIniLockWaitMs.
+// writer holds the exclusive byte-1 token, for at most kIniLockWaitMs.
 // 0 with the descriptor in *handle; 1 with the failure in the error list.
 uint16_t openWaitingForToken(const char* name, char* path, uint32_t mode, int* handle) {
   uint64_t deadline = nowMs() + kIniLockWaitMs;
@@ -273,7 +277,9 @@ uint16_t VxIniFileCache::loadLocked(const char* name) {
   FileIoGuard io;
   for (;;) {
     CallErrors attempt;
-    if (openWaitingForToken(saved, path, openMode_ | BOS_OPEN_SHARED_LOCK, &fileHandle_) == 0) break;
+    // No token: writers replace the file whole, so any image read is whole.
+    strcpy(path, saved);
+    if (bosFileOpen(path, openMode_, &fileHandle_, "V+X?", "TEXT") == 0) break;
     uint16_t error = attempt.number();
     bool readWrite = (openMode_ & BOS_OPEN_READ_WRITE) != 0;
     bool retry;
@@ -513,14 +519,15 @@ uint16_t VxIniFileCache::bosPutProfileString(const char* section, const char* en
   return status;
 }
 
-// Rewriting. The file is reopened with the cache's mode and the exclusive
-// byte-1 token (waiting a bounded time for other processes), and read
-// again through that descriptor, so that the change applies to the file as
-// it is now, not to an image that another process's write made stale. The
-// change is one splice of the image: bytes [cutStart, cutEnd) are replaced
-// by `insert` (an empty cut for additions, an empty insert for removals).
-// The file is then written from offset 0 (the part before the change, the
-// new text, the rest) and cut to its new length.
+// Rewriting. Writers of one file take turns: the file is reopened with the
+// cache's mode and the exclusive byte-1 token (waiting a bounded time for
+// another writer), and read again through that descriptor, so that the
+// change applies to the file as it is now, not to an image that another
+// process's write made stale. The change is one splice of the image
+// (planSplice); the new image is then written to a fresh file beside the
+// old one, which it replaces by a rename (replaceFile). Readers take no
+// token: whenever they open the file they get the old image or the new
+// one, whole, and never wait.
 //
 // The splice never changes what the rest of the file means. A line whose
 // value was cut by a "[" (no line end before the section's end) keeps that
@@ -528,9 +535,137 @@ uint16_t VxIniFileCache::bosPutProfileString(const char* section, const char* en
 // "[" to a line start, where it could become a section header, a ";" is put
 // before it, which makes that line a comment (and the "[" still ends the
 // section, as before).
-uint16_t VxIniFileCache::rewriteLocked(const char* section, const char* entry, const char* value) {
-  static const char kPrefix[] = "PutProfileString:";
+// The new image: image[0, cutStart) + pieces + image[cutEnd, length).
+struct IniSplice {
+  VXSIZE_T cutStart = 0;
+  VXSIZE_T cutEnd = 0;
+  const char* pieces[4] = {"", "", "", ""};
+  bool change = true;
+};
+
+namespace {
+
+const char kPutPrefix[] = "PutProfileString:";
+
+// Opens the file for a rewrite, holding its exclusive token. A writer that
+// replaced the file while this one waited leaves the descriptor on the old,
+// unlinked file: then the name is opened again, until descriptor and name
+// agree. 1 with the failure in the error list.
+uint16_t openForRewrite(const char* name, char* path, uint32_t mode, int* handle) {
+  for (;;) {
+    if (openWaitingForToken(name, path, mode | BOS_OPEN_EXCLUSIVE_LOCK, handle) != 0) return 1;
+    struct stat held, named;
+    bool current = fstat(*handle, &held) != 0 || stat(path, &named) != 0 ||
+                   (held.st_dev == named.st_dev && held.st_ino == named.st_ino);
+    if (current) return 0;
+    bosFileClose(*handle);
+  }
+}
+
+// Writes the spliced image at offset 0 of `handle` and cuts the file there.
+uint16_t writeSplice(int handle, const char* image, VXSIZE_T length, const IniSplice& splice) {
+  uint16_t status = writeAt(handle, 0, image, splice.cutStart);
+  VXSIZE_T offset = splice.cutStart;
+  for (const char* piece : splice.pieces) {
+    if (status == 0) status = writeAt(handle, offset, piece, strlen(piece));
+    offset += strlen(piece);
+  }
+  if (status == 0) status = writeAt(handle, offset, image + splice.cutEnd, length - splice.cutEnd);
+  offset += length - splice.cutEnd;
+  if (status == 0) status = bosFileSize(handle, offset);
+  return status;
+}
+
+// Puts the spliced image in place of the file at `path`, whose descriptor
+// `held` holds the exclusive token. The image goes to a new file beside
+// the real file (symbolic links followed), with the old file's permission
+// bits and, where allowed, its owner, and is renamed over it. When no file
+// can be made beside it (a directory the user may not write), the file is
+// rewritten in place instead: still one writer at a time, but a reader may
+// then see it half-written.
+uint16_t replaceFile(const char* path, int held, const char* image, VXSIZE_T length,
+                     const IniSplice& splice) {
+  char target[PATH_MAX];
+  char fresh[PATH_MAX + 8];
+  struct stat info;
+  int handle = -1;
+  if (realpath(path, target) && fstat(held, &info) == 0 &&
+      snprintf(fresh, sizeof fresh, "%s.XXXXXX", target) < int(sizeof fresh)) {
+    handle = mkstemp(fresh);
+  }
+  if (handle < 0) return writeSplice(held, image, length, splice);
+  if (fchmod(handle, info.st_mode & 07777) != 0 ||
+      (fchown(handle, info.st_uid, info.st_gid) != 0 && errno != EPERM)) {
+    bosMapError(errno, fresh);
+    close(handle);
+    unlink(fresh);
+    return 1;
+  }
+  uint16_t status = writeSplice(handle, image, length, splice);
+  close(handle);
+  if (status == 0) status = bosrname(fresh, target);
+  if (status != 0) unlink(fresh);
+  return status;
+}
+
+}  // namespace
+
+// Decides the change for (section, entry, value) against the current
+// image, tracing what it found and what it will do. `header` is
+// "[section]"; `line` is "entry=value\n" (null when there is no value).
+void VxIniFileCache::planSplice(const char* header, const char* entry, char* line,
+                                IniSplice* splice) const {
   bool trace = tracing(kTraceKeysAndWrites);
+  const VXSIZE_T length = imageLength_;
+  VXSIZE_T start = 0, end = 0, lineStart = 0, valueStart = 0, valueEnd = 0, lineEnd = 0;
+  bool sectionFound = iniFindSection(image_, length, header, strlen(header), &start, &end) == 0;
+  if (trace) printf(sectionFound ? "%s Section %s found.\n" : "%s Section %s not found.\n", kPutPrefix, header);
+  bool entryFound = false;
+  if (sectionFound && entry) {
+    lineStart = start;
+    entryFound = iniFindEntry(image_, end, entry, strlen(entry), &lineStart, &valueStart, &valueEnd,
+                              &lineEnd) == 0;
+    if (trace) printf(entryFound ? "%s Entry %s found.\n" : "%s Entry %s not found.\n", kPutPrefix, entry);
+  }
+  const char** pieces = splice->pieces;
+  bool midLineEnd = end < length && end > 0 && image_[end - 1] != '\n';
+  if (entry && line && entryFound) {
+    // The replaced line keeps its own ending: none when a "[" cut it.
+    bool lineHasEnd = lineEnd > valueEnd;
+    line[strlen(line) - 1] = lineHasEnd ? '\n' : '\0';
+    splice->cutStart = lineStart;
+    splice->cutEnd = lineEnd;
+    pieces[0] = line;
+    if (trace) printf("%s %s %s\n", kPutPrefix, "Updating Entry Value with:", line);
+  } else if (entry && line && sectionFound) {
+    splice->cutStart = splice->cutEnd = end;
+    pieces[0] = end > 0 && image_[end - 1] != '\n' ? "\n" : "";
+    pieces[1] = line;
+    pieces[2] = midLineEnd ? ";" : "";
+    if (trace) printf("%s Entry missing adding it.\n|->%s\n", kPutPrefix, line);
+  } else if (entry && line) {
+    splice->cutStart = splice->cutEnd = length;
+    pieces[0] = length > 0 && image_[length - 1] != '\n' ? "\n" : "";
+    pieces[1] = header;
+    pieces[2] = "\n";
+    pieces[3] = line;
+    if (trace) printf("%s Section missing adding it.\n|->%s\n", kPutPrefix, line);
+  } else if (entry && entryFound) {
+    splice->cutStart = lineStart;
+    splice->cutEnd = lineEnd;
+    pieces[0] = lineEnd == end && midLineEnd ? ";" : "";
+    if (trace) printf("%s %s %s\n", kPutPrefix, "Deleting Entry:", entry);
+  } else if (!entry && sectionFound) {
+    splice->cutStart = start;
+    splice->cutEnd = end;
+    pieces[0] = midLineEnd ? ";" : "";
+    if (trace) printf("%s Deleting section %s\n", kPutPrefix, header);
+  } else {
+    splice->change = false;  // removing what is not there
+  }
+}
+
+uint16_t VxIniFileCache::rewriteLocked(const char* section, const char* entry, const char* value) {
   if (!(openMode_ & BOS_OPEN_READ_WRITE)) {
     addError(kAccessDenied) << path_;
     return 1;
@@ -540,7 +675,7 @@ uint16_t VxIniFileCache::rewriteLocked(const char* section, const char* entry, c
   int handle = 0;
   // A failed open (1522, 1508 or 30040 for a file that may not be
   // written) stays in the error list; the file is untouched.
-  if (openWaitingForToken(saved, path, openMode_ | BOS_OPEN_EXCLUSIVE_LOCK, &handle) != 0) return 1;
+  if (openForRewrite(saved, path, openMode_, &handle) != 0) return 1;
   char* current = nullptr;
   VXSIZE_T length = 0;
   if (readWholeFile(handle, openFileSize(handle), &current, &length) != 0) {
@@ -553,80 +688,14 @@ uint16_t VxIniFileCache::rewriteLocked(const char* section, const char* entry, c
 
   char* header = makeHeader(section);
   char* line = entry && value ? makeEntryLine(entry, value, true) : nullptr;
-  if (!header || (entry && value && !line)) {
-    free(header);
-    free(line);
-    bosFileClose(handle);
-    addError(kOutOfMemory);
-    return 1;
-  }
-  VXSIZE_T start = 0, end = 0, lineStart = 0, valueStart = 0, valueEnd = 0, lineEnd = 0;
-  bool sectionFound = iniFindSection(image_, length, header, strlen(header), &start, &end) == 0;
-  if (trace) printf(sectionFound ? "%s Section %s found.\n" : "%s Section %s not found.\n", kPrefix, header);
-  bool entryFound = false;
-  if (sectionFound && entry) {
-    lineStart = start;
-    entryFound = iniFindEntry(image_, end, entry, strlen(entry), &lineStart, &valueStart, &valueEnd,
-                              &lineEnd) == 0;
-    if (trace) printf(entryFound ? "%s Entry %s found.\n" : "%s Entry %s not found.\n", kPrefix, entry);
-  }
-
-  // The splice: [cutStart, cutEnd) becomes before + text + after.
-  VXSIZE_T cutStart = 0, cutEnd = 0;
-  const char* before = "";
-  const char* text = "";
-  const char* after = "";
-  bool midLineEnd = end < length && end > 0 && image_[end - 1] != '\n';
-  bool change = true;
-  if (entry && value && entryFound) {
-    bool lineHasEnd = lineEnd > valueEnd;
-    line[strlen(line) - 1] = lineHasEnd ? '\n' : '\0';
-    cutStart = lineStart;
-    cutEnd = lineEnd;
-    text = line;
-    if (trace) printf("%s %s %s\n", kPrefix, "Updating Entry Value with:", line);
-  } else if (entry && value && sectionFound) {
-    cutStart = cutEnd = end;
-    bool openLine = end > 0 && image_[end - 1] != '\n';
-    before = openLine ? "\n" : "";
-    text = line;
-    after = midLineEnd ? ";" : "";
-    if (trace) printf("%s Entry missing adding it.\n|->%s\n", kPrefix, line);
-  } else if (entry && value) {
-    cutStart = cutEnd = length;
-    before = length > 0 && image_[length - 1] != '\n' ? "\n" : "";
-    if (trace) printf("%s Section missing adding it.\n|->%s\n", kPrefix, line);
-  } else if (entry && entryFound) {
-    cutStart = lineStart;
-    cutEnd = lineEnd;
-    after = lineEnd == end && midLineEnd ? ";" : "";
-    if (trace) printf("%s %s %s\n", kPrefix, "Deleting Entry:", entry);
-  } else if (!entry && sectionFound) {
-    cutStart = start;
-    cutEnd = end;
-    after = midLineEnd ? ";" : "";
-    if (trace) printf("%s Deleting section %s\n", kPrefix, header);
-  } else {
-    change = false;  // removing what is not there
-  }
-
   uint16_t status = 0;
-  if (change) {
-    bool newSection = entry && value && !sectionFound;
-    VXSIZE_T offset = cutStart;
-    status = writeAt(handle, 0, image_, cutStart);
-    const char* pieces[] = {before, newSection ? header : "", newSection ? "\n" : "", text, after};
-    for (const char* piece : pieces) {
-      if (status == 0) status = writeAt(handle, offset, piece, strlen(piece));
-      offset += strlen(piece);
-    }
-    if (newSection && status == 0) {
-      status = writeAt(handle, offset, line, strlen(line));
-      offset += strlen(line);
-    }
-    if (status == 0) status = writeAt(handle, offset, image_ + cutEnd, length - cutEnd);
-    offset += length - cutEnd;
-    if (status == 0) status = bosFileSize(handle, offset);
+  if (!header || (entry && value && !line)) {
+    addError(kOutOfMemory);
+    status = 1;
+  } else {
+    IniSplice splice;
+    planSplice(header, entry, line, &splice);
+    if (splice.change) status = replaceFile(path, handle, image_, length, splice);
   }
   free(header);
   free(line);
@@ -646,7 +715,12 @@ VxIniFileCache* VxIniFileCacheList::open(const char* name, uint32_t) {
   if (!name || strlen(name) >= sizeof path) return nullptr;
   strcpy(path, name);
   int handle = 0;
-  if (bosFileOpen(path, BOS_OPEN_REDIRECT | BOS_OPEN_NO_OPEN, &handle) != 0) return nullptr;
+  CallErrors resolving;
+  if (bosFileOpen(path, BOS_OPEN_REDIRECT | BOS_OPEN_NO_OPEN, &handle) != 0) {
+    // A missing installed-drivers file is an empty one, not a failure.
+    if (!isInstalledDriversFile(name) || resolving.number() != kFileNotFound) return nullptr;
+    resolving.clear();
+  }
   SemaphoreGuard guard(lock_);
   for (VXSIZE_T i = 0; i < getCount(); ++i) {
     VxIniFileCache* cache = static_cast<VxIniFileCache*>(at(i));
