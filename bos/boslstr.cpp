@@ -58,19 +58,19 @@ nl_catd openCatalogFile(const char* root, const char* language, const char* modu
   return catopen(path, 0);
 }
 
-// The directories the catalog is looked for under, in order, copied into
-// `installDir` (VX_INSTALL_DIR_SIZE bytes) where needed: the installation
-// directory, or while none is set, the install prefix the library was
-// built for and then its build directory.
-int catalogRoots(const char* roots[2], char* installDir) {
+// The directory the catalog is looked for under, copied into `installDir`
+// (VX_INSTALL_DIR_SIZE bytes): the installation directory; while none is
+// set, the one the environment variable "VX_INSTALL_DIR" names (how a copy
+// of the library that is not installed, such as the one the tests run,
+// finds its catalog); else the prefix the library was built to be
+// installed under. No other place is ever searched: whoever may write the
+// catalog supplies every message text of every driver.
+const char* catalogRoot(char* installDir) {
   vxstrlcpy(installDir, InstallDirLocation, VX_INSTALL_DIR_SIZE);
-  if (*installDir) {
-    roots[0] = installDir;
-    return 1;
-  }
-  roots[0] = VX_INSTALL_PREFIX;
-  roots[1] = VX_BUILD_DIR;
-  return 2;
+  if (*installDir) return installDir;
+  const char* named = bosGetEnv("VX_INSTALL_DIR");
+  if (named && *named) return named;
+  return VX_INSTALL_PREFIX;
 }
 
 // Closes the catalog when the library is unloaded (or the process ends).
@@ -92,14 +92,10 @@ uint16_t OpenStrings(const char* module) {
     }
     const char* language = chooseLanguage(locale);
     if (tracing()) printf("OpenStrings: Using LC_MESSAGES=%s\n", language);
-    const char* roots[2];
     char installDir[VX_INSTALL_DIR_SIZE];
-    int count = catalogRoots(roots, installDir);
-    nl_catd catalog = kNoCatalog;
-    for (int i = 0; i < count && catalog == kNoCatalog; ++i) {
-      catalog = openCatalogFile(roots[i], language, module);
-      if (catalog == kNoCatalog) catalog = openCatalogFile(roots[i], "en_US", module);
-    }
+    const char* root = catalogRoot(installDir);
+    nl_catd catalog = openCatalogFile(root, language, module);
+    if (catalog == kNoCatalog) catalog = openCatalogFile(root, "en_US", module);
     openCatalog.store(catalog);
   }
   uint16_t status = openCatalog.load() == kNoCatalog ? 1 : 0;

@@ -7,10 +7,11 @@
 // gencat file
 //     INSTALL/locale/L/LC_MESSAGES/M.mo
 // where INSTALL is the installation directory (InstallDirLocation, set by
-// bosSetInstallDir). While no installation directory is set, the
-// library's own install prefix and then its build directory stand in for
-// it, so that an installed library, the tests and vxtool find the catalog
-// built with the library.
+// bosSetInstallDir). While no installation directory is set, the directory
+// named by the environment variable "VX_INSTALL_DIR" stands in for it (so
+// the tests and vxtool, run from the build tree, name the build directory
+// there), and without that the prefix the library was built to be
+// installed under. Nothing else is searched.
 //
 // The language: when the process's message locale is "C" (a program that
 // never called setlocale), the environment variable "LC_MESSAGES" if set
