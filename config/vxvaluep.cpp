@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "foundation/msgtext_internal.h"
+#include "foundation/vxdbcs.h"
 #include "foundation/vxerror.h"
 #include "foundation/vxstr.h"
 
@@ -16,6 +17,52 @@ bool needsQuotes(const char* value, VXSIZE_T length, char separator) {
   for (VXSIZE_T i = 0; i < length; ++i)
     if (value[i] == '\'' || value[i] == '"' || value[i] == separator) return true;
   return false;
+}
+
+// A value read from ODBC braces: what lay between them, "}}" read as "}".
+// buildString writes it back in braces, so that it reads back the same.
+class BracedValue : public VxString {
+ public:
+  explicit BracedValue(vxCPType cp) : VxString(cp) {}
+};
+
+// The value an attribute keeps for the value token: a view of the token
+// itself, or for a braced token (class 3) a copy of its inside with "}}"
+// undoubled. Null when memory runs out.
+VxSubString* makeValue(const VxToken& value, vxCPType cp) {
+  if (value.getTokenType() != VX_TOKEN_QUOTED)
+    return new VxSubString(value.asPascalStr(), value.getLength(), cp);
+  BracedValue* braced = new BracedValue(cp);
+  const char* inside = value.asPascalStr() + 1;
+  VXSIZE_T length = value.getLength() - 2;
+  if (!braced || braced->assureSpace(length) != 0) {
+    delete braced;
+    return nullptr;
+  }
+  // Step by characters, as the scanner did, so that a "}" byte inside a
+  // multibyte character is not taken for a brace. The closing brace after
+  // the inside keeps the step within the token.
+  for (VXSIZE_T i = 0; i < length;) {
+    VXSIZE_T size = vxCharSize(inside, i, cp);
+    if (size == 0 || size > length - i) size = length - i;
+    braced->concat(inside + i, size);
+    i += size == 1 && inside[i] == '}' ? 2 : size;  // "}}" is one "}"
+  }
+  return braced;
+}
+
+// Appends value to out in braces, every "}" doubled; 1 when out cannot grow.
+unsigned concatBraced(VxString& out, const VxSubString& value) {
+  const char* text = value.asPascalStr();
+  VXSIZE_T length = value.getLength();
+  if (out.assureSpace(2 * length + 2) != 0) return 1;
+  out.concat('{');
+  for (VXSIZE_T i = 0; i < length; ++i) {
+    out.concat(text[i]);
+    if (text[i] == '}') out.concat('}');
+  }
+  out.concat('}');
+  return 0;
 }
 
 // Appends a blank and the text of a catalog message to a record.
@@ -133,7 +180,7 @@ unsigned VxValueParser::parseAttribute() {
   bool dropped = present || (firstAttribute_ == kDriverFirst && keywordIs(keyword, "DSN")) || driverAfterDsn;
   if (!dropped) {
     VxSubString* key = new VxSubString(keyword);
-    VxSubString* data = new VxSubString(value.asPascalStr(), value.getLength(), codePage_);
+    VxSubString* data = makeValue(value, codePage_);
     if (!key || !data || attributes_.addAssoc(key, data) != 0) {
       delete key;
       delete data;
@@ -307,7 +354,11 @@ unsigned VxValueParser::buildString(VxString& out) const {
     if (i != 0) out.concat(separator_);
     out.concat(*key);
     out.concat('=');
-    out.concat(*value);
+    if (dynamic_cast<const BracedValue*>(value)) {
+      if (concatBraced(out, *value) != 0) return 1;
+    } else {
+      out.concat(*value);
+    }
   }
   return 0;
 }

@@ -15,6 +15,10 @@
 //  - A value runs up to the next separator outside quoted literals and is
 //    kept as written, quotes included (PWD='a;b' has the value 'a;b'), so
 //    that buildString writes it back unchanged.
+//  - A value in ODBC braces is what lies between them, "}}" standing for
+//    one "}" (PWD={a;b}}c} has the value a;b}c; DRIVER={My Driver} the
+//    value My Driver). buildString writes such a value back in braces, its
+//    "}" doubled, so that the rebuilt string parses to the same values.
 //  - When the first attribute is "DSN", a later "DRIVER" is dropped; when it
 //    is "DRIVER", a later "DSN" is dropped. Only the very first attribute
 //    counts (the bare "ODBC" is none). Deliberately, "DRIVER" after a first

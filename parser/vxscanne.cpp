@@ -527,10 +527,39 @@ void VxScanner::unGetToken(const VxToken& token) {
   position_ = token.getBegOfToken() <= length_ ? token.getBegOfToken() : length_;
 }
 
+// The end of a braced piece whose "{" is at `at`: just past the matching
+// "}" ("}}" inside stands for one "}"), provided nothing but white space
+// follows it before the separator or the end of the text; 0 otherwise.
+VXSIZE_T VxScanner::bracedEnd(VXSIZE_T at, unsigned char separator) const {
+  VXSIZE_T p = at + 1;
+  while (p < length_) {
+    VXSIZE_T size = charSize(p);
+    if (size == 1 && byteAt(text_, p) == '}') {
+      if (p + 1 < length_ && byteAt(text_, p + 1) == '}') {
+        p += 2;
+        continue;
+      }
+      VXSIZE_T after = skipSpace(p + 1);
+      bool atSeparator = after < length_ && charSize(after) == 1 && byteAt(text_, after) == separator;
+      return after >= length_ || atSeparator ? p + 1 : 0;
+    }
+    p += size;
+  }
+  return 0;
+}
+
 int32_t VxScanner::getDelimitedToken(VxToken& token, char separator) {
   VXSIZE_T start = skipSpace(position_);
   if (start >= length_) return finish(token, length_, length_, VX_TOKEN_END);
   unsigned char sep = static_cast<unsigned char>(separator);
+  if (byteAt(text_, start) == '{' && charSize(start) == 1) {
+    if (VXSIZE_T end = bracedEnd(start, sep)) {
+      int32_t type = finish(token, start, end, VX_TOKEN_QUOTED);
+      VXSIZE_T after = skipSpace(end);
+      position_ = after < length_ ? after + 1 : length_;
+      return type;
+    }
+  }
   VXSIZE_T p = start;
   VXSIZE_T end = start;  // just past the last character that is not white space
   while (p < length_) {
