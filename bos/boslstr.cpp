@@ -12,8 +12,9 @@
 #include "bos/bosenv.h"
 #include "bos/bosfile.h"
 #include "bos/vxcritse.h"
-#include "config/vxini.h"
 #include "foundation/vxtrace.h"
+
+char InstallDirLocation[VX_INSTALL_DIR_SIZE];
 
 namespace {
 
@@ -66,7 +67,7 @@ nl_catd openCatalogFile(const char* root, const char* language, const char* modu
 // installed under. No other place is ever searched: whoever may write the
 // catalog supplies every message text of every driver.
 const char* catalogRoot(char* installDir) {
-  vxstrlcpy(installDir, InstallDirLocation, VX_INSTALL_DIR_SIZE);
+  snprintf(installDir, VX_INSTALL_DIR_SIZE, "%s", InstallDirLocation);
   if (*installDir) return installDir;
   const char* named = bosGetEnv("VX_INSTALL_DIR");
   if (named && *named) return named;

@@ -9,8 +9,6 @@
 #include "bos/vxcritse.h"
 #include "foundation/vxerror.h"
 
-char InstallDirLocation[VX_INSTALL_DIR_SIZE];
-
 namespace {
 
 // Guards the creation of the task's list (and every read of its slot, so
