@@ -11,6 +11,8 @@
 
 namespace {
 
+const uint16_t kOutOfMemory = 1503;
+
 // Guards the creation of the task's list (and every read of its slot, so
 // that a thread never sees the slot half set up).
 VxCriticalSection& taskListLock() {
@@ -30,7 +32,7 @@ VxIniFileCacheList* taskList() {
   if (!list) {
     list = new VxIniFileCacheList;
     if (list) bosPutPTaskIniList(list);
-    else addError(1503);
+    else addError(kOutOfMemory);
   }
   taskListLock().leave();
   return list;
