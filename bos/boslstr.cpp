@@ -25,6 +25,18 @@ namespace {
 VxCriticalSection catalogOpenLock __attribute__((init_priority(101)));
 VxCriticalSection catalogLookupLock __attribute__((init_priority(101)));
 
+// Holds a critical section from its construction to the end of its scope.
+class SectionGuard {
+ public:
+  explicit SectionGuard(VxCriticalSection& section) : section_(section) { section_.enter(); }
+  ~SectionGuard() { section_.leave(); }
+  SectionGuard(const SectionGuard&) = delete;
+  SectionGuard& operator=(const SectionGuard&) = delete;
+
+ private:
+  VxCriticalSection& section_;
+};
+
 const nl_catd kNoCatalog = reinterpret_cast<nl_catd>(-1);
 // Written under both sections (close) or the opening one (open); read by
 // lookups under theirs, hence atomic.
@@ -83,7 +95,7 @@ struct CatalogCloser {
 
 uint16_t OpenStrings(const char* module) {
   if (!module) module = VX_MESSAGE_MODULE;
-  catalogOpenLock.enter();
+  SectionGuard opening(catalogOpenLock);
   if (openCatalog.load() == kNoCatalog) {
     const char* locale = setlocale(LC_MESSAGES, nullptr);
     if (!locale) locale = "C";
@@ -99,33 +111,27 @@ uint16_t OpenStrings(const char* module) {
     if (catalog == kNoCatalog) catalog = openCatalogFile(root, "en_US", module);
     openCatalog.store(catalog);
   }
-  uint16_t status = openCatalog.load() == kNoCatalog ? 1 : 0;
-  catalogOpenLock.leave();
-  return status;
+  return openCatalog.load() == kNoCatalog ? 1 : 0;
 }
 
 void CloseStrings() {
-  catalogOpenLock.enter();
-  catalogLookupLock.enter();
+  SectionGuard opening(catalogOpenLock);
+  SectionGuard lookups(catalogLookupLock);
   nl_catd catalog = openCatalog.exchange(kNoCatalog);
   if (catalog != kNoCatalog) catclose(catalog);
-  catalogLookupLock.leave();
-  catalogOpenLock.leave();
 }
 
 uint16_t bosLoadResourceDLL(const char* module, uint32_t, void** handle, int32_t* useCount) {
-  catalogOpenLock.enter();
+  SectionGuard opening(catalogOpenLock);
   if (useCount) ++*useCount;
   OpenStrings(module);
   if (handle) *handle = openCatalog.load();
-  catalogOpenLock.leave();
   return 0;
 }
 
 uint16_t bosFreeResourceDLL(void*, int32_t* useCount) {
-  catalogOpenLock.enter();
+  SectionGuard opening(catalogOpenLock);
   if (useCount && *useCount > 0) --*useCount;
-  catalogOpenLock.leave();
   return 0;
 }
 
@@ -149,8 +155,6 @@ VXSIZE_T LoadStringFromOpenFile(uint32_t id, char* buffer, VXSIZE_T size) {
 }
 
 VXSIZE_T LoadString(const char*, uint32_t id, char* buffer, VXSIZE_T size) {
-  catalogLookupLock.enter();
-  VXSIZE_T length = LoadStringFromOpenFile(id, buffer, size);
-  catalogLookupLock.leave();
-  return length;
+  SectionGuard lookups(catalogLookupLock);
+  return LoadStringFromOpenFile(id, buffer, size);
 }
