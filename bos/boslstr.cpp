@@ -12,8 +12,9 @@
 #include "bos/bosenv.h"
 #include "bos/bosfile.h"
 #include "bos/vxcritse.h"
-#include "config/vxini.h"
 #include "foundation/vxtrace.h"
+
+char InstallDirLocation[VX_INSTALL_DIR_SIZE];
 
 namespace {
 
@@ -23,6 +24,18 @@ namespace {
 // can still close the catalog under them.
 VxCriticalSection catalogOpenLock __attribute__((init_priority(101)));
 VxCriticalSection catalogLookupLock __attribute__((init_priority(101)));
+
+// Holds a critical section from its construction to the end of its scope.
+class SectionGuard {
+ public:
+  explicit SectionGuard(VxCriticalSection& section) : section_(section) { section_.enter(); }
+  ~SectionGuard() { section_.leave(); }
+  SectionGuard(const SectionGuard&) = delete;
+  SectionGuard& operator=(const SectionGuard&) = delete;
+
+ private:
+  VxCriticalSection& section_;
+};
 
 const nl_catd kNoCatalog = reinterpret_cast<nl_catd>(-1);
 // Written under both sections (close) or the opening one (open); read by
@@ -66,7 +79,7 @@ nl_catd openCatalogFile(const char* root, const char* language, const char* modu
 // installed under. No other place is ever searched: whoever may write the
 // catalog supplies every message text of every driver.
 const char* catalogRoot(char* installDir) {
-  vxstrlcpy(installDir, InstallDirLocation, VX_INSTALL_DIR_SIZE);
+  snprintf(installDir, VX_INSTALL_DIR_SIZE, "%s", InstallDirLocation);
   if (*installDir) return installDir;
   const char* named = bosGetEnv("VX_INSTALL_DIR");
   if (named && *named) return named;
@@ -82,7 +95,7 @@ struct CatalogCloser {
 
 uint16_t OpenStrings(const char* module) {
   if (!module) module = VX_MESSAGE_MODULE;
-  catalogOpenLock.enter();
+  SectionGuard opening(catalogOpenLock);
   if (openCatalog.load() == kNoCatalog) {
     const char* locale = setlocale(LC_MESSAGES, nullptr);
     if (!locale) locale = "C";
@@ -98,33 +111,27 @@ uint16_t OpenStrings(const char* module) {
     if (catalog == kNoCatalog) catalog = openCatalogFile(root, "en_US", module);
     openCatalog.store(catalog);
   }
-  uint16_t status = openCatalog.load() == kNoCatalog ? 1 : 0;
-  catalogOpenLock.leave();
-  return status;
+  return openCatalog.load() == kNoCatalog ? 1 : 0;
 }
 
 void CloseStrings() {
-  catalogOpenLock.enter();
-  catalogLookupLock.enter();
+  SectionGuard opening(catalogOpenLock);
+  SectionGuard lookups(catalogLookupLock);
   nl_catd catalog = openCatalog.exchange(kNoCatalog);
   if (catalog != kNoCatalog) catclose(catalog);
-  catalogLookupLock.leave();
-  catalogOpenLock.leave();
 }
 
 uint16_t bosLoadResourceDLL(const char* module, uint32_t, void** handle, int32_t* useCount) {
-  catalogOpenLock.enter();
+  SectionGuard opening(catalogOpenLock);
   if (useCount) ++*useCount;
   OpenStrings(module);
   if (handle) *handle = openCatalog.load();
-  catalogOpenLock.leave();
   return 0;
 }
 
 uint16_t bosFreeResourceDLL(void*, int32_t* useCount) {
-  catalogOpenLock.enter();
+  SectionGuard opening(catalogOpenLock);
   if (useCount && *useCount > 0) --*useCount;
-  catalogOpenLock.leave();
   return 0;
 }
 
@@ -148,8 +155,6 @@ VXSIZE_T LoadStringFromOpenFile(uint32_t id, char* buffer, VXSIZE_T size) {
 }
 
 VXSIZE_T LoadString(const char*, uint32_t id, char* buffer, VXSIZE_T size) {
-  catalogLookupLock.enter();
-  VXSIZE_T length = LoadStringFromOpenFile(id, buffer, size);
-  catalogLookupLock.leave();
-  return length;
+  SectionGuard lookups(catalogLookupLock);
+  return LoadStringFromOpenFile(id, buffer, size);
 }

@@ -50,6 +50,14 @@
 // The module of the system-error format 30050 (same catalog).
 #define VX_SYSTEM_MESSAGE_MODULE "nvutl21"
 
+// Size of InstallDirLocation, its NUL included.
+#define VX_INSTALL_DIR_SIZE 1025
+
+// The installation directory, VX_INSTALL_DIR_SIZE bytes, empty until
+// bosSetInstallDir (config/vxini.h) fills it. The catalog is looked for
+// under it.
+VX_EXPORT extern char InstallDirLocation[VX_INSTALL_DIR_SIZE];
+
 // Counts one more user in *useCount and opens the catalog for `module`
 // when it is not open yet (OpenStrings). `flags` is ignored. *handle (when
 // handle is not null) receives the catalog descriptor, which is

@@ -9,9 +9,21 @@
 #include "bos/vxcritse.h"
 #include "foundation/vxerror.h"
 
-char InstallDirLocation[VX_INSTALL_DIR_SIZE];
-
 namespace {
+
+const uint16_t kOutOfMemory = 1503;
+
+// Holds a critical section from its construction to the end of its scope.
+class SectionGuard {
+ public:
+  explicit SectionGuard(VxCriticalSection& section) : section_(section) { section_.enter(); }
+  ~SectionGuard() { section_.leave(); }
+  SectionGuard(const SectionGuard&) = delete;
+  SectionGuard& operator=(const SectionGuard&) = delete;
+
+ private:
+  VxCriticalSection& section_;
+};
 
 // Guards the creation of the task's list (and every read of its slot, so
 // that a thread never sees the slot half set up).
@@ -27,14 +39,13 @@ VxCriticalSection& installDirLock() {
 }
 
 VxIniFileCacheList* taskList() {
-  taskListLock().enter();
+  SectionGuard guard(taskListLock());
   VxIniFileCacheList* list = bosGetPTaskIniList();
   if (!list) {
     list = new VxIniFileCacheList;
     if (list) bosPutPTaskIniList(list);
-    else addError(1503);
+    else addError(kOutOfMemory);
   }
-  taskListLock().leave();
   return list;
 }
 
@@ -179,7 +190,7 @@ VXSIZE_T vxstrlcpy(char* dst, const char* src, VXSIZE_T size) {
 }
 
 uint16_t bosSetInstallDir(const char* dir) {
-  installDirLock().enter();
+  SectionGuard guard(installDirLock());
   if (dir) {
     vxstrlcpy(InstallDirLocation, dir, VX_INSTALL_DIR_SIZE);
   } else {
@@ -195,6 +206,5 @@ uint16_t bosSetInstallDir(const char* dir) {
     InstallDirLocation[--length] = '\0';
   }
   if (length > 0 && InstallDirLocation[length - 1] == '/') InstallDirLocation[length - 1] = '\0';
-  installDirLock().leave();
   return 0;
 }

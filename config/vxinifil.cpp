@@ -3,6 +3,7 @@
 #include "config/vxinifil.h"
 
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -48,6 +49,20 @@ const uint16_t kOutOfMemory = 1503;
 bool tracing(uint32_t bit) { return BOS_RUNTIME_DEBUG.debugItem(bit) != 0; }
 
 const char* orNull(const char* text) { return text ? text : "<NULL>"; }
+
+// The trace of a rewrite (bit 0x10): every piece of it, from the request to
+// the new image, is printed through traceRewrite, after this prefix and a
+// space.
+const char kPutPrefix[] = "PutProfileString:";
+
+__attribute__((format(printf, 1, 2))) void traceRewrite(const char* format, ...) {
+  if (!tracing(kTraceKeysAndWrites)) return;
+  printf("%s ", kPutPrefix);
+  va_list arguments;
+  va_start(arguments, format);
+  vprintf(format, arguments);
+  va_end(arguments);
+}
 
 // Serialises every read and rewrite of a configuration file by the caches
 // of this process. The byte-1 tokens are record locks, which belong to the
@@ -141,6 +156,51 @@ bool isInstalledDriversFile(const char* name) {
   const char* slash = strrchr(name, '/');
   const char* base = slash ? slash + 1 : name;
   return strEqualCi(base, "odbcinst.ini") || strEqualCi(base, ".odbcinst.ini");
+}
+
+// Whether a failed read-write open of a file may be tried again read-only:
+// the installed-drivers file after any failure; any other file, while the
+// thread has an error list, only when the system refused write access
+// (1519, 1508, 30040), and without a list after any failure.
+bool mayRetryReadOnly(bool installedDrivers, bool haveList, bool readWrite, uint16_t error) {
+  if (!readWrite) return false;
+  if (installedDrivers || !haveList) return true;
+  return error == kNoPermission || error == kAccessDenied || error == kAccessDeniedToo;
+}
+
+// How the opening of a load ended.
+enum class LoadOpening {
+  kOpened,         // the descriptor is in *handle
+  kAbsentIsEmpty,  // an installed-drivers file that does not exist
+  kFailed          // the failure is in the error list, marked as a warning
+};
+
+// Opens `name` for a load (the redirected path left in `path`) with *mode,
+// dropping write access, and with it creation, as mayRetryReadOnly allows.
+// *mode keeps the mode that opened the file.
+LoadOpening openFallingBack(const char* name, char* path, uint32_t* mode, int* handle) {
+  bool installedDrivers = isInstalledDriversFile(name);
+  bool haveList = VxErrorKeeper::getErrorList() != nullptr;
+  for (;;) {
+    CallErrors attempt;
+    // No token: writers replace the file whole, so any image read is whole.
+    strcpy(path, name);
+    if (bosFileOpen(path, *mode, handle, "V+X?", "TEXT") == 0) return LoadOpening::kOpened;
+    uint16_t error = attempt.number();
+    bool readWrite = (*mode & BOS_OPEN_READ_WRITE) != 0;
+    if (installedDrivers && !readWrite && error == kFileNotFound) {
+      attempt.clear();
+      return LoadOpening::kAbsentIsEmpty;
+    }
+    if (!mayRetryReadOnly(installedDrivers, haveList, readWrite, error)) {
+      attempt.markWarning();
+      return LoadOpening::kFailed;
+    }
+    attempt.clear();
+    *mode &= ~uint32_t(installedDrivers || !haveList
+                           ? BOS_OPEN_READ_WRITE | BOS_OPEN_CREATE_IF_MISSING
+                           : BOS_OPEN_READ_WRITE);
+  }
 }
 
 // Reads the whole open file into a fresh NUL-terminated block. 0 with the
@@ -262,52 +322,41 @@ uint16_t VxIniFileCache::loadLocked(const char* name) {
     return 1;
   }
   strcpy(saved, name);
+  forgetFile();
+  if (tracing(kTraceLoad)) printf("VxIniOpen: File:%s \n", saved);
+  openMode_ = kInitialMode;
+  char path[BOS_MAX_PATH];
+  FileIoGuard io;
+  switch (openFallingBack(saved, path, &openMode_, &fileHandle_)) {
+    case LoadOpening::kOpened:
+      return readOpenedFile(path);
+    case LoadOpening::kAbsentIsEmpty:
+      path_ = ramAllocStr(saved);
+      fileHandle_ = 0;
+      setOpen();
+      return 0;
+    case LoadOpening::kFailed:
+      break;
+  }
+  fileHandle_ = 0;
+  return 1;
+}
+
+// Drops the image and everything known about the file, before a load.
+void VxIniFileCache::forgetFile() {
   freeImage();
   free(path_);
   path_ = nullptr;
   size_ = 0;
   time_ = 0;
   open_ = false;
-  if (tracing(kTraceLoad)) printf("VxIniOpen: File:%s \n", saved);
-  openMode_ = kInitialMode;
+}
 
-  bool installedDrivers = isInstalledDriversFile(saved);
-  bool haveList = VxErrorKeeper::getErrorList() != nullptr;
-  char path[BOS_MAX_PATH];
-  FileIoGuard io;
-  for (;;) {
-    CallErrors attempt;
-    // No token: writers replace the file whole, so any image read is whole.
-    strcpy(path, saved);
-    if (bosFileOpen(path, openMode_, &fileHandle_, "V+X?", "TEXT") == 0) break;
-    uint16_t error = attempt.number();
-    bool readWrite = (openMode_ & BOS_OPEN_READ_WRITE) != 0;
-    bool retry;
-    if (installedDrivers) {
-      if (!readWrite && error == kFileNotFound) {
-        attempt.clear();
-        path_ = ramAllocStr(saved);
-        fileHandle_ = 0;
-        setOpen();
-        return 0;
-      }
-      retry = readWrite;
-    } else if (haveList) {
-      retry = readWrite && (error == kNoPermission || error == kAccessDenied || error == kAccessDeniedToo);
-    } else {
-      retry = readWrite;
-    }
-    if (!retry) {
-      fileHandle_ = 0;
-      attempt.markWarning();
-      return 1;
-    }
-    attempt.clear();
-    openMode_ &= ~uint32_t(installedDrivers || !haveList
-                               ? BOS_OPEN_READ_WRITE | BOS_OPEN_CREATE_IF_MISSING
-                               : BOS_OPEN_READ_WRITE);
-  }
-
+// Reads the file just opened at `path` (the descriptor in fileHandle_)
+// into the image, closes it and marks the cache open. 1, the failure
+// marked as a warning, when the path cannot be kept or the image cannot
+// be allocated.
+uint16_t VxIniFileCache::readOpenedFile(const char* path) {
   CallErrors reading;
   path_ = ramAllocStr(path);
   uint16_t status = path_ ? 0 : 1;
@@ -494,11 +543,9 @@ uint16_t VxIniFileCache::bosPutProfileString(const char* section, const char* en
                                              const char* value) {
   SemaphoreGuard guard(lock_);
   if (!open_ || !section) return 1;
-  if (tracing(kTraceKeysAndWrites)) {
-    printf("PutProfileString: File:%s Section:[%s] Entry:", orNull(path_), section);
-    if (entry) printf("%s newStr:", entry); else printf("NULL\n");
-    if (value) printf("%s\n", value); else printf("NULL\n");
-  }
+  // A null entry ends the line early, a null value prints as NULL.
+  traceRewrite("File:%s Section:[%s] Entry:%s%s%s\n", orNull(path_), section,
+               entry ? entry : "NULL\n", entry ? " newStr:" : "", value ? value : "NULL");
   uint16_t status;
   {
     FileIoGuard io;
@@ -510,11 +557,10 @@ uint16_t VxIniFileCache::bosPutProfileString(const char* section, const char* en
       status = syncLocked();
     }
   }
-  if (status == 0 && tracing(kTraceKeysAndWrites)) {
-    static const char kPrefix[] = "PutProfileString:";
-    printf("%s Updated FileCache: Len=%d\n", kPrefix, int(imageLength_));
-    if (imageLength_ > 0) printf("%s Updated FileCache:\n|->%s\n", kPrefix, image_);
-    else printf("%s FileCache is empty.\n", kPrefix);
+  if (status == 0) {
+    traceRewrite("Updated FileCache: Len=%d\n", int(imageLength_));
+    if (imageLength_ > 0) traceRewrite("Updated FileCache:\n|->%s\n", image_);
+    else traceRewrite("FileCache is empty.\n");
   }
   return status;
 }
@@ -544,8 +590,6 @@ struct IniSplice {
 };
 
 namespace {
-
-const char kPutPrefix[] = "PutProfileString:";
 
 // Opens the file for a rewrite, holding its exclusive token. A writer that
 // replaced the file while this one waited leaves the descriptor on the old,
@@ -615,17 +659,16 @@ uint16_t replaceFile(const char* path, int held, const char* image, VXSIZE_T len
 // "[section]"; `line` is "entry=value\n" (null when there is no value).
 void VxIniFileCache::planSplice(const char* header, const char* entry, char* line,
                                 IniSplice* splice) const {
-  bool trace = tracing(kTraceKeysAndWrites);
   const VXSIZE_T length = imageLength_;
   VXSIZE_T start = 0, end = 0, lineStart = 0, valueStart = 0, valueEnd = 0, lineEnd = 0;
   bool sectionFound = iniFindSection(image_, length, header, strlen(header), &start, &end) == 0;
-  if (trace) printf(sectionFound ? "%s Section %s found.\n" : "%s Section %s not found.\n", kPutPrefix, header);
+  traceRewrite(sectionFound ? "Section %s found.\n" : "Section %s not found.\n", header);
   bool entryFound = false;
   if (sectionFound && entry) {
     lineStart = start;
     entryFound = iniFindEntry(image_, end, entry, strlen(entry), &lineStart, &valueStart, &valueEnd,
                               &lineEnd) == 0;
-    if (trace) printf(entryFound ? "%s Entry %s found.\n" : "%s Entry %s not found.\n", kPutPrefix, entry);
+    traceRewrite(entryFound ? "Entry %s found.\n" : "Entry %s not found.\n", entry);
   }
   const char** pieces = splice->pieces;
   bool midLineEnd = end < length && end > 0 && image_[end - 1] != '\n';
@@ -636,30 +679,30 @@ void VxIniFileCache::planSplice(const char* header, const char* entry, char* lin
     splice->cutStart = lineStart;
     splice->cutEnd = lineEnd;
     pieces[0] = line;
-    if (trace) printf("%s %s %s\n", kPutPrefix, "Updating Entry Value with:", line);
+    traceRewrite("Updating Entry Value with: %s\n", line);
   } else if (entry && line && sectionFound) {
     splice->cutStart = splice->cutEnd = end;
     pieces[0] = end > 0 && image_[end - 1] != '\n' ? "\n" : "";
     pieces[1] = line;
     pieces[2] = midLineEnd ? ";" : "";
-    if (trace) printf("%s Entry missing adding it.\n|->%s\n", kPutPrefix, line);
+    traceRewrite("Entry missing adding it.\n|->%s\n", line);
   } else if (entry && line) {
     splice->cutStart = splice->cutEnd = length;
     pieces[0] = length > 0 && image_[length - 1] != '\n' ? "\n" : "";
     pieces[1] = header;
     pieces[2] = "\n";
     pieces[3] = line;
-    if (trace) printf("%s Section missing adding it.\n|->%s\n", kPutPrefix, line);
+    traceRewrite("Section missing adding it.\n|->%s\n", line);
   } else if (entry && entryFound) {
     splice->cutStart = lineStart;
     splice->cutEnd = lineEnd;
     pieces[0] = lineEnd == end && midLineEnd ? ";" : "";
-    if (trace) printf("%s %s %s\n", kPutPrefix, "Deleting Entry:", entry);
+    traceRewrite("Deleting Entry: %s\n", entry);
   } else if (!entry && sectionFound) {
     splice->cutStart = start;
     splice->cutEnd = end;
     pieces[0] = midLineEnd ? ";" : "";
-    if (trace) printf("%s Deleting section %s\n", kPutPrefix, header);
+    traceRewrite("Deleting section %s\n", header);
   } else {
     splice->change = false;  // removing what is not there
   }

@@ -113,6 +113,8 @@ class VX_EXPORT VxIniFileCache : public VxObject {
 
  private:
   uint16_t loadLocked(const char* name);
+  void forgetFile();
+  uint16_t readOpenedFile(const char* path);
   uint16_t syncLocked();
   void freeImage();
   void indexImage();

@@ -10,6 +10,13 @@
 
 namespace {
 
+// Message numbers this file reports.
+const uint16_t kOutOfMemory = 1503;
+const uint16_t kSyntaxError = 2704;          // at a position of the connection string
+const uint16_t kSyntaxErrorInSource = 2705;  // at a position of a named source
+const uint16_t kRepeatedKeyword = 2706;      // appended to a syntax error
+const uint16_t kBothSynonyms = 2707;         // appended to a syntax error
+
 bool keywordIs(const VxSubString& key, const char* name) { return key.isEqualCi(name); }
 
 // Whether the value must be written in quotes to survive a new parse.
@@ -101,8 +108,8 @@ void VxValueParser::resetValidChars() { scanner_.resetValidChars(); }
 
 VxError& VxValueParser::raiseParseError() {
   uint64_t position = token_.getBegOfToken();
-  if (sourceName_) return addError(2705) << position << sourceName_;
-  return addError(2704) << position;
+  if (sourceName_) return addError(kSyntaxErrorInSource) << position << sourceName_;
+  return addError(kSyntaxError) << position;
 }
 
 // initialize: read a token; stop at the end of the text; unless it is the
@@ -130,25 +137,48 @@ unsigned VxValueParser::parseAttribute() {
     raiseParseError();
     return 1;
   }
+  VxSubString keyword = readKeyword();
+  bool present = attributes_.doesExist(keyword);
+  // "Driver" may always repeat. Deliberately its own test, apart from the
+  // DSN/DRIVER rule of isDropped.
+  if (present && !allowDuplicates_ && !keywordIs(keyword, "Driver")) {
+    raiseRepeatedKeyword();
+    return 1;
+  }
+  if (keywordIs(keyword, "ODBC")) return 0;
+  VxToken value;
+  if (readValue(value) != 0) return 1;
+  noteFirstAttribute(keyword);
+  if (!isDropped(keyword, present) && storeAttribute(keyword, value) != 0) return 1;
+  readAfterValue(value.getBegOfToken() + value.getLength());
+  return 0;
+}
+
+// The keyword: the word at the current token and the words right after it,
+// as one view from the first to the end of the last. The current token is
+// then the one after them.
+VxSubString VxValueParser::readKeyword() {
   const char* text = scanner_.getText();
   VXSIZE_T keyStart = token_.getBegOfToken();
   VXSIZE_T keyEnd = keyStart + token_.getLength();
   while (scanner_.getToken(token_) == VX_TOKEN_WORD) keyEnd = token_.getBegOfToken() + token_.getLength();
-  VxSubString keyword(text + keyStart, keyEnd - keyStart, codePage_);
+  return VxSubString(text + keyStart, keyEnd - keyStart, codePage_);
+}
 
-  bool present = attributes_.doesExist(keyword);
-  // "Driver" may always repeat. Deliberately its own test, apart from the
-  // DSN/DRIVER rule below.
-  if (present && !allowDuplicates_ && !keywordIs(keyword, "Driver")) {
-    VxError& error = raiseParseError();
-    appendMessage(error, 2706);
-    error.appendText(" ");
-    VxString current;
-    if (current.initialize(token_) == 0) error.appendText(current.asCStr());
-    return 1;
-  }
-  if (keywordIs(keyword, "ODBC")) return 0;
+// The syntax error of a repeated keyword: message 2706 and the token after
+// the keyword appended to it.
+void VxValueParser::raiseRepeatedKeyword() {
+  VxError& error = raiseParseError();
+  appendMessage(error, kRepeatedKeyword);
+  error.appendText(" ");
+  VxString current;
+  if (current.initialize(token_) == 0) error.appendText(current.asCStr());
+}
 
+// The equals sign (the current token), then the value up to the separator,
+// an empty word at the end of the text when nothing follows. 1, with the
+// syntax error filed, when the current token is no equals sign.
+unsigned VxValueParser::readValue(VxToken& value) {
   int32_t type = token_.getTokenType();
   if (type != '=' && !(type > 255 && (type >> 8) == '=')) {
     raiseParseError();
@@ -158,37 +188,44 @@ unsigned VxValueParser::parseAttribute() {
   // the equals sign.
   VxToken restart;
   scanner_.getToken(restart, token_.getBegOfToken() + 1, 0);
-
-  VxToken value;
   if (scanner_.getDelimitedToken(value, separator_) == VX_TOKEN_END)
-    value.setToken(text, scanner_.getLength(), 0, codePage_, VX_TOKEN_WORD);
+    value.setToken(scanner_.getText(), scanner_.getLength(), 0, codePage_, VX_TOKEN_WORD);
+  return 0;
+}
 
-  // Only the first attribute decides: after "UID=u" neither a later DSN
-  // nor a later DRIVER drops the other.
-  if (!attributeSeen_) {
-    attributeSeen_ = true;
-    if (keywordIs(keyword, "DSN"))
-      firstAttribute_ = kDsnFirst;
-    else if (keywordIs(keyword, "DRIVER"))
-      firstAttribute_ = kDriverFirst;
-  }
+// Only the first attribute decides: after "UID=u" neither a later DSN nor
+// a later DRIVER drops the other.
+void VxValueParser::noteFirstAttribute(const VxSubString& keyword) {
+  if (attributeSeen_) return;
+  attributeSeen_ = true;
+  if (keywordIs(keyword, "DSN"))
+    firstAttribute_ = kDsnFirst;
+  else if (keywordIs(keyword, "DRIVER"))
+    firstAttribute_ = kDriverFirst;
+}
+
+// Whether the attribute is read but not stored: a keyword already present,
+// a DSN after a first DRIVER, a DRIVER after a first DSN.
+bool VxValueParser::isDropped(const VxSubString& keyword, bool present) const {
   // deliberate: after a first DSN, "DRIVER" is recognised by its length
   // and first letter only, so any six-character keyword starting with D
   // or d is dropped.
   bool driverAfterDsn = firstAttribute_ == kDsnFirst && keyword.getLength() == 6 &&
                         (keyword.asPascalStr()[0] == 'D' || keyword.asPascalStr()[0] == 'd');
-  bool dropped = present || (firstAttribute_ == kDriverFirst && keywordIs(keyword, "DSN")) || driverAfterDsn;
-  if (!dropped) {
-    VxSubString* key = new VxSubString(keyword);
-    VxSubString* data = makeValue(value, codePage_);
-    if (!key || !data || attributes_.addAssoc(key, data) != 0) {
-      delete key;
-      delete data;
-      addError(1503);
-      return 1;
-    }
+  return present || (firstAttribute_ == kDriverFirst && keywordIs(keyword, "DSN")) || driverAfterDsn;
+}
+
+// Adds the keyword and its value (makeValue) to the attributes; 1, with
+// "out of memory" filed, when either cannot be stored.
+unsigned VxValueParser::storeAttribute(const VxSubString& keyword, const VxToken& value) {
+  VxSubString* key = new VxSubString(keyword);
+  VxSubString* data = makeValue(value, codePage_);
+  if (!key || !data || attributes_.addAssoc(key, data) != 0) {
+    delete key;
+    delete data;
+    addError(kOutOfMemory);
+    return 1;
   }
-  readAfterValue(value.getBegOfToken() + value.getLength());
   return 0;
 }
 
@@ -211,13 +248,13 @@ unsigned VxValueParser::growUsedFlags() {
   VXSIZE_T size = count + 16;
   VxBitArray grown;
   if (grown.initialize(size) != 0) {
-    addError(1503);
+    addError(kOutOfMemory);
     return 1;
   }
   for (VXSIZE_T i = 0; i < usedSize_; ++i)
     if (used_.isSet(i)) grown.set(i);
   if (used_.initialize(size) != 0) {
-    addError(1503);
+    addError(kOutOfMemory);
     return 1;
   }
   for (VXSIZE_T i = 0; i < size; ++i)
@@ -252,7 +289,7 @@ unsigned VxValueParser::getAttributeValue(const char* firstName, const char* sec
   if (first && second) {
     *value = nullptr;
     VxError& error = raiseParseError();
-    appendMessage(error, 2707);
+    appendMessage(error, kBothSynonyms);
     error.appendText(" ");
     error.appendText(firstName);
     error.appendText(", ");

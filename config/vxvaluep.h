@@ -119,6 +119,12 @@ class VX_EXPORT VxValueParser : public VxObject {
   enum FirstAttribute { kNoneYet = 1, kDsnFirst = 2, kDriverFirst = 3 };
 
   unsigned parseAttribute();
+  VxSubString readKeyword();
+  void raiseRepeatedKeyword();
+  unsigned readValue(VxToken& value);
+  void noteFirstAttribute(const VxSubString& keyword);
+  bool isDropped(const VxSubString& keyword, bool present) const;
+  unsigned storeAttribute(const VxSubString& keyword, const VxToken& value);
   void readAfterValue(VXSIZE_T valueEnd);
   VxError& raiseParseError();
   VXSIZE_T indexOf(const char* key, VXSIZE_T length) const;

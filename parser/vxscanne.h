@@ -247,6 +247,12 @@ class VX_EXPORT VxScanner : public VxObject {
   void resetSettings();
   void buildTables();
   int32_t getTokenGeneral(VxToken& token, int mode);
+  bool opensComment(VXSIZE_T at) const;
+  VXSIZE_T listItemEnd(VXSIZE_T start) const;
+  VXSIZE_T nameEnd(VXSIZE_T start) const;
+  VXSIZE_T delimitedWordEnd(VXSIZE_T start) const;
+  VXSIZE_T wordEnd(VXSIZE_T start) const;
+  VXSIZE_T numberEnd(VXSIZE_T start, bool startsWithPoint) const;
   VXSIZE_T charSize(VXSIZE_T at) const;
   bool isSpaceAt(VXSIZE_T at) const;
   bool isLetterAt(VXSIZE_T at) const;
