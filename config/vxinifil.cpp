@@ -647,7 +647,12 @@ uint16_t replaceFile(const char* path, int held, const char* image, VXSIZE_T len
   }
   uint16_t status = writeSplice(handle, image, length, splice);
   close(handle);
-  if (status == 0) status = bosrname(fresh, target);
+  // rename, not bosrname: the file layer's rename refuses an existing
+  // target, and replacing it in one step is the point here.
+  if (status == 0 && rename(fresh, target) != 0) {
+    bosMapError(errno, target);
+    status = 1;
+  }
   if (status != 0) unlink(fresh);
   return status;
 }
