@@ -8,6 +8,7 @@
 #include "bos/mdsint.h"
 #include "bos/vxcritse.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 
 char InstallDirLocation[VX_INSTALL_DIR_SIZE];
 
@@ -32,7 +33,7 @@ VxIniFileCacheList* taskList() {
   if (!list) {
     list = new VxIniFileCacheList;
     if (list) bosPutPTaskIniList(list);
-    else addError(1503);
+    else addError(kErrOutOfMemory);
   }
   taskListLock().leave();
   return list;

@@ -11,12 +11,10 @@
 #include "foundation/ram_internal.h"
 #include "foundation/vxdbcs.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "values/convert.h"
 
 namespace {
-
-// Error filed when a string on a borrowed buffer would have to grow.
-constexpr uint16_t kErrorCannotGrow = 2716;
 
 // Longest text the counted number conversion copies into its own buffer.
 constexpr VXSIZE_T kLongestCountedNumber = 87;
@@ -335,7 +333,7 @@ unsigned VxString::assureSpace(VXSIZE_T n) {
 
 unsigned VxString::resize(VXSIZE_T capacity) {
   if (!ownsBuffer_) {
-    addError(kErrorCannotGrow);
+    addError(kErrStringCannotGrow);
     return 1;
   }
   if (capacity == 0) capacity = 1;

@@ -8,6 +8,7 @@
 #include "foundation/but.h"
 #include "foundation/ram_internal.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxstr.h"
 
 namespace {
@@ -308,7 +309,7 @@ unsigned VxSort::addKey(uint16_t kind, VXSIZE_T offset, uint16_t length) {
 unsigned VxSort::addKey(uint16_t kind, VXSIZE_T offset, uint16_t length,
                         VxSortCompareFunction function, void* context) {
   if (keyCount >= kMaxKeys) {
-    addError(2710);
+    addError(kErrTooManySortKeys);
     return 1;
   }
   if (function != nullptr) kind |= VxSortKey::kFunction;
@@ -347,7 +348,7 @@ unsigned VxSort::nextSlot(void** slot) {
       fresh = static_cast<char*>(ramAlloc(kBufferSize));
     }
     if (fresh == nullptr) {
-      addError(1503);
+      addError(kErrOutOfMemory);
       return 1;
     }
     buffers[bufferCount++] = fresh;
