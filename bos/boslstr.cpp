@@ -82,7 +82,7 @@ struct CatalogCloser {
 
 uint16_t OpenStrings(const char* module) {
   if (!module) module = VX_MESSAGE_MODULE;
-  catalogOpenLock.enter();
+  VxCriticalSectionGuard guard(catalogOpenLock);
   if (openCatalog.load() == kNoCatalog) {
     const char* locale = setlocale(LC_MESSAGES, nullptr);
     if (!locale) locale = "C";
@@ -98,33 +98,27 @@ uint16_t OpenStrings(const char* module) {
     if (catalog == kNoCatalog) catalog = openCatalogFile(root, "en_US", module);
     openCatalog.store(catalog);
   }
-  uint16_t status = openCatalog.load() == kNoCatalog ? 1 : 0;
-  catalogOpenLock.leave();
-  return status;
+  return openCatalog.load() == kNoCatalog ? 1 : 0;
 }
 
 void CloseStrings() {
-  catalogOpenLock.enter();
-  catalogLookupLock.enter();
+  VxCriticalSectionGuard openGuard(catalogOpenLock);
+  VxCriticalSectionGuard lookupGuard(catalogLookupLock);
   nl_catd catalog = openCatalog.exchange(kNoCatalog);
   if (catalog != kNoCatalog) catclose(catalog);
-  catalogLookupLock.leave();
-  catalogOpenLock.leave();
 }
 
 uint16_t bosLoadResourceDLL(const char* module, uint32_t, void** handle, int32_t* useCount) {
-  catalogOpenLock.enter();
+  VxCriticalSectionGuard guard(catalogOpenLock);
   if (useCount) ++*useCount;
   OpenStrings(module);
   if (handle) *handle = openCatalog.load();
-  catalogOpenLock.leave();
   return 0;
 }
 
 uint16_t bosFreeResourceDLL(void*, int32_t* useCount) {
-  catalogOpenLock.enter();
+  VxCriticalSectionGuard guard(catalogOpenLock);
   if (useCount && *useCount > 0) --*useCount;
-  catalogOpenLock.leave();
   return 0;
 }
 
@@ -148,8 +142,6 @@ VXSIZE_T LoadStringFromOpenFile(uint32_t id, char* buffer, VXSIZE_T size) {
 }
 
 VXSIZE_T LoadString(const char*, uint32_t id, char* buffer, VXSIZE_T size) {
-  catalogLookupLock.enter();
-  VXSIZE_T length = LoadStringFromOpenFile(id, buffer, size);
-  catalogLookupLock.leave();
-  return length;
+  VxCriticalSectionGuard guard(catalogLookupLock);
+  return LoadStringFromOpenFile(id, buffer, size);
 }

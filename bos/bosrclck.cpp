@@ -67,9 +67,11 @@ int setSystemLock(int fd, short type, VXSIZE_T offset, VXSIZE_T length) {
 // the lock is left.
 enum class Outcome { kDone, kHeldByOtherThread, kSystemFailure };
 
-// Lock held. Applies the request to the list and to the system.
+// Applies the request to the list and to the system, holding LIST_LOCK
+// for the whole of it.
 Outcome applyRequest(int fd, const struct stat& file, bool unlock, VXSIZE_T offset, VXSIZE_T length,
                      int* systemError) {
+  VxCriticalSectionGuard guard(LIST_LOCK);
   if (heldRangesOwner != getpid()) {
     releaseHeldRanges();
     heldRangesOwner = getpid();
@@ -147,9 +149,7 @@ uint16_t bosRegionLock(int fd, uint16_t unlock, VXSIZE_T offset, VXSIZE_T length
     return 1;
   }
   int systemError = 0;
-  LIST_LOCK.enter();
   Outcome outcome = applyRequest(fd, file, unlock != 0, offset, length, &systemError);
-  LIST_LOCK.leave();
   if (outcome == Outcome::kHeldByOtherThread) {
     addError(kErrResourceLocked);
     return 1;

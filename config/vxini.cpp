@@ -28,14 +28,13 @@ VxCriticalSection& installDirLock() {
 }
 
 VxIniFileCacheList* taskList() {
-  taskListLock().enter();
+  VxCriticalSectionGuard guard(taskListLock());
   VxIniFileCacheList* list = bosGetPTaskIniList();
   if (!list) {
     list = new VxIniFileCacheList;
     if (list) bosPutPTaskIniList(list);
     else addError(kErrOutOfMemory);
   }
-  taskListLock().leave();
   return list;
 }
 
@@ -180,7 +179,7 @@ VXSIZE_T vxstrlcpy(char* dst, const char* src, VXSIZE_T size) {
 }
 
 uint16_t bosSetInstallDir(const char* dir) {
-  installDirLock().enter();
+  VxCriticalSectionGuard guard(installDirLock());
   if (dir) {
     vxstrlcpy(InstallDirLocation, dir, VX_INSTALL_DIR_SIZE);
   } else {
@@ -196,6 +195,5 @@ uint16_t bosSetInstallDir(const char* dir) {
     InstallDirLocation[--length] = '\0';
   }
   if (length > 0 && InstallDirLocation[length - 1] == '/') InstallDirLocation[length - 1] = '\0';
-  installDirLock().leave();
   return 0;
 }
