@@ -14,6 +14,8 @@
 // gave to this one.
 #include <pthread.h>
 
+#include <cassert>
+
 #include "bos/mdsint.h"
 
 namespace {
@@ -130,6 +132,10 @@ VxThreadInfo* registerEntry(uint64_t self) {
 uint32_t dropUse(VxThreadInfo* e) {
   VxCriticalSectionGuard guard(MDS_PERTHREAD_LOCK);
   uint32_t uses = e->useCount.load(std::memory_order_relaxed);
+  // Only a live entry (use count above 0) is ever found for release: the
+  // cached word is cleared when the count reaches 0, and the list lookup
+  // skips entries at 0.
+  assert(uses > 0);
   --uses;
   e->useCount.store(uses, std::memory_order_relaxed);
   return uses;
