@@ -25,18 +25,6 @@ namespace {
 VxCriticalSection catalogOpenLock __attribute__((init_priority(101)));
 VxCriticalSection catalogLookupLock __attribute__((init_priority(101)));
 
-// Holds a critical section from its construction to the end of its scope.
-class SectionGuard {
- public:
-  explicit SectionGuard(VxCriticalSection& section) : section_(section) { section_.enter(); }
-  ~SectionGuard() { section_.leave(); }
-  SectionGuard(const SectionGuard&) = delete;
-  SectionGuard& operator=(const SectionGuard&) = delete;
-
- private:
-  VxCriticalSection& section_;
-};
-
 const nl_catd kNoCatalog = reinterpret_cast<nl_catd>(-1);
 // Written under both sections (close) or the opening one (open); read by
 // lookups under theirs, hence atomic.
@@ -95,7 +83,7 @@ struct CatalogCloser {
 
 uint16_t OpenStrings(const char* module) {
   if (!module) module = VX_MESSAGE_MODULE;
-  SectionGuard opening(catalogOpenLock);
+  VxCriticalSectionGuard guard(catalogOpenLock);
   if (openCatalog.load() == kNoCatalog) {
     const char* locale = setlocale(LC_MESSAGES, nullptr);
     if (!locale) locale = "C";
@@ -115,14 +103,14 @@ uint16_t OpenStrings(const char* module) {
 }
 
 void CloseStrings() {
-  SectionGuard opening(catalogOpenLock);
-  SectionGuard lookups(catalogLookupLock);
+  VxCriticalSectionGuard openGuard(catalogOpenLock);
+  VxCriticalSectionGuard lookupGuard(catalogLookupLock);
   nl_catd catalog = openCatalog.exchange(kNoCatalog);
   if (catalog != kNoCatalog) catclose(catalog);
 }
 
 uint16_t bosLoadResourceDLL(const char* module, uint32_t, void** handle, int32_t* useCount) {
-  SectionGuard opening(catalogOpenLock);
+  VxCriticalSectionGuard guard(catalogOpenLock);
   if (useCount) ++*useCount;
   OpenStrings(module);
   if (handle) *handle = openCatalog.load();
@@ -130,7 +118,7 @@ uint16_t bosLoadResourceDLL(const char* module, uint32_t, void** handle, int32_t
 }
 
 uint16_t bosFreeResourceDLL(void*, int32_t* useCount) {
-  SectionGuard opening(catalogOpenLock);
+  VxCriticalSectionGuard guard(catalogOpenLock);
   if (useCount && *useCount > 0) --*useCount;
   return 0;
 }
@@ -155,6 +143,6 @@ VXSIZE_T LoadStringFromOpenFile(uint32_t id, char* buffer, VXSIZE_T size) {
 }
 
 VXSIZE_T LoadString(const char*, uint32_t id, char* buffer, VXSIZE_T size) {
-  SectionGuard lookups(catalogLookupLock);
+  VxCriticalSectionGuard guard(catalogLookupLock);
   return LoadStringFromOpenFile(id, buffer, size);
 }

@@ -7,6 +7,7 @@
 #include "bos/bosenv.h"
 #include "bos/bosfile.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxstr.h"
 #include "foundation/vxtrace.h"
 
@@ -63,7 +64,7 @@ void* bosLoadLibrary(const char* name, uint16_t addSuffix) {
   if (!handle) {
     const char* loaderText = dlerror();
     if (!loaderText) loaderText = "";
-    addError(1523) << path << loaderText;
+    addError(kErrCannotLoadLibrary) << path << loaderText;
     if (tracing()) {
       printf("Unable to open Shared Library:%s\n", path);
       printf("Loader Error: %s\n", loaderText);

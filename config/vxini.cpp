@@ -8,22 +8,10 @@
 #include "bos/mdsint.h"
 #include "bos/vxcritse.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 
 namespace {
 
-const uint16_t kOutOfMemory = 1503;
-
-// Holds a critical section from its construction to the end of its scope.
-class SectionGuard {
- public:
-  explicit SectionGuard(VxCriticalSection& section) : section_(section) { section_.enter(); }
-  ~SectionGuard() { section_.leave(); }
-  SectionGuard(const SectionGuard&) = delete;
-  SectionGuard& operator=(const SectionGuard&) = delete;
-
- private:
-  VxCriticalSection& section_;
-};
 
 // Guards the creation of the task's list (and every read of its slot, so
 // that a thread never sees the slot half set up).
@@ -39,12 +27,12 @@ VxCriticalSection& installDirLock() {
 }
 
 VxIniFileCacheList* taskList() {
-  SectionGuard guard(taskListLock());
+  VxCriticalSectionGuard guard(taskListLock());
   VxIniFileCacheList* list = bosGetPTaskIniList();
   if (!list) {
     list = new VxIniFileCacheList;
     if (list) bosPutPTaskIniList(list);
-    else addError(kOutOfMemory);
+    else addError(kErrOutOfMemory);
   }
   return list;
 }
@@ -190,7 +178,7 @@ VXSIZE_T vxstrlcpy(char* dst, const char* src, VXSIZE_T size) {
 }
 
 uint16_t bosSetInstallDir(const char* dir) {
-  SectionGuard guard(installDirLock());
+  VxCriticalSectionGuard guard(installDirLock());
   if (dir) {
     vxstrlcpy(InstallDirLocation, dir, VX_INSTALL_DIR_SIZE);
   } else {

@@ -3,11 +3,11 @@
 #include "config/vxinifil.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <climits>
 #include <ctime>
 #include <new>
 #include <sys/stat.h>
@@ -19,6 +19,7 @@
 #include "config/iniscan_internal.h"
 #include "foundation/ram.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxstr.h"
 #include "foundation/vxtrace.h"
 #include "values/convert.h"
@@ -36,15 +37,6 @@ const uint32_t kInitialMode = BOS_OPEN_REDIRECT | BOS_OPEN_READ_WRITE | BOS_OPEN
 // Pieces of a rewrite: the file layer reports writes of 65536 bytes or
 // more as failures.
 const VXSIZE_T kWritePiece = 32768;
-
-// Error numbers the load and the rewrite look at.
-const uint16_t kNoPermission = 1519;
-const uint16_t kAccessDenied = 1508;
-const uint16_t kAccessDeniedToo = 30040;
-const uint16_t kFileNotFound = 1509;
-const uint16_t kLockHeld = 1512;
-const uint16_t kNameTooLong = 1524;
-const uint16_t kOutOfMemory = 1503;
 
 bool tracing(uint32_t bit) { return BOS_RUNTIME_DEBUG.debugItem(bit) != 0; }
 
@@ -74,25 +66,6 @@ VxCriticalSection& fileIoLock() {
   return lock;
 }
 
-class FileIoGuard {
- public:
-  FileIoGuard() { fileIoLock().enter(); }
-  ~FileIoGuard() { fileIoLock().leave(); }
-  FileIoGuard(const FileIoGuard&) = delete;
-  FileIoGuard& operator=(const FileIoGuard&) = delete;
-};
-
-class SemaphoreGuard {
- public:
-  explicit SemaphoreGuard(VxSemaphore& lock) : lock_(lock) { lock_.SemaphoreEnter(); }
-  ~SemaphoreGuard() { lock_.SemaphoreExit(); }
-  SemaphoreGuard(const SemaphoreGuard&) = delete;
-  SemaphoreGuard& operator=(const SemaphoreGuard&) = delete;
-
- private:
-  VxSemaphore& lock_;
-};
-
 // What one call filed in the thread's error list: the number of the record
 // it added (errno's meaning when there is no list, or when the list kept
 // nothing new, as a full single-error list does), and taking that record
@@ -105,10 +78,10 @@ class CallErrors {
   uint16_t number() const {
     if (filed()) return VxErrorKeeper::getLastErrorNumber();
     switch (errno) {
-      case ENOENT: return kFileNotFound;
-      case EACCES: return kAccessDenied;
-      case EPERM: return kNoPermission;
-      case EAGAIN: return kLockHeld;
+      case ENOENT: return kErrFileNotFound;
+      case EACCES: return kErrAccessDenied;
+      case EPERM: return kErrNotPermitted;
+      case EAGAIN: return kErrResourceLocked;
       default: return 0;
     }
   }
@@ -144,7 +117,7 @@ uint16_t openWaitingForToken(const char* name, char* path, uint32_t mode, int* h
     strcpy(path, name);
     CallErrors attempt;
     if (bosFileOpen(path, mode, handle, "V+X?", "TEXT") == 0) return 0;
-    if (attempt.number() != kLockHeld || nowMs() >= deadline) return 1;
+    if (attempt.number() != kErrResourceLocked || nowMs() >= deadline) return 1;
     attempt.clear();
     pause(backoff);
   }
@@ -165,7 +138,7 @@ bool isInstalledDriversFile(const char* name) {
 bool mayRetryReadOnly(bool installedDrivers, bool haveList, bool readWrite, uint16_t error) {
   if (!readWrite) return false;
   if (installedDrivers || !haveList) return true;
-  return error == kNoPermission || error == kAccessDenied || error == kAccessDeniedToo;
+  return error == kErrNotPermitted || error == kErrAccessDenied || error == kErrAccessDeniedByName;
 }
 
 // How the opening of a load ended.
@@ -188,7 +161,7 @@ LoadOpening openFallingBack(const char* name, char* path, uint32_t* mode, int* h
     if (bosFileOpen(path, *mode, handle, "V+X?", "TEXT") == 0) return LoadOpening::kOpened;
     uint16_t error = attempt.number();
     bool readWrite = (*mode & BOS_OPEN_READ_WRITE) != 0;
-    if (installedDrivers && !readWrite && error == kFileNotFound) {
+    if (installedDrivers && !readWrite && error == kErrFileNotFound) {
       attempt.clear();
       return LoadOpening::kAbsentIsEmpty;
     }
@@ -208,7 +181,7 @@ LoadOpening openFallingBack(const char* name, char* path, uint32_t* mode, int* h
 uint16_t readWholeFile(int handle, VXSIZE_T size, char** image, VXSIZE_T* length) {
   char* block = static_cast<char*>(malloc(size + 1));
   if (!block) {
-    addError(kOutOfMemory);
+    addError(kErrOutOfMemory);
     return 1;
   }
   VXSIZE_T done = 0;
@@ -271,7 +244,7 @@ char* makeHeader(const char* section) {
 // ---- VxIniFileCache ------------------------------------------------------
 
 VxIniFileCache::VxIniFileCache(const char* name) {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   loadLocked(name);
 }
 
@@ -302,7 +275,7 @@ void VxIniFileCache::indexImage() {
 }
 
 uint16_t VxIniFileCache::bosVxIniOpen(const char* name) {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   return loadLocked(name);
 }
 
@@ -318,7 +291,7 @@ uint16_t VxIniFileCache::bosVxIniOpen(const char* name) {
 uint16_t VxIniFileCache::loadLocked(const char* name) {
   char saved[BOS_MAX_PATH];
   if (strlen(name) >= sizeof saved) {
-    addError(kNameTooLong) << name;
+    addError(kErrNameTooLong) << name;
     return 1;
   }
   strcpy(saved, name);
@@ -326,7 +299,7 @@ uint16_t VxIniFileCache::loadLocked(const char* name) {
   if (tracing(kTraceLoad)) printf("VxIniOpen: File:%s \n", saved);
   openMode_ = kInitialMode;
   char path[BOS_MAX_PATH];
-  FileIoGuard io;
+  VxCriticalSectionGuard io(fileIoLock());
   switch (openFallingBack(saved, path, &openMode_, &fileHandle_)) {
     case LoadOpening::kOpened:
       return readOpenedFile(path);
@@ -360,7 +333,7 @@ uint16_t VxIniFileCache::readOpenedFile(const char* path) {
   CallErrors reading;
   path_ = ramAllocStr(path);
   uint16_t status = path_ ? 0 : 1;
-  if (!path_) addError(kOutOfMemory);
+  if (!path_) addError(kErrOutOfMemory);
   if (status == 0 && bosFileDateSize(path, &time_, &size_) != 0) size_ = openFileSize(fileHandle_);
   if (status == 0) status = readWholeFile(fileHandle_, size_, &image_, &imageLength_);
   bosFileClose(fileHandle_);
@@ -376,7 +349,7 @@ uint16_t VxIniFileCache::readOpenedFile(const char* path) {
 }
 
 uint16_t VxIniFileCache::proFileSync() {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   return syncLocked();
 }
 
@@ -395,7 +368,7 @@ uint16_t VxIniFileCache::syncLocked() {
 }
 
 void VxIniFileCache::Close() {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   freeImage();
   free(path_);
   path_ = nullptr;
@@ -403,7 +376,7 @@ void VxIniFileCache::Close() {
 }
 
 bool VxIniFileCache::isThisFile(const char* path) const {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   return path_ && path && strcmp(path_, path) == 0;
 }
 
@@ -439,7 +412,7 @@ VXSIZE_T VxIniFileCache::bosGetProfileString(const char* section, const char* en
                                              const char* defaultValue, char* buffer,
                                              VXSIZE_T size) {
   static const char kPrefix[] = "GetProfileString:";
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   if (entry && tracing(kTraceValue)) {
     printf("GetProfileString: File:%s Section:[%s] Entry:", orNull(path_), orNull(section));
     printf("%s defaultStr:", entry);
@@ -513,7 +486,7 @@ VXSIZE_T VxIniFileCache::bosGetProfileSection(const char* section, char* buffer,
   if (!section || !buffer) return 0;
   char* header = makeHeader(section);
   if (!header) return 0;
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   VXSIZE_T written = copyKeysLocked("GetProfileSection:", header, buffer, size);
   free(header);
   if (written == 0 && size > 0) buffer[0] = '\0';
@@ -541,14 +514,14 @@ int32_t VxIniFileCache::bosGetProfileInt(const char* section, const char* entry,
 
 uint16_t VxIniFileCache::bosPutProfileString(const char* section, const char* entry,
                                              const char* value) {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   if (!open_ || !section) return 1;
   // A null entry ends the line early, a null value prints as NULL.
   traceRewrite("File:%s Section:[%s] Entry:%s%s%s\n", orNull(path_), section,
                entry ? entry : "NULL\n", entry ? " newStr:" : "", value ? value : "NULL");
   uint16_t status;
   {
-    FileIoGuard io;
+    VxCriticalSectionGuard io(fileIoLock());
     status = rewriteLocked(section, entry, value);
     if (status == 0) {
       // The rewrite may keep both time and size (same second, same
@@ -715,7 +688,7 @@ void VxIniFileCache::planSplice(const char* header, const char* entry, char* lin
 
 uint16_t VxIniFileCache::rewriteLocked(const char* section, const char* entry, const char* value) {
   if (!(openMode_ & BOS_OPEN_READ_WRITE)) {
-    addError(kAccessDenied) << path_;
+    addError(kErrAccessDenied) << path_;
     return 1;
   }
   char saved[BOS_MAX_PATH], path[BOS_MAX_PATH];
@@ -738,7 +711,7 @@ uint16_t VxIniFileCache::rewriteLocked(const char* section, const char* entry, c
   char* line = entry && value ? makeEntryLine(entry, value, true) : nullptr;
   uint16_t status = 0;
   if (!header || (entry && value && !line)) {
-    addError(kOutOfMemory);
+    addError(kErrOutOfMemory);
     status = 1;
   } else {
     IniSplice splice;
@@ -766,10 +739,10 @@ VxIniFileCache* VxIniFileCacheList::open(const char* name, uint32_t) {
   CallErrors resolving;
   if (bosFileOpen(path, BOS_OPEN_REDIRECT | BOS_OPEN_NO_OPEN, &handle) != 0) {
     // A missing installed-drivers file is an empty one, not a failure.
-    if (!isInstalledDriversFile(name) || resolving.number() != kFileNotFound) return nullptr;
+    if (!isInstalledDriversFile(name) || resolving.number() != kErrFileNotFound) return nullptr;
     resolving.clear();
   }
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   for (VXSIZE_T i = 0; i < getCount(); ++i) {
     VxIniFileCache* cache = static_cast<VxIniFileCache*>(at(i));
     if (cache->isThisFile(path)) {
@@ -779,7 +752,7 @@ VxIniFileCache* VxIniFileCacheList::open(const char* name, uint32_t) {
   }
   VxIniFileCache* cache = new VxIniFileCache(name);
   if (!cache) {
-    addError(kOutOfMemory);
+    addError(kErrOutOfMemory);
     return nullptr;
   }
   if (!cache->isOpen() || add(cache) != 0) {
@@ -790,12 +763,12 @@ VxIniFileCache* VxIniFileCacheList::open(const char* name, uint32_t) {
 }
 
 void VxIniFileCacheList::close(VxIniFileCache* cache) {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   cache->decrementUseCount();
 }
 
 void VxIniFileCacheList::remove(VxIniFileCache* cache) {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   for (VXSIZE_T i = 0; i < getCount(); ++i) {
     if (at(i) == cache) {
       removeAtIndex(i);

@@ -6,16 +6,10 @@
 #include "foundation/msgtext_internal.h"
 #include "foundation/vxdbcs.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxstr.h"
 
 namespace {
-
-// Message numbers this file reports.
-const uint16_t kOutOfMemory = 1503;
-const uint16_t kSyntaxError = 2704;          // at a position of the connection string
-const uint16_t kSyntaxErrorInSource = 2705;  // at a position of a named source
-const uint16_t kRepeatedKeyword = 2706;      // appended to a syntax error
-const uint16_t kBothSynonyms = 2707;         // appended to a syntax error
 
 bool keywordIs(const VxSubString& key, const char* name) { return key.isEqualCi(name); }
 
@@ -108,8 +102,8 @@ void VxValueParser::resetValidChars() { scanner_.resetValidChars(); }
 
 VxError& VxValueParser::raiseParseError() {
   uint64_t position = token_.getBegOfToken();
-  if (sourceName_) return addError(kSyntaxErrorInSource) << position << sourceName_;
-  return addError(kSyntaxError) << position;
+  if (sourceName_) return addError(kErrSyntaxInSource) << position << sourceName_;
+  return addError(kErrConnectionStringSyntax) << position;
 }
 
 // initialize: read a token; stop at the end of the text; unless it is the
@@ -169,7 +163,7 @@ VxSubString VxValueParser::readKeyword() {
 // the keyword appended to it.
 void VxValueParser::raiseRepeatedKeyword() {
   VxError& error = raiseParseError();
-  appendMessage(error, kRepeatedKeyword);
+  appendMessage(error, kErrRepeatedKeyword);
   error.appendText(" ");
   VxString current;
   if (current.initialize(token_) == 0) error.appendText(current.asCStr());
@@ -223,7 +217,7 @@ unsigned VxValueParser::storeAttribute(const VxSubString& keyword, const VxToken
   if (!key || !data || attributes_.addAssoc(key, data) != 0) {
     delete key;
     delete data;
-    addError(kOutOfMemory);
+    addError(kErrOutOfMemory);
     return 1;
   }
   return 0;
@@ -248,13 +242,13 @@ unsigned VxValueParser::growUsedFlags() {
   VXSIZE_T size = count + 16;
   VxBitArray grown;
   if (grown.initialize(size) != 0) {
-    addError(kOutOfMemory);
+    addError(kErrOutOfMemory);
     return 1;
   }
   for (VXSIZE_T i = 0; i < usedSize_; ++i)
     if (used_.isSet(i)) grown.set(i);
   if (used_.initialize(size) != 0) {
-    addError(kOutOfMemory);
+    addError(kErrOutOfMemory);
     return 1;
   }
   for (VXSIZE_T i = 0; i < size; ++i)
@@ -289,7 +283,7 @@ unsigned VxValueParser::getAttributeValue(const char* firstName, const char* sec
   if (first && second) {
     *value = nullptr;
     VxError& error = raiseParseError();
-    appendMessage(error, kBothSynonyms);
+    appendMessage(error, kErrBothSynonyms);
     error.appendText(" ");
     error.appendText(firstName);
     error.appendText(", ");
