@@ -77,6 +77,52 @@ void runRefreshCheck(benchmark::State& state) {
   vxPrivateProfileTerm(cache);
 }
 
+// Loading whole files: GetPrivateProfileString reads its file anew on every
+// call, so one call is one load, index build and lookup. The ordinary files
+// are data sources as above; the hostile ones are lines that each open
+// with "[" and whose only "]" is the file's last byte, which once made the
+// load quadratic. The peer is the floor of any load: reading the file into
+// memory with fread. (unixODBC keeps its own cache of a file it has read,
+// so its repeated lookups are no loads to compare with.)
+const char* const kShapes[] = {"ordinary", "hostile"};
+const int kLoadSizes[] = {100 << 10, 1 << 20, 10 << 20};
+
+std::string makeLoadFile(const std::string& dir, const std::string& shape, int size) {
+  std::string path = dir + "/" + shape + std::to_string(size) + ".ini";
+  std::string text;
+  for (int i = 0; int(text.size()) < size; ++i) {
+    if (shape == "ordinary") {
+      text += "[DSN" + std::to_string(i) + "]\nDriver = /opt/vx/lib/vxdrv.so\nServer = host" +
+              std::to_string(i) + "\nPort = 5000\n";
+    } else {
+      text += "[section line " + std::to_string(i) + " with no closing bracket\n";
+    }
+  }
+  text += "[DSN7]\nServer = last\n]";
+  std::ofstream(path) << text;
+  return path;
+}
+
+size_t readWhole(const std::string& path, std::vector<char>* image) {
+  FILE* file = fopen(path.c_str(), "rb");
+  if (!file) return 0;
+  image->resize(size_t(kLoadSizes[2]) + 4096);
+  size_t n = fread(image->data(), 1, image->size(), file);
+  fclose(file);
+  return n;
+}
+
+void runLoad(benchmark::State& state, bool vx, const std::string& path) {
+  char buffer[256];
+  std::vector<char> image;
+  for (auto _ : state) {
+    size_t n = vx ? GetPrivateProfileString("DSN7", "Server", "", buffer, sizeof buffer, path.c_str())
+                  : readWhole(path, &image);
+    benchmark::DoNotOptimize(n);
+  }
+  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(kLoadSizes[state.range(0)]));
+}
+
 // Per section, lookups per CPU second of each side and unixODBC's time
 // divided by each vxlib form's.
 void printRatios(const RunTimes& times) {
@@ -93,6 +139,16 @@ void printRatios(const RunTimes& times) {
     if (!all) continue;
     printf("%-8s %16.0f %16.0f %16.0f %12.1f %12.2f\n", section, 1e9 / t[KEPT_OPEN], 1e9 / t[PRIVATE],
            1e9 / t[UNIXODBC], t[UNIXODBC] / t[KEPT_OPEN], t[UNIXODBC] / t[PRIVATE]);
+  }
+  printf("\n%-9s %9s %14s %14s %12s\n", "load", "size", "vx ms", "fread ms", "vx/fread");
+  for (const char* shape : kShapes) {
+    for (int i = 0; i < 3; ++i) {
+      const std::string prefix = std::string("load/") + shape + "/";
+      const std::string arg = "/" + std::to_string(i);
+      double v = times.at(prefix + "vx" + arg), r = times.at(prefix + "fread" + arg);
+      if (v > 0 && r > 0)
+        printf("%-9s %8dK %14.3f %14.3f %12.2f\n", shape, kLoadSizes[i] >> 10, v, r, v / r);
+    }
   }
 }
 
@@ -120,6 +176,21 @@ int main(int argc, char** argv) {
     }
   }
   benchmark::RegisterBenchmark("profile/refresh-check-unchanged", runRefreshCheck)->UseRealTime();
+  const std::string dir = path.substr(0, path.rfind('/'));
+  std::vector<std::string> loadFiles;
+  for (const char* shape : kShapes) {
+    for (int i = 0; i < 3; ++i) loadFiles.push_back(makeLoadFile(dir, shape, kLoadSizes[i]));
+  }
+  for (int side = 0; side < 2; ++side) {
+    for (int s = 0; s < 2; ++s) {
+      std::string name = std::string("load/") + kShapes[s] + (side == 0 ? "/vx" : "/fread");
+      bool vx = side == 0;
+      std::vector<std::string> files(loadFiles.begin() + 3 * s, loadFiles.begin() + 3 * s + 3);
+      benchmark::RegisterBenchmark(name.c_str(), [vx, files](benchmark::State& st) {
+        runLoad(st, vx, files[size_t(st.range(0))]);
+      })->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+    }
+  }
   runAndPrint(&argc, argv, RunTimes::kCpuTime, printRatios);
   std::string command = "rm -rf '" + path.substr(0, path.rfind('/')) + "'";
   return system(command.c_str()) == 0 ? 0 : 1;

@@ -9,6 +9,7 @@
 
 #include "bos/bosfile_internal.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxtrace.h"
 
 namespace {
@@ -28,7 +29,7 @@ const char kProbeName[] = "$$$vx$$$.$vx";
 
 uint16_t bosFileDelete(const char* name) {
   if (unlink(name) == 0 || errno == ENOENT) return 0;
-  addError(1502) << name;
+  addError(kErrCannotDelete) << name;
   return 1;
 }
 
@@ -42,7 +43,7 @@ uint16_t bosFileDateSize(const char* name, uint32_t* time, VXSIZE_T* size) {
 
 uint16_t bosrname(const char* from, const char* to) {
   if (link(from, to) == 0 && unlink(from) == 0) return 0;
-  addError(30042) << from << to;
+  addError(kErrCannotRename) << from << to;
   return 1;
 }
 

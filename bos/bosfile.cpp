@@ -5,6 +5,7 @@
 #include "bos/bos.h"
 #include "bos/bosfile.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ uint16_t bosFileWrite(int handle, int64_t offset, const void* buffer, VXSIZE_T l
   ssize_t written = write(handle, buffer, size_t(length));
   if (written < 0) written = 0;
   if (VXSIZE_T(uint16_t(written)) == length) return 0;
-  addError(written == 0 ? 1506 : 30041);
+  addError(written == 0 ? kErrDiskFull : kErrSystemError);
   return 1;
 }
 

@@ -18,6 +18,7 @@
 #include "bos/bos.h"
 #include "bos/bosfile_internal.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxtrace.h"
 
 namespace {
@@ -92,7 +93,7 @@ class NameCollector {
   }
 
   void fail() {
-    if (!failed_) addError(1503);
+    if (!failed_) addError(kErrOutOfMemory);
     failed_ = true;
   }
 

@@ -3,6 +3,7 @@
 
 #include "bos/bosfile_internal.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 
 bool joinPath(char* out, const char* first, const char* second, const char* third) {
   size_t a = strlen(first), b = strlen(second), c = strlen(third);
@@ -16,6 +17,6 @@ bool joinPath(char* out, const char* first, const char* second, const char* thir
 }
 
 uint16_t reportLongName(const char* name) {
-  addError(1524) << name;
+  addError(kErrNameTooLong) << name;
   return 1;
 }

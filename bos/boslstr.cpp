@@ -12,8 +12,9 @@
 #include "bos/bosenv.h"
 #include "bos/bosfile.h"
 #include "bos/vxcritse.h"
-#include "config/vxini.h"
 #include "foundation/vxtrace.h"
+
+char InstallDirLocation[VX_INSTALL_DIR_SIZE];
 
 namespace {
 
@@ -58,19 +59,19 @@ nl_catd openCatalogFile(const char* root, const char* language, const char* modu
   return catopen(path, 0);
 }
 
-// The directories the catalog is looked for under, in order, copied into
-// `installDir` (VX_INSTALL_DIR_SIZE bytes) where needed: the installation
-// directory, or while none is set, the install prefix the library was
-// built for and then its build directory.
-int catalogRoots(const char* roots[2], char* installDir) {
-  vxstrlcpy(installDir, InstallDirLocation, VX_INSTALL_DIR_SIZE);
-  if (*installDir) {
-    roots[0] = installDir;
-    return 1;
-  }
-  roots[0] = VX_INSTALL_PREFIX;
-  roots[1] = VX_BUILD_DIR;
-  return 2;
+// The directory the catalog is looked for under, copied into `installDir`
+// (VX_INSTALL_DIR_SIZE bytes): the installation directory; while none is
+// set, the one the environment variable "VX_INSTALL_DIR" names (how a copy
+// of the library that is not installed, such as the one the tests run,
+// finds its catalog); else the prefix the library was built to be
+// installed under. No other place is ever searched: whoever may write the
+// catalog supplies every message text of every driver.
+const char* catalogRoot(char* installDir) {
+  snprintf(installDir, VX_INSTALL_DIR_SIZE, "%s", InstallDirLocation);
+  if (*installDir) return installDir;
+  const char* named = bosGetEnv("VX_INSTALL_DIR");
+  if (named && *named) return named;
+  return VX_INSTALL_PREFIX;
 }
 
 // Closes the catalog when the library is unloaded (or the process ends).
@@ -82,7 +83,7 @@ struct CatalogCloser {
 
 uint16_t OpenStrings(const char* module) {
   if (!module) module = VX_MESSAGE_MODULE;
-  catalogOpenLock.enter();
+  VxCriticalSectionGuard guard(catalogOpenLock);
   if (openCatalog.load() == kNoCatalog) {
     const char* locale = setlocale(LC_MESSAGES, nullptr);
     if (!locale) locale = "C";
@@ -92,43 +93,33 @@ uint16_t OpenStrings(const char* module) {
     }
     const char* language = chooseLanguage(locale);
     if (tracing()) printf("OpenStrings: Using LC_MESSAGES=%s\n", language);
-    const char* roots[2];
     char installDir[VX_INSTALL_DIR_SIZE];
-    int count = catalogRoots(roots, installDir);
-    nl_catd catalog = kNoCatalog;
-    for (int i = 0; i < count && catalog == kNoCatalog; ++i) {
-      catalog = openCatalogFile(roots[i], language, module);
-      if (catalog == kNoCatalog) catalog = openCatalogFile(roots[i], "en_US", module);
-    }
+    const char* root = catalogRoot(installDir);
+    nl_catd catalog = openCatalogFile(root, language, module);
+    if (catalog == kNoCatalog) catalog = openCatalogFile(root, "en_US", module);
     openCatalog.store(catalog);
   }
-  uint16_t status = openCatalog.load() == kNoCatalog ? 1 : 0;
-  catalogOpenLock.leave();
-  return status;
+  return openCatalog.load() == kNoCatalog ? 1 : 0;
 }
 
 void CloseStrings() {
-  catalogOpenLock.enter();
-  catalogLookupLock.enter();
+  VxCriticalSectionGuard openGuard(catalogOpenLock);
+  VxCriticalSectionGuard lookupGuard(catalogLookupLock);
   nl_catd catalog = openCatalog.exchange(kNoCatalog);
   if (catalog != kNoCatalog) catclose(catalog);
-  catalogLookupLock.leave();
-  catalogOpenLock.leave();
 }
 
 uint16_t bosLoadResourceDLL(const char* module, uint32_t, void** handle, int32_t* useCount) {
-  catalogOpenLock.enter();
+  VxCriticalSectionGuard guard(catalogOpenLock);
   if (useCount) ++*useCount;
   OpenStrings(module);
   if (handle) *handle = openCatalog.load();
-  catalogOpenLock.leave();
   return 0;
 }
 
 uint16_t bosFreeResourceDLL(void*, int32_t* useCount) {
-  catalogOpenLock.enter();
+  VxCriticalSectionGuard guard(catalogOpenLock);
   if (useCount && *useCount > 0) --*useCount;
-  catalogOpenLock.leave();
   return 0;
 }
 
@@ -152,8 +143,6 @@ VXSIZE_T LoadStringFromOpenFile(uint32_t id, char* buffer, VXSIZE_T size) {
 }
 
 VXSIZE_T LoadString(const char*, uint32_t id, char* buffer, VXSIZE_T size) {
-  catalogLookupLock.enter();
-  VXSIZE_T length = LoadStringFromOpenFile(id, buffer, size);
-  catalogLookupLock.leave();
-  return length;
+  VxCriticalSectionGuard guard(catalogLookupLock);
+  return LoadStringFromOpenFile(id, buffer, size);
 }

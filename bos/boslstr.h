@@ -7,10 +7,11 @@
 // gencat file
 //     INSTALL/locale/L/LC_MESSAGES/M.mo
 // where INSTALL is the installation directory (InstallDirLocation, set by
-// bosSetInstallDir). While no installation directory is set, the
-// library's own install prefix and then its build directory stand in for
-// it, so that an installed library, the tests and vxtool find the catalog
-// built with the library.
+// bosSetInstallDir). While no installation directory is set, the directory
+// named by the environment variable "VX_INSTALL_DIR" stands in for it (so
+// the tests and vxtool, run from the build tree, name the build directory
+// there), and without that the prefix the library was built to be
+// installed under. Nothing else is searched.
 //
 // The language: when the process's message locale is "C" (a program that
 // never called setlocale), the environment variable "LC_MESSAGES" if set
@@ -48,6 +49,14 @@
 #define VX_MESSAGE_MODULE "vxlib"
 // The module of the system-error format 30050 (same catalog).
 #define VX_SYSTEM_MESSAGE_MODULE "nvutl21"
+
+// Size of InstallDirLocation, its NUL included.
+#define VX_INSTALL_DIR_SIZE 1025
+
+// The installation directory, VX_INSTALL_DIR_SIZE bytes, empty until
+// bosSetInstallDir (config/vxini.h) fills it. The catalog is looked for
+// under it.
+VX_EXPORT extern char InstallDirLocation[VX_INSTALL_DIR_SIZE];
 
 // Counts one more user in *useCount and opens the catalog for `module`
 // when it is not open yet (OpenStrings). `flags` is ignored. *handle (when

@@ -6,6 +6,7 @@
 #include "bos/bos.h"
 #include "bos/boslstr.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 
 namespace {
 
@@ -16,14 +17,20 @@ struct ErrorMapping {
 };
 
 const ErrorMapping kErrorMappings[] = {
-    {EPERM, 1519, true},  {ENOENT, 1509, true},  {EIO, 30041, true},    {EBADF, 1507, false},
-    {EAGAIN, 1512, false}, {ENOMEM, 1503, false}, {EACCES, 1508, true},  {EEXIST, 1520, true},
-    {EMFILE, 30045, false}, {ENOSPC, 1506, true}, {EROFS, 30049, true},  {EDEADLK, 1521, true},
-    {ENOLCK, 1514, false},
+    {EPERM, kErrNotPermitted, true},
+    {ENOENT, kErrFileNotFound, true},
+    {EIO, kErrSystemError, true},
+    {EBADF, kErrInvalidFileHandle, false},
+    {EAGAIN, kErrResourceLocked, false},
+    {ENOMEM, kErrOutOfMemory, false},
+    {EACCES, kErrAccessDenied, true},
+    {EEXIST, kErrFileExists, true},
+    {EMFILE, kErrTooManyOpenFiles, false},
+    {ENOSPC, kErrDiskFull, true},
+    {EROFS, kErrReadOnlyFileSystem, true},
+    {EDEADLK, kErrDeadlock, true},
+    {ENOLCK, kErrNoLocksAvailable, false},
 };
-
-const uint16_t kUnmappedError = 30041;
-const uint16_t kSystemTextAndNameFormat = 30050;  // of VX_SYSTEM_MESSAGE_MODULE
 
 // True when `format` has exactly two conversions and both are "%s", so it
 // can safely take the system's text and the name.
@@ -43,10 +50,10 @@ bool takesTwoStrings(const char* format) {
 bool loadSystemTextAndNameFormat(char (&format)[512]) {
   int32_t users = 0;
   bosLoadResourceDLL(VX_SYSTEM_MESSAGE_MODULE, 0, nullptr, &users);
-  LoadString(VX_SYSTEM_MESSAGE_MODULE, kSystemTextAndNameFormat, format, sizeof format);
+  LoadString(VX_SYSTEM_MESSAGE_MODULE, kErrSystemTextAndNameFormat, format, sizeof format);
   bosFreeResourceDLL(nullptr, &users);
   char number[8];
-  snprintf(number, sizeof number, "%u", unsigned(kSystemTextAndNameFormat));
+  snprintf(number, sizeof number, "%u", unsigned(kErrSystemTextAndNameFormat));
   return strcmp(format, number) != 0 && takesTwoStrings(format);
 }
 
@@ -65,7 +72,7 @@ uint16_t bosMapError(int code, const char* name) {
     return m.error;
   }
   const char* systemText = strerror(errno);
-  VxError& record = addError(kUnmappedError);
+  VxError& record = addError(kErrSystemError);
   char text[1024];
   char format[512];
   if (*name && loadSystemTextAndNameFormat(format)) {
@@ -74,5 +81,5 @@ uint16_t bosMapError(int code, const char* name) {
     snprintf(text, sizeof text, "%s", systemText);
   }
   if (*text && !record.isStatic()) record.appendText(text);
-  return kUnmappedError;
+  return kErrSystemError;
 }

@@ -12,6 +12,7 @@
 #include "bos/bosenv.h"
 #include "bos/bosfile_internal.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxtrace.h"
 
 namespace {
@@ -61,7 +62,7 @@ uint16_t bosgtcwd(char* buffer, uint16_t slash) {
 
 uint16_t bosstcwd(const char* path) {
   if (chdir(path) == 0) return 0;
-  addError(1504) << path;
+  addError(kErrCannotChangeDirectory) << path;
   return 1;
 }
 
@@ -143,7 +144,7 @@ uint16_t bosParseName(char* path, char* base, char* ext, uint16_t report) {
   uint16_t status = 0;
   if (baseLength > kMaxBaseName) {
     if (report) {
-      addError(1524) << filePart;
+      addError(kErrNameTooLong) << filePart;
       status = 1;
     }
     baseLength = kMaxBaseName;
@@ -164,7 +165,7 @@ char* appendPath(char* list, const char* dir) {
   size_t dirLength = dir ? strlen(dir) : 0;
   char* grown = static_cast<char*>(malloc(listLength + dirLength + 2));
   if (!grown) {
-    addError(1503);
+    addError(kErrOutOfMemory);
     return nullptr;
   }
   if (listLength) memcpy(grown, list, listLength);

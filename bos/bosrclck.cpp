@@ -10,10 +10,9 @@
 #include "bos/bos.h"
 #include "bos/mdsint.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 
 namespace {
-
-const uint16_t kRangeLocked = 1512;
 
 // One range a thread of this process holds.
 struct HeldRange : VxObject {
@@ -68,9 +67,11 @@ int setSystemLock(int fd, short type, VXSIZE_T offset, VXSIZE_T length) {
 // the lock is left.
 enum class Outcome { kDone, kHeldByOtherThread, kSystemFailure };
 
-// Lock held. Applies the request to the list and to the system.
+// Applies the request to the list and to the system, holding LIST_LOCK
+// for the whole of it.
 Outcome applyRequest(int fd, const struct stat& file, bool unlock, VXSIZE_T offset, VXSIZE_T length,
                      int* systemError) {
+  VxCriticalSectionGuard guard(LIST_LOCK);
   if (heldRangesOwner != getpid()) {
     releaseHeldRanges();
     heldRangesOwner = getpid();
@@ -128,12 +129,12 @@ Outcome applyRequest(int fd, const struct stat& file, bool unlock, VXSIZE_T offs
 }
 
 // A lock refused by the system because another process holds the range
-// reports 1512: EAGAIN maps to it, and EACCES, which maps to 1508 (access
-// denied), is reported as 1512 instead.
+// reports kErrResourceLocked: EAGAIN maps to it, and EACCES, which maps to
+// kErrAccessDenied, is reported as kErrResourceLocked instead.
 void fileSystemFailure(int systemError) {
   errno = systemError;
   if (systemError == EACCES || systemError == EAGAIN) {
-    addError(kRangeLocked);
+    addError(kErrResourceLocked);
   } else {
     bosMapError(systemError, "");
   }
@@ -148,11 +149,9 @@ uint16_t bosRegionLock(int fd, uint16_t unlock, VXSIZE_T offset, VXSIZE_T length
     return 1;
   }
   int systemError = 0;
-  LIST_LOCK.enter();
   Outcome outcome = applyRequest(fd, file, unlock != 0, offset, length, &systemError);
-  LIST_LOCK.leave();
   if (outcome == Outcome::kHeldByOtherThread) {
-    addError(kRangeLocked);
+    addError(kErrResourceLocked);
     return 1;
   }
   if (outcome == Outcome::kSystemFailure) {

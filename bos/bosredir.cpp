@@ -6,7 +6,8 @@
 //  - "odbc.ini" / "odbcinst.ini" (with or without the leading dot, in any
 //    case): an environment variable, when set, beats the home directory
 //    outright (the first of the pair that is set wins, even when the file
-//    it names is missing), and the file finally chosen must exist;
+//    it names is missing), and the file finally chosen must exist and not
+//    be a directory;
 //  - ".vxlib.ini" / ".system.defaults" (exact case): the home directory
 //    beats the environment; the variable is used only when the home file
 //    does not exist, and what it names is not checked.
@@ -63,9 +64,11 @@ uint16_t redirectConfigFile(ConfigFileKind kind, char* path, bool mapErrors) {
     }
     if (tracing) printf("with %s\n", path);
     if (!file.environmentFirst) return 0;
+    // A directory is no configuration file: it fails like a missing one.
     struct stat info;
-    if (stat(path, &info) != 0) {
-      if (mapErrors) bosMapError(errno, path);
+    bool found = stat(path, &info) == 0;
+    if (!found || S_ISDIR(info.st_mode)) {
+      if (mapErrors) bosMapError(found ? ENOENT : errno, path);
       return 1;
     }
     return 0;

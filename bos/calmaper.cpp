@@ -7,6 +7,7 @@
 #include "bos/bosenv.h"
 #include "bos/bosfile.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxstr.h"
 #include "foundation/vxtrace.h"
 
@@ -52,11 +53,18 @@ void* bosLoadLibrary(const char* name, uint16_t addSuffix) {
     return nullptr;
   }
   if (tracing()) printf("LoadLibrary: Found library %s.\n", path);
+  // The loader searches the system's directories for a name without a
+  // "/", so a file found in the working directory is named as "./file".
+  if (!strchr(path, '/')) {
+    if (strlen(path) + 2 >= sizeof path) return nullptr;
+    memmove(path + 2, path, strlen(path) + 1);
+    memcpy(path, "./", 2);
+  }
   void* handle = dlopen(path, RTLD_NOW);
   if (!handle) {
     const char* loaderText = dlerror();
     if (!loaderText) loaderText = "";
-    addError(1523) << path << loaderText;
+    addError(kErrCannotLoadLibrary) << path << loaderText;
     if (tracing()) {
       printf("Unable to open Shared Library:%s\n", path);
       printf("Loader Error: %s\n", loaderText);

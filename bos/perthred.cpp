@@ -14,6 +14,8 @@
 // gave to this one.
 #include <pthread.h>
 
+#include <cassert>
+
 #include "bos/mdsint.h"
 
 namespace {
@@ -62,12 +64,16 @@ VxThreadInfo* newEntry(uint64_t threadId) {
   return e;
 }
 
+// findLiveEntry under the lock.
+VxThreadInfo* findLiveEntryLocked(uint64_t threadId) {
+  VxCriticalSectionGuard guard(MDS_PERTHREAD_LOCK);
+  return findLiveEntry(threadId);
+}
+
 // The list lookup behind ownLiveEntry, kept out of line so that the
 // cached path stays small.
 __attribute__((noinline)) VxThreadInfo* findOwnEntryInList(uint64_t self) {
-  MDS_PERTHREAD_LOCK.enter();
-  VxThreadInfo* e = findLiveEntry(self);
-  MDS_PERTHREAD_LOCK.leave();
+  VxThreadInfo* e = findLiveEntryLocked(self);
   if (e) ownCache.entry = e;
   return e;
 }
@@ -84,8 +90,6 @@ struct ThreadListReleaser {
 };
 ThreadListReleaser threadListReleaser __attribute__((init_priority(101)));
 
-}  // namespace
-
 // Registration. Under the lock:
 //  1. a live entry of the calling thread counts one more use;
 //  2. an empty list gets a new entry as its head;
@@ -93,9 +97,9 @@ ThreadListReleaser threadListReleaser __attribute__((init_priority(101)));
 //  4. otherwise the walk claims the first free entry that has a successor.
 //     Deliberate: the last entry is never tested for reuse; when no earlier
 //     entry was free a new entry is appended behind it.
-uint16_t mdsPerThreadInit() {
-  uint64_t self = callingThreadId();
-  MDS_PERTHREAD_LOCK.enter();
+// Returns the calling thread's entry, or null when memory is short.
+VxThreadInfo* registerEntry(uint64_t self) {
+  VxCriticalSectionGuard guard(MDS_PERTHREAD_LOCK);
   VxThreadInfo* e = findLiveEntry(self);
   if (e) {
     e->useCount.store(e->useCount.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
@@ -120,7 +124,27 @@ uint16_t mdsPerThreadInit() {
       last->next = e;
     }
   }
-  MDS_PERTHREAD_LOCK.leave();
+  return e;
+}
+
+// Takes one use off the calling thread's live entry under the lock and
+// returns the uses left.
+uint32_t dropUse(VxThreadInfo* e) {
+  VxCriticalSectionGuard guard(MDS_PERTHREAD_LOCK);
+  uint32_t uses = e->useCount.load(std::memory_order_relaxed);
+  // Only a live entry (use count above 0) is ever found for release: the
+  // cached word is cleared when the count reaches 0, and the list lookup
+  // skips entries at 0.
+  assert(uses > 0);
+  --uses;
+  e->useCount.store(uses, std::memory_order_relaxed);
+  return uses;
+}
+
+}  // namespace
+
+uint16_t mdsPerThreadInit() {
+  VxThreadInfo* e = registerEntry(callingThreadId());
   if (!e) return 0;
   ownCache.entry = e;
   return 1;
@@ -129,10 +153,7 @@ uint16_t mdsPerThreadInit() {
 void mdsPerThreadTerm() {
   VxThreadInfo* e = ownLiveEntry();
   if (!e) return;
-  MDS_PERTHREAD_LOCK.enter();
-  uint32_t uses = e->useCount.load(std::memory_order_relaxed) - 1;
-  e->useCount.store(uses, std::memory_order_relaxed);
-  MDS_PERTHREAD_LOCK.leave();
+  uint32_t uses = dropUse(e);
   if (uses == 0) ownCache.entry = nullptr;
 }
 
@@ -153,12 +174,7 @@ void** mdsGetPerThreadDataAddress(uint16_t index) {
   return e ? &e->data[index] : nullptr;
 }
 
-VxThreadInfo* getThreadInfo(uint64_t threadId) {
-  MDS_PERTHREAD_LOCK.enter();
-  VxThreadInfo* e = findLiveEntry(threadId);
-  MDS_PERTHREAD_LOCK.leave();
-  return e;
-}
+VxThreadInfo* getThreadInfo(uint64_t threadId) { return findLiveEntryLocked(threadId); }
 
 VxThreadInfo* getThreadInfo() { return getThreadInfo(callingThreadId()); }
 

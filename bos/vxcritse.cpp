@@ -2,6 +2,8 @@
 // process-wide critical sections.
 #include "bos/vxcritse.h"
 
+#include <cassert>
+
 #include "bos/mdsint.h"
 
 // The static sections are built before every other static object of the
@@ -45,6 +47,8 @@ void VxCriticalSection::enter() {
 
 void VxCriticalSection::leave() {
   if (disabled) return;
+  // Only the holder leaves, and it entered at least once.
+  assert(depth > 0);
   --depth;
   pthread_mutex_unlock(&mutex);
 }

@@ -47,6 +47,24 @@ class VX_EXPORT VxCriticalSection : public VxObject {
   uint32_t depth;
 };
 
+// Holds a critical section for the lifetime of the guard: the constructor
+// enters it, the destructor leaves it, so every return path releases
+// exactly the level it took. Use one guard per scope instead of pairing
+// enter() and leave() by hand. Not copyable; the section must outlive it.
+class VxCriticalSectionGuard {
+ public:
+  explicit VxCriticalSectionGuard(VxCriticalSection& section) : section_(section) {
+    section_.enter();
+  }
+  ~VxCriticalSectionGuard() { section_.leave(); }
+
+  VxCriticalSectionGuard(const VxCriticalSectionGuard&) = delete;
+  VxCriticalSectionGuard& operator=(const VxCriticalSectionGuard&) = delete;
+
+ private:
+  VxCriticalSection& section_;
+};
+
 // Kept for callers that used to switch the static sections off; does nothing.
 VX_EXPORT void vxDisableStaticCriticalSections();
 

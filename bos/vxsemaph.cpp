@@ -47,6 +47,9 @@ void vxSemaphoreEnter(VxSemaphore** slot) {
     }
     *slot = created;
   }
+  // Deliberately not released here: this is half of a lock/unlock pair
+  // that hands the semaphore to the caller, who gives it back through
+  // vxSemaphoreExit, so no scope guard applies.
   (*slot)->SemaphoreEnter();
 }
 

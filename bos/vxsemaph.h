@@ -84,6 +84,26 @@ class VX_EXPORT VxSemaphore : public VxObject {
   VxSemaphore** ownerSlot;
 };
 
+// Holds a VxSemaphore for the lifetime of the guard: the constructor takes
+// it (SemaphoreEnter), the destructor gives it back (SemaphoreExit), so
+// every return path releases it once. Like the callers that paired the two
+// calls by hand, it does not look at their results. The semaphore is not
+// recursive: a thread must not build a second guard on a semaphore it
+// already holds. Not copyable; the semaphore must outlive the guard.
+class VxSemaphoreGuard {
+ public:
+  explicit VxSemaphoreGuard(VxSemaphore& semaphore) : semaphore_(semaphore) {
+    semaphore_.SemaphoreEnter();
+  }
+  ~VxSemaphoreGuard() { semaphore_.SemaphoreExit(); }
+
+  VxSemaphoreGuard(const VxSemaphoreGuard&) = delete;
+  VxSemaphoreGuard& operator=(const VxSemaphoreGuard&) = delete;
+
+ private:
+  VxSemaphore& semaphore_;
+};
+
 // Lazy slot values other than the address of a live semaphore.
 #define VX_SEMAPHORE_SLOT_NEVER_CREATED 0
 #define VX_SEMAPHORE_SLOT_CREATING 1

@@ -32,7 +32,8 @@
 // a line end makes that line a comment. Blanks before "=" stay in the key.
 //
 // Cost: a plain search is one pass over the image, using memchr for the
-// bytes that matter, so it is linear in the bytes before the entry. The
+// bytes that matter, so it is linear in the bytes before the entry, and so
+// is building the section index, whatever the image holds. The
 // section index (below) lets a lookup skip the headers before its own; the
 // entry search is then linear in its section only.
 #include "config/iniscan_internal.h"
@@ -61,21 +62,55 @@ VXSIZE_T nextLine(const char* image, VXSIZE_T from, VXSIZE_T to) {
 
 bool isCommentStart(char c) { return c == ';' || c == '#'; }
 
+// The "]" that closes each header, for headers taken in file order. Headers
+// may overlap ("[a" on one line, "[b]" on the next: the first header runs
+// to the second's "]"), and a file of lines that open with "[" and close
+// far below would cost a search to that "]" per line, quadratic in the
+// file size. Both the next "]" and the next "[" only move forward as the
+// headers do, so each is found by resuming the last search: one pass over
+// the image for all headers.
+class HeaderCloser {
+ public:
+  HeaderCloser(const char* image, VXSIZE_T length) : image_(image), length_(length) {}
+
+  // The first "]" at or after `pos` (length when there is none); `pos` must
+  // not go back between calls.
+  VXSIZE_T closeAfter(VXSIZE_T pos) {
+    if (!found_ || close_ < pos) close_ = findByte(image_, pos, length_, ']');
+    found_ = true;
+    return close_;
+  }
+  // The first "[" after the "]" at `close` (length when there is none):
+  // where the section of that header ends. `close` must not go back.
+  VXSIZE_T sectionEndAfter(VXSIZE_T close) {
+    if (!endFound_ || end_ <= close) end_ = findByte(image_, close + 1, length_, '[');
+    endFound_ = true;
+    return end_;
+  }
+
+ private:
+  const char* image_;
+  VXSIZE_T length_;
+  VXSIZE_T close_ = 0;
+  VXSIZE_T end_ = 0;
+  bool found_ = false;
+  bool endFound_ = false;
+};
+
 }  // namespace
 
 uint16_t iniFindSection(const char* image, VXSIZE_T length, const char* header,
                         VXSIZE_T headerLength, VXSIZE_T* start, VXSIZE_T* end) {
-  VXSIZE_T pos = 0;
-  while ((pos = findByte(image, pos, length, '[')) < length) {
-    if (pos == 0 || image[pos - 1] == '\n') {
-      VXSIZE_T close = findByte(image, pos, length, ']');
-      if (close < length && strEqualCi(image + pos, close - pos + 1, header, headerLength)) {
-        *start = pos;
-        *end = findByte(image, close + 1, length, '[');
-        return 0;
-      }
+  HeaderCloser closer(image, length);
+  for (VXSIZE_T pos = 0; (pos = findByte(image, pos, length, '[')) < length; ++pos) {
+    if (pos != 0 && image[pos - 1] != '\n') continue;
+    VXSIZE_T close = closer.closeAfter(pos);
+    if (close == length) break;  // no later "[" has a "]" either
+    if (strEqualCi(image + pos, close - pos + 1, header, headerLength)) {
+      *start = pos;
+      *end = findByte(image, close + 1, length, '[');
+      return 0;
     }
-    ++pos;
   }
   return 1;
 }
@@ -86,12 +121,17 @@ uint16_t iniFindSection(const char* image, VXSIZE_T length, const char* header,
 // comparison the plain search uses. A header with bytes above 0x7f (whose
 // case folding depends on the locale) is never ruled out by its hash, and a
 // request with such bytes takes the plain search: both ways give the
-// plain search's answer.
+// plain search's answer. Only the first kHashedBytes bytes are hashed (and
+// looked at for bytes above 0x7f): equal headers have equal prefixes, and
+// hashing whole overlapping headers would make the build quadratic.
 namespace {
+
+const VXSIZE_T kHashedBytes = 64;
 
 uint64_t foldedHash(const char* text, VXSIZE_T length, bool* plainAscii) {
   uint64_t hash = 14695981039346656037ull;  // FNV-1a
   bool ascii = true;
+  if (length > kHashedBytes) length = kHashedBytes;
   for (VXSIZE_T i = 0; i < length; ++i) {
     unsigned char c = static_cast<unsigned char>(text[i]);
     if (c >= 'A' && c <= 'Z') c = static_cast<unsigned char>(c + ('a' - 'A'));
@@ -106,9 +146,10 @@ uint64_t foldedHash(const char* text, VXSIZE_T length, bool* plainAscii) {
 
 uint16_t iniBuildSectionIndex(const char* image, VXSIZE_T length, IniSectionIndex* index) {
   VXSIZE_T capacity = 0;
+  HeaderCloser closer(image, length);
   for (VXSIZE_T pos = 0; (pos = findByte(image, pos, length, '[')) < length; ++pos) {
     if (pos != 0 && image[pos - 1] != '\n') continue;
-    VXSIZE_T close = findByte(image, pos, length, ']');
+    VXSIZE_T close = closer.closeAfter(pos);
     if (close == length) break;  // no later "[" has a "]" either
     if (index->count == capacity) {
       capacity = capacity ? capacity * 2 : 64;
@@ -122,7 +163,7 @@ uint16_t iniBuildSectionIndex(const char* image, VXSIZE_T length, IniSectionInde
     IniSectionIndexEntry& entry = index->entries[index->count++];
     entry.start = pos;
     entry.headerLength = close - pos + 1;
-    entry.end = findByte(image, close + 1, length, '[');
+    entry.end = closer.sectionEndAfter(close);
     entry.hash = foldedHash(image + pos, entry.headerLength, &entry.plainAscii);
   }
   return 0;

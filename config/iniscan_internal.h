@@ -22,11 +22,11 @@ uint16_t iniFindSection(const char* image, VXSIZE_T length, const char* header,
 // otherwise pass over every header before theirs. Built once per image;
 // valid only for the image it was built from.
 struct IniSectionIndexEntry {
-  uint64_t hash;           // of the header with ASCII letters folded
+  uint64_t hash;           // of the header's first 64 bytes, ASCII letters folded
   VXSIZE_T start;          // the header's "["
   VXSIZE_T headerLength;   // "[" to "]" inclusive
   VXSIZE_T end;            // the section's end
-  bool plainAscii;         // the header has no byte above 0x7f
+  bool plainAscii;         // those bytes have none above 0x7f
 };
 
 struct IniSectionIndex {

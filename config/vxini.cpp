@@ -8,10 +8,10 @@
 #include "bos/mdsint.h"
 #include "bos/vxcritse.h"
 #include "foundation/vxerror.h"
-
-char InstallDirLocation[VX_INSTALL_DIR_SIZE];
+#include "foundation/vxmsgnum.h"
 
 namespace {
+
 
 // Guards the creation of the task's list (and every read of its slot, so
 // that a thread never sees the slot half set up).
@@ -27,14 +27,13 @@ VxCriticalSection& installDirLock() {
 }
 
 VxIniFileCacheList* taskList() {
-  taskListLock().enter();
+  VxCriticalSectionGuard guard(taskListLock());
   VxIniFileCacheList* list = bosGetPTaskIniList();
   if (!list) {
     list = new VxIniFileCacheList;
     if (list) bosPutPTaskIniList(list);
-    else addError(1503);
+    else addError(kErrOutOfMemory);
   }
-  taskListLock().leave();
   return list;
 }
 
@@ -179,7 +178,7 @@ VXSIZE_T vxstrlcpy(char* dst, const char* src, VXSIZE_T size) {
 }
 
 uint16_t bosSetInstallDir(const char* dir) {
-  installDirLock().enter();
+  VxCriticalSectionGuard guard(installDirLock());
   if (dir) {
     vxstrlcpy(InstallDirLocation, dir, VX_INSTALL_DIR_SIZE);
   } else {
@@ -195,6 +194,5 @@ uint16_t bosSetInstallDir(const char* dir) {
     InstallDirLocation[--length] = '\0';
   }
   if (length > 0 && InstallDirLocation[length - 1] == '/') InstallDirLocation[length - 1] = '\0';
-  installDirLock().leave();
   return 0;
 }

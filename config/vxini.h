@@ -29,12 +29,10 @@
 
 #include <cstdint>
 
+#include "bos/boslstr.h"
 #include "config/vxinifil.h"
 #include "foundation/vxexport.h"
 #include "foundation/vxtypes.h"
-
-// Size of InstallDirLocation, its NUL included.
-#define VX_INSTALL_DIR_SIZE 1025
 
 // The task's cache list (per-task slot 12; null before first use), and
 // storing another in its place.
@@ -99,10 +97,8 @@ VX_EXPORT int32_t WritePrivateProfileString(const char* section, const char* ent
 // nothing written, when size is 0).
 VX_EXPORT VXSIZE_T vxstrlcpy(char* dst, const char* src, VXSIZE_T size);
 
-// The installation directory, VX_INSTALL_DIR_SIZE bytes.
-VX_EXPORT extern char InstallDirLocation[VX_INSTALL_DIR_SIZE];
-
-// Fills InstallDirLocation: with dir (cut to fit), or without one from
+// Fills InstallDirLocation (declared with the message catalog in
+// bos/boslstr.h, which reads it): with dir (cut to fit), or without one from
 // entry "InstallDir" of section "ODBC" of ".odbc.ini" (plain form), else
 // of ".odbcinst.ini" (private form). Trailing white space is removed (never
 // the first byte), then one trailing "/". Serialised by a process-wide

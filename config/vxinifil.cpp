@@ -3,17 +3,23 @@
 #include "config/vxinifil.h"
 
 #include <cerrno>
+#include <climits>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <new>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include "bos/bos.h"
 #include "bos/bosfile.h"
 #include "bos/vxcritse.h"
 #include "config/iniscan_internal.h"
 #include "foundation/ram.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxstr.h"
 #include "foundation/vxtrace.h"
 #include "values/convert.h"
@@ -32,18 +38,23 @@ const uint32_t kInitialMode = BOS_OPEN_REDIRECT | BOS_OPEN_READ_WRITE | BOS_OPEN
 // more as failures.
 const VXSIZE_T kWritePiece = 32768;
 
-// Error numbers the load and the rewrite look at.
-const uint16_t kNoPermission = 1519;
-const uint16_t kAccessDenied = 1508;
-const uint16_t kAccessDeniedToo = 30040;
-const uint16_t kFileNotFound = 1509;
-const uint16_t kLockHeld = 1512;
-const uint16_t kNameTooLong = 1524;
-const uint16_t kOutOfMemory = 1503;
-
 bool tracing(uint32_t bit) { return BOS_RUNTIME_DEBUG.debugItem(bit) != 0; }
 
 const char* orNull(const char* text) { return text ? text : "<NULL>"; }
+
+// The trace of a rewrite (bit 0x10): every piece of it, from the request to
+// the new image, is printed through traceRewrite, after this prefix and a
+// space.
+const char kPutPrefix[] = "PutProfileString:";
+
+__attribute__((format(printf, 1, 2))) void traceRewrite(const char* format, ...) {
+  if (!tracing(kTraceKeysAndWrites)) return;
+  printf("%s ", kPutPrefix);
+  va_list arguments;
+  va_start(arguments, format);
+  vprintf(format, arguments);
+  va_end(arguments);
+}
 
 // Serialises every read and rewrite of a configuration file by the caches
 // of this process. The byte-1 tokens are record locks, which belong to the
@@ -54,25 +65,6 @@ VxCriticalSection& fileIoLock() {
   static VxCriticalSection lock;
   return lock;
 }
-
-class FileIoGuard {
- public:
-  FileIoGuard() { fileIoLock().enter(); }
-  ~FileIoGuard() { fileIoLock().leave(); }
-  FileIoGuard(const FileIoGuard&) = delete;
-  FileIoGuard& operator=(const FileIoGuard&) = delete;
-};
-
-class SemaphoreGuard {
- public:
-  explicit SemaphoreGuard(VxSemaphore& lock) : lock_(lock) { lock_.SemaphoreEnter(); }
-  ~SemaphoreGuard() { lock_.SemaphoreExit(); }
-  SemaphoreGuard(const SemaphoreGuard&) = delete;
-  SemaphoreGuard& operator=(const SemaphoreGuard&) = delete;
-
- private:
-  VxSemaphore& lock_;
-};
 
 // What one call filed in the thread's error list: the number of the record
 // it added (errno's meaning when there is no list, or when the list kept
@@ -86,10 +78,10 @@ class CallErrors {
   uint16_t number() const {
     if (filed()) return VxErrorKeeper::getLastErrorNumber();
     switch (errno) {
-      case ENOENT: return kFileNotFound;
-      case EACCES: return kAccessDenied;
-      case EPERM: return kNoPermission;
-      case EAGAIN: return kLockHeld;
+      case ENOENT: return kErrFileNotFound;
+      case EACCES: return kErrAccessDenied;
+      case EPERM: return kErrNotPermitted;
+      case EAGAIN: return kErrResourceLocked;
       default: return 0;
     }
   }
@@ -117,7 +109,7 @@ void pause(long nanoseconds) {
 }
 
 // bosFileOpen of `name` into the path buffer `path`, retried while another
-// process holds a conflicting byte-1 token, for at most kIniLockWaitMs.
+// writer holds the exclusive byte-1 token, for at most kIniLockWaitMs.
 // 0 with the descriptor in *handle; 1 with the failure in the error list.
 uint16_t openWaitingForToken(const char* name, char* path, uint32_t mode, int* handle) {
   uint64_t deadline = nowMs() + kIniLockWaitMs;
@@ -125,7 +117,7 @@ uint16_t openWaitingForToken(const char* name, char* path, uint32_t mode, int* h
     strcpy(path, name);
     CallErrors attempt;
     if (bosFileOpen(path, mode, handle, "V+X?", "TEXT") == 0) return 0;
-    if (attempt.number() != kLockHeld || nowMs() >= deadline) return 1;
+    if (attempt.number() != kErrResourceLocked || nowMs() >= deadline) return 1;
     attempt.clear();
     pause(backoff);
   }
@@ -139,12 +131,57 @@ bool isInstalledDriversFile(const char* name) {
   return strEqualCi(base, "odbcinst.ini") || strEqualCi(base, ".odbcinst.ini");
 }
 
+// Whether a failed read-write open of a file may be tried again read-only:
+// the installed-drivers file after any failure; any other file, while the
+// thread has an error list, only when the system refused write access
+// (1519, 1508, 30040), and without a list after any failure.
+bool mayRetryReadOnly(bool installedDrivers, bool haveList, bool readWrite, uint16_t error) {
+  if (!readWrite) return false;
+  if (installedDrivers || !haveList) return true;
+  return error == kErrNotPermitted || error == kErrAccessDenied || error == kErrAccessDeniedByName;
+}
+
+// How the opening of a load ended.
+enum class LoadOpening {
+  kOpened,         // the descriptor is in *handle
+  kAbsentIsEmpty,  // an installed-drivers file that does not exist
+  kFailed          // the failure is in the error list, marked as a warning
+};
+
+// Opens `name` for a load (the redirected path left in `path`) with *mode,
+// dropping write access, and with it creation, as mayRetryReadOnly allows.
+// *mode keeps the mode that opened the file.
+LoadOpening openFallingBack(const char* name, char* path, uint32_t* mode, int* handle) {
+  bool installedDrivers = isInstalledDriversFile(name);
+  bool haveList = VxErrorKeeper::getErrorList() != nullptr;
+  for (;;) {
+    CallErrors attempt;
+    // No token: writers replace the file whole, so any image read is whole.
+    strcpy(path, name);
+    if (bosFileOpen(path, *mode, handle, "V+X?", "TEXT") == 0) return LoadOpening::kOpened;
+    uint16_t error = attempt.number();
+    bool readWrite = (*mode & BOS_OPEN_READ_WRITE) != 0;
+    if (installedDrivers && !readWrite && error == kErrFileNotFound) {
+      attempt.clear();
+      return LoadOpening::kAbsentIsEmpty;
+    }
+    if (!mayRetryReadOnly(installedDrivers, haveList, readWrite, error)) {
+      attempt.markWarning();
+      return LoadOpening::kFailed;
+    }
+    attempt.clear();
+    *mode &= ~uint32_t(installedDrivers || !haveList
+                           ? BOS_OPEN_READ_WRITE | BOS_OPEN_CREATE_IF_MISSING
+                           : BOS_OPEN_READ_WRITE);
+  }
+}
+
 // Reads the whole open file into a fresh NUL-terminated block. 0 with the
 // block and its length; 1 (error 1503 filed) when it cannot be allocated.
 uint16_t readWholeFile(int handle, VXSIZE_T size, char** image, VXSIZE_T* length) {
   char* block = static_cast<char*>(malloc(size + 1));
   if (!block) {
-    addError(kOutOfMemory);
+    addError(kErrOutOfMemory);
     return 1;
   }
   VXSIZE_T done = 0;
@@ -207,7 +244,7 @@ char* makeHeader(const char* section) {
 // ---- VxIniFileCache ------------------------------------------------------
 
 VxIniFileCache::VxIniFileCache(const char* name) {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   loadLocked(name);
 }
 
@@ -238,7 +275,7 @@ void VxIniFileCache::indexImage() {
 }
 
 uint16_t VxIniFileCache::bosVxIniOpen(const char* name) {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   return loadLocked(name);
 }
 
@@ -254,58 +291,49 @@ uint16_t VxIniFileCache::bosVxIniOpen(const char* name) {
 uint16_t VxIniFileCache::loadLocked(const char* name) {
   char saved[BOS_MAX_PATH];
   if (strlen(name) >= sizeof saved) {
-    addError(kNameTooLong) << name;
+    addError(kErrNameTooLong) << name;
     return 1;
   }
   strcpy(saved, name);
+  forgetFile();
+  if (tracing(kTraceLoad)) printf("VxIniOpen: File:%s \n", saved);
+  openMode_ = kInitialMode;
+  char path[BOS_MAX_PATH];
+  VxCriticalSectionGuard io(fileIoLock());
+  switch (openFallingBack(saved, path, &openMode_, &fileHandle_)) {
+    case LoadOpening::kOpened:
+      return readOpenedFile(path);
+    case LoadOpening::kAbsentIsEmpty:
+      path_ = ramAllocStr(saved);
+      fileHandle_ = 0;
+      setOpen();
+      return 0;
+    case LoadOpening::kFailed:
+      break;
+  }
+  fileHandle_ = 0;
+  return 1;
+}
+
+// Drops the image and everything known about the file, before a load.
+void VxIniFileCache::forgetFile() {
   freeImage();
   free(path_);
   path_ = nullptr;
   size_ = 0;
   time_ = 0;
   open_ = false;
-  if (tracing(kTraceLoad)) printf("VxIniOpen: File:%s \n", saved);
-  openMode_ = kInitialMode;
+}
 
-  bool installedDrivers = isInstalledDriversFile(saved);
-  bool haveList = VxErrorKeeper::getErrorList() != nullptr;
-  char path[BOS_MAX_PATH];
-  FileIoGuard io;
-  for (;;) {
-    CallErrors attempt;
-    if (openWaitingForToken(saved, path, openMode_ | BOS_OPEN_SHARED_LOCK, &fileHandle_) == 0) break;
-    uint16_t error = attempt.number();
-    bool readWrite = (openMode_ & BOS_OPEN_READ_WRITE) != 0;
-    bool retry;
-    if (installedDrivers) {
-      if (!readWrite && error == kFileNotFound) {
-        attempt.clear();
-        path_ = ramAllocStr(saved);
-        fileHandle_ = 0;
-        setOpen();
-        return 0;
-      }
-      retry = readWrite;
-    } else if (haveList) {
-      retry = readWrite && (error == kNoPermission || error == kAccessDenied || error == kAccessDeniedToo);
-    } else {
-      retry = readWrite;
-    }
-    if (!retry) {
-      fileHandle_ = 0;
-      attempt.markWarning();
-      return 1;
-    }
-    attempt.clear();
-    openMode_ &= ~uint32_t(installedDrivers || !haveList
-                               ? BOS_OPEN_READ_WRITE | BOS_OPEN_CREATE_IF_MISSING
-                               : BOS_OPEN_READ_WRITE);
-  }
-
+// Reads the file just opened at `path` (the descriptor in fileHandle_)
+// into the image, closes it and marks the cache open. 1, the failure
+// marked as a warning, when the path cannot be kept or the image cannot
+// be allocated.
+uint16_t VxIniFileCache::readOpenedFile(const char* path) {
   CallErrors reading;
   path_ = ramAllocStr(path);
   uint16_t status = path_ ? 0 : 1;
-  if (!path_) addError(kOutOfMemory);
+  if (!path_) addError(kErrOutOfMemory);
   if (status == 0 && bosFileDateSize(path, &time_, &size_) != 0) size_ = openFileSize(fileHandle_);
   if (status == 0) status = readWholeFile(fileHandle_, size_, &image_, &imageLength_);
   bosFileClose(fileHandle_);
@@ -321,7 +349,7 @@ uint16_t VxIniFileCache::loadLocked(const char* name) {
 }
 
 uint16_t VxIniFileCache::proFileSync() {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   return syncLocked();
 }
 
@@ -340,7 +368,7 @@ uint16_t VxIniFileCache::syncLocked() {
 }
 
 void VxIniFileCache::Close() {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   freeImage();
   free(path_);
   path_ = nullptr;
@@ -348,7 +376,7 @@ void VxIniFileCache::Close() {
 }
 
 bool VxIniFileCache::isThisFile(const char* path) const {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   return path_ && path && strcmp(path_, path) == 0;
 }
 
@@ -384,7 +412,7 @@ VXSIZE_T VxIniFileCache::bosGetProfileString(const char* section, const char* en
                                              const char* defaultValue, char* buffer,
                                              VXSIZE_T size) {
   static const char kPrefix[] = "GetProfileString:";
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   if (entry && tracing(kTraceValue)) {
     printf("GetProfileString: File:%s Section:[%s] Entry:", orNull(path_), orNull(section));
     printf("%s defaultStr:", entry);
@@ -458,7 +486,7 @@ VXSIZE_T VxIniFileCache::bosGetProfileSection(const char* section, char* buffer,
   if (!section || !buffer) return 0;
   char* header = makeHeader(section);
   if (!header) return 0;
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   VXSIZE_T written = copyKeysLocked("GetProfileSection:", header, buffer, size);
   free(header);
   if (written == 0 && size > 0) buffer[0] = '\0';
@@ -486,16 +514,14 @@ int32_t VxIniFileCache::bosGetProfileInt(const char* section, const char* entry,
 
 uint16_t VxIniFileCache::bosPutProfileString(const char* section, const char* entry,
                                              const char* value) {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   if (!open_ || !section) return 1;
-  if (tracing(kTraceKeysAndWrites)) {
-    printf("PutProfileString: File:%s Section:[%s] Entry:", orNull(path_), section);
-    if (entry) printf("%s newStr:", entry); else printf("NULL\n");
-    if (value) printf("%s\n", value); else printf("NULL\n");
-  }
+  // A null entry ends the line early, a null value prints as NULL.
+  traceRewrite("File:%s Section:[%s] Entry:%s%s%s\n", orNull(path_), section,
+               entry ? entry : "NULL\n", entry ? " newStr:" : "", value ? value : "NULL");
   uint16_t status;
   {
-    FileIoGuard io;
+    VxCriticalSectionGuard io(fileIoLock());
     status = rewriteLocked(section, entry, value);
     if (status == 0) {
       // The rewrite may keep both time and size (same second, same
@@ -504,23 +530,23 @@ uint16_t VxIniFileCache::bosPutProfileString(const char* section, const char* en
       status = syncLocked();
     }
   }
-  if (status == 0 && tracing(kTraceKeysAndWrites)) {
-    static const char kPrefix[] = "PutProfileString:";
-    printf("%s Updated FileCache: Len=%d\n", kPrefix, int(imageLength_));
-    if (imageLength_ > 0) printf("%s Updated FileCache:\n|->%s\n", kPrefix, image_);
-    else printf("%s FileCache is empty.\n", kPrefix);
+  if (status == 0) {
+    traceRewrite("Updated FileCache: Len=%d\n", int(imageLength_));
+    if (imageLength_ > 0) traceRewrite("Updated FileCache:\n|->%s\n", image_);
+    else traceRewrite("FileCache is empty.\n");
   }
   return status;
 }
 
-// Rewriting. The file is reopened with the cache's mode and the exclusive
-// byte-1 token (waiting a bounded time for other processes), and read
-// again through that descriptor, so that the change applies to the file as
-// it is now, not to an image that another process's write made stale. The
-// change is one splice of the image: bytes [cutStart, cutEnd) are replaced
-// by `insert` (an empty cut for additions, an empty insert for removals).
-// The file is then written from offset 0 (the part before the change, the
-// new text, the rest) and cut to its new length.
+// Rewriting. Writers of one file take turns: the file is reopened with the
+// cache's mode and the exclusive byte-1 token (waiting a bounded time for
+// another writer), and read again through that descriptor, so that the
+// change applies to the file as it is now, not to an image that another
+// process's write made stale. The change is one splice of the image
+// (planSplice); the new image is then written to a fresh file beside the
+// old one, which it replaces by a rename (replaceFile). Readers take no
+// token: whenever they open the file they get the old image or the new
+// one, whole, and never wait.
 //
 // The splice never changes what the rest of the file means. A line whose
 // value was cut by a "[" (no line end before the section's end) keeps that
@@ -528,11 +554,141 @@ uint16_t VxIniFileCache::bosPutProfileString(const char* section, const char* en
 // "[" to a line start, where it could become a section header, a ";" is put
 // before it, which makes that line a comment (and the "[" still ends the
 // section, as before).
+// The new image: image[0, cutStart) + pieces + image[cutEnd, length).
+struct IniSplice {
+  VXSIZE_T cutStart = 0;
+  VXSIZE_T cutEnd = 0;
+  const char* pieces[4] = {"", "", "", ""};
+  bool change = true;
+};
+
+namespace {
+
+// Opens the file for a rewrite, holding its exclusive token. A writer that
+// replaced the file while this one waited leaves the descriptor on the old,
+// unlinked file: then the name is opened again, until descriptor and name
+// agree. 1 with the failure in the error list.
+uint16_t openForRewrite(const char* name, char* path, uint32_t mode, int* handle) {
+  for (;;) {
+    if (openWaitingForToken(name, path, mode | BOS_OPEN_EXCLUSIVE_LOCK, handle) != 0) return 1;
+    struct stat held, named;
+    bool current = fstat(*handle, &held) != 0 || stat(path, &named) != 0 ||
+                   (held.st_dev == named.st_dev && held.st_ino == named.st_ino);
+    if (current) return 0;
+    bosFileClose(*handle);
+  }
+}
+
+// Writes the spliced image at offset 0 of `handle` and cuts the file there.
+uint16_t writeSplice(int handle, const char* image, VXSIZE_T length, const IniSplice& splice) {
+  uint16_t status = writeAt(handle, 0, image, splice.cutStart);
+  VXSIZE_T offset = splice.cutStart;
+  for (const char* piece : splice.pieces) {
+    if (status == 0) status = writeAt(handle, offset, piece, strlen(piece));
+    offset += strlen(piece);
+  }
+  if (status == 0) status = writeAt(handle, offset, image + splice.cutEnd, length - splice.cutEnd);
+  offset += length - splice.cutEnd;
+  if (status == 0) status = bosFileSize(handle, offset);
+  return status;
+}
+
+// Puts the spliced image in place of the file at `path`, whose descriptor
+// `held` holds the exclusive token. The image goes to a new file beside
+// the real file (symbolic links followed), with the old file's permission
+// bits and, where allowed, its owner, and is renamed over it. When no file
+// can be made beside it (a directory the user may not write), the file is
+// rewritten in place instead: still one writer at a time, but a reader may
+// then see it half-written.
+uint16_t replaceFile(const char* path, int held, const char* image, VXSIZE_T length,
+                     const IniSplice& splice) {
+  char target[PATH_MAX];
+  char fresh[PATH_MAX + 8];
+  struct stat info;
+  int handle = -1;
+  if (realpath(path, target) && fstat(held, &info) == 0 &&
+      snprintf(fresh, sizeof fresh, "%s.XXXXXX", target) < int(sizeof fresh)) {
+    handle = mkstemp(fresh);
+  }
+  if (handle < 0) return writeSplice(held, image, length, splice);
+  if (fchmod(handle, info.st_mode & 07777) != 0 ||
+      (fchown(handle, info.st_uid, info.st_gid) != 0 && errno != EPERM)) {
+    bosMapError(errno, fresh);
+    close(handle);
+    unlink(fresh);
+    return 1;
+  }
+  uint16_t status = writeSplice(handle, image, length, splice);
+  close(handle);
+  // rename, not bosrname: the file layer's rename refuses an existing
+  // target, and replacing it in one step is the point here.
+  if (status == 0 && rename(fresh, target) != 0) {
+    bosMapError(errno, target);
+    status = 1;
+  }
+  if (status != 0) unlink(fresh);
+  return status;
+}
+
+}  // namespace
+
+// Decides the change for (section, entry, value) against the current
+// image, tracing what it found and what it will do. `header` is
+// "[section]"; `line` is "entry=value\n" (null when there is no value).
+void VxIniFileCache::planSplice(const char* header, const char* entry, char* line,
+                                IniSplice* splice) const {
+  const VXSIZE_T length = imageLength_;
+  VXSIZE_T start = 0, end = 0, lineStart = 0, valueStart = 0, valueEnd = 0, lineEnd = 0;
+  bool sectionFound = iniFindSection(image_, length, header, strlen(header), &start, &end) == 0;
+  traceRewrite(sectionFound ? "Section %s found.\n" : "Section %s not found.\n", header);
+  bool entryFound = false;
+  if (sectionFound && entry) {
+    lineStart = start;
+    entryFound = iniFindEntry(image_, end, entry, strlen(entry), &lineStart, &valueStart, &valueEnd,
+                              &lineEnd) == 0;
+    traceRewrite(entryFound ? "Entry %s found.\n" : "Entry %s not found.\n", entry);
+  }
+  const char** pieces = splice->pieces;
+  bool midLineEnd = end < length && end > 0 && image_[end - 1] != '\n';
+  if (entry && line && entryFound) {
+    // The replaced line keeps its own ending: none when a "[" cut it.
+    bool lineHasEnd = lineEnd > valueEnd;
+    line[strlen(line) - 1] = lineHasEnd ? '\n' : '\0';
+    splice->cutStart = lineStart;
+    splice->cutEnd = lineEnd;
+    pieces[0] = line;
+    traceRewrite("Updating Entry Value with: %s\n", line);
+  } else if (entry && line && sectionFound) {
+    splice->cutStart = splice->cutEnd = end;
+    pieces[0] = end > 0 && image_[end - 1] != '\n' ? "\n" : "";
+    pieces[1] = line;
+    pieces[2] = midLineEnd ? ";" : "";
+    traceRewrite("Entry missing adding it.\n|->%s\n", line);
+  } else if (entry && line) {
+    splice->cutStart = splice->cutEnd = length;
+    pieces[0] = length > 0 && image_[length - 1] != '\n' ? "\n" : "";
+    pieces[1] = header;
+    pieces[2] = "\n";
+    pieces[3] = line;
+    traceRewrite("Section missing adding it.\n|->%s\n", line);
+  } else if (entry && entryFound) {
+    splice->cutStart = lineStart;
+    splice->cutEnd = lineEnd;
+    pieces[0] = lineEnd == end && midLineEnd ? ";" : "";
+    traceRewrite("Deleting Entry: %s\n", entry);
+  } else if (!entry && sectionFound) {
+    splice->cutStart = start;
+    splice->cutEnd = end;
+    pieces[0] = midLineEnd ? ";" : "";
+    traceRewrite("Deleting section %s\n", header);
+  } else {
+    splice->change = false;  // removing what is not there
+  }
+}
+
 uint16_t VxIniFileCache::rewriteLocked(const char* section, const char* entry, const char* value) {
-  static const char kPrefix[] = "PutProfileString:";
-  bool trace = tracing(kTraceKeysAndWrites);
   if (!(openMode_ & BOS_OPEN_READ_WRITE)) {
-    addError(kAccessDenied) << path_;
+    addError(kErrAccessDenied) << path_;
     return 1;
   }
   char saved[BOS_MAX_PATH], path[BOS_MAX_PATH];
@@ -540,7 +696,7 @@ uint16_t VxIniFileCache::rewriteLocked(const char* section, const char* entry, c
   int handle = 0;
   // A failed open (1522, 1508 or 30040 for a file that may not be
   // written) stays in the error list; the file is untouched.
-  if (openWaitingForToken(saved, path, openMode_ | BOS_OPEN_EXCLUSIVE_LOCK, &handle) != 0) return 1;
+  if (openForRewrite(saved, path, openMode_, &handle) != 0) return 1;
   char* current = nullptr;
   VXSIZE_T length = 0;
   if (readWholeFile(handle, openFileSize(handle), &current, &length) != 0) {
@@ -553,80 +709,14 @@ uint16_t VxIniFileCache::rewriteLocked(const char* section, const char* entry, c
 
   char* header = makeHeader(section);
   char* line = entry && value ? makeEntryLine(entry, value, true) : nullptr;
-  if (!header || (entry && value && !line)) {
-    free(header);
-    free(line);
-    bosFileClose(handle);
-    addError(kOutOfMemory);
-    return 1;
-  }
-  VXSIZE_T start = 0, end = 0, lineStart = 0, valueStart = 0, valueEnd = 0, lineEnd = 0;
-  bool sectionFound = iniFindSection(image_, length, header, strlen(header), &start, &end) == 0;
-  if (trace) printf(sectionFound ? "%s Section %s found.\n" : "%s Section %s not found.\n", kPrefix, header);
-  bool entryFound = false;
-  if (sectionFound && entry) {
-    lineStart = start;
-    entryFound = iniFindEntry(image_, end, entry, strlen(entry), &lineStart, &valueStart, &valueEnd,
-                              &lineEnd) == 0;
-    if (trace) printf(entryFound ? "%s Entry %s found.\n" : "%s Entry %s not found.\n", kPrefix, entry);
-  }
-
-  // The splice: [cutStart, cutEnd) becomes before + text + after.
-  VXSIZE_T cutStart = 0, cutEnd = 0;
-  const char* before = "";
-  const char* text = "";
-  const char* after = "";
-  bool midLineEnd = end < length && end > 0 && image_[end - 1] != '\n';
-  bool change = true;
-  if (entry && value && entryFound) {
-    bool lineHasEnd = lineEnd > valueEnd;
-    line[strlen(line) - 1] = lineHasEnd ? '\n' : '\0';
-    cutStart = lineStart;
-    cutEnd = lineEnd;
-    text = line;
-    if (trace) printf("%s %s %s\n", kPrefix, "Updating Entry Value with:", line);
-  } else if (entry && value && sectionFound) {
-    cutStart = cutEnd = end;
-    bool openLine = end > 0 && image_[end - 1] != '\n';
-    before = openLine ? "\n" : "";
-    text = line;
-    after = midLineEnd ? ";" : "";
-    if (trace) printf("%s Entry missing adding it.\n|->%s\n", kPrefix, line);
-  } else if (entry && value) {
-    cutStart = cutEnd = length;
-    before = length > 0 && image_[length - 1] != '\n' ? "\n" : "";
-    if (trace) printf("%s Section missing adding it.\n|->%s\n", kPrefix, line);
-  } else if (entry && entryFound) {
-    cutStart = lineStart;
-    cutEnd = lineEnd;
-    after = lineEnd == end && midLineEnd ? ";" : "";
-    if (trace) printf("%s %s %s\n", kPrefix, "Deleting Entry:", entry);
-  } else if (!entry && sectionFound) {
-    cutStart = start;
-    cutEnd = end;
-    after = midLineEnd ? ";" : "";
-    if (trace) printf("%s Deleting section %s\n", kPrefix, header);
-  } else {
-    change = false;  // removing what is not there
-  }
-
   uint16_t status = 0;
-  if (change) {
-    bool newSection = entry && value && !sectionFound;
-    VXSIZE_T offset = cutStart;
-    status = writeAt(handle, 0, image_, cutStart);
-    const char* pieces[] = {before, newSection ? header : "", newSection ? "\n" : "", text, after};
-    for (const char* piece : pieces) {
-      if (status == 0) status = writeAt(handle, offset, piece, strlen(piece));
-      offset += strlen(piece);
-    }
-    if (newSection && status == 0) {
-      status = writeAt(handle, offset, line, strlen(line));
-      offset += strlen(line);
-    }
-    if (status == 0) status = writeAt(handle, offset, image_ + cutEnd, length - cutEnd);
-    offset += length - cutEnd;
-    if (status == 0) status = bosFileSize(handle, offset);
+  if (!header || (entry && value && !line)) {
+    addError(kErrOutOfMemory);
+    status = 1;
+  } else {
+    IniSplice splice;
+    planSplice(header, entry, line, &splice);
+    if (splice.change) status = replaceFile(path, handle, image_, length, splice);
   }
   free(header);
   free(line);
@@ -646,8 +736,13 @@ VxIniFileCache* VxIniFileCacheList::open(const char* name, uint32_t) {
   if (!name || strlen(name) >= sizeof path) return nullptr;
   strcpy(path, name);
   int handle = 0;
-  if (bosFileOpen(path, BOS_OPEN_REDIRECT | BOS_OPEN_NO_OPEN, &handle) != 0) return nullptr;
-  SemaphoreGuard guard(lock_);
+  CallErrors resolving;
+  if (bosFileOpen(path, BOS_OPEN_REDIRECT | BOS_OPEN_NO_OPEN, &handle) != 0) {
+    // A missing installed-drivers file is an empty one, not a failure.
+    if (!isInstalledDriversFile(name) || resolving.number() != kErrFileNotFound) return nullptr;
+    resolving.clear();
+  }
+  VxSemaphoreGuard guard(lock_);
   for (VXSIZE_T i = 0; i < getCount(); ++i) {
     VxIniFileCache* cache = static_cast<VxIniFileCache*>(at(i));
     if (cache->isThisFile(path)) {
@@ -657,7 +752,7 @@ VxIniFileCache* VxIniFileCacheList::open(const char* name, uint32_t) {
   }
   VxIniFileCache* cache = new VxIniFileCache(name);
   if (!cache) {
-    addError(kOutOfMemory);
+    addError(kErrOutOfMemory);
     return nullptr;
   }
   if (!cache->isOpen() || add(cache) != 0) {
@@ -668,12 +763,12 @@ VxIniFileCache* VxIniFileCacheList::open(const char* name, uint32_t) {
 }
 
 void VxIniFileCacheList::close(VxIniFileCache* cache) {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   cache->decrementUseCount();
 }
 
 void VxIniFileCacheList::remove(VxIniFileCache* cache) {
-  SemaphoreGuard guard(lock_);
+  VxSemaphoreGuard guard(lock_);
   for (VXSIZE_T i = 0; i < getCount(); ++i) {
     if (at(i) == cache) {
       removeAtIndex(i);

@@ -9,10 +9,12 @@
 //
 // Between processes, a write holds the file's exclusive byte-1 lock token
 // (bos/bosfile.h) from the moment it reads the file it will change until
-// the rewritten file is complete, and a load holds the shared token while
-// it reads, waiting a bounded time for either (kIniLockWaitMs); so two
-// processes writing one file never lose or tear each other's changes, and
-// a reader never caches a half-written file. Within a process all file
+// the new image has replaced the file, waiting a bounded time for another
+// writer (kIniLockWaitMs); so two processes writing one file never lose
+// each other's changes. The new image is written beside the file and
+// renamed over it, so a load, which takes no token and never waits, reads
+// either the old image or the new one whole. (Where no file can be made
+// beside it, the file is rewritten in place.) Within a process all file
 // reading and writing of the caches is serialised as well.
 //
 // Thread-safety: each cache's semaphore guards its image for a lookup, a
@@ -36,9 +38,10 @@
 #include "foundation/vxtypes.h"
 
 struct IniSectionIndex;
+struct IniSplice;
 
-// Longest wait, in milliseconds, for another process's lock token on a
-// configuration file before a load or a write gives up.
+// Longest wait, in milliseconds, for another writer's lock token on a
+// configuration file before a write gives up (error 1512).
 constexpr uint32_t kIniLockWaitMs = 10000;
 
 class VX_EXPORT VxIniFileCache : public VxObject {
@@ -79,7 +82,7 @@ class VX_EXPORT VxIniFileCache : public VxObject {
   // missing; a null value removes the entry; a null entry removes the
   // section. 0 on success; 1 when the cache is not open, the file cannot
   // be rewritten (the file is left untouched and the open failure is in
-  // the error list: 1508 when it may not be written) or another process
+  // the error list: 1508 when it may not be written) or another writer
   // held the file past kIniLockWaitMs (1512).
   uint16_t bosPutProfileString(const char* section, const char* entry, const char* value);
 
@@ -110,12 +113,15 @@ class VX_EXPORT VxIniFileCache : public VxObject {
 
  private:
   uint16_t loadLocked(const char* name);
+  void forgetFile();
+  uint16_t readOpenedFile(const char* path);
   uint16_t syncLocked();
   void freeImage();
   void indexImage();
   VXSIZE_T copyDefault(const char* defaultValue, char* buffer, VXSIZE_T size) const;
   VXSIZE_T copyKeysLocked(const char* prefix, const char* section, char* buffer, VXSIZE_T size);
   uint16_t rewriteLocked(const char* section, const char* entry, const char* value);
+  void planSplice(const char* header, const char* entry, char* line, IniSplice* splice) const;
 
   // File state
   int32_t fileHandle_ = 0;

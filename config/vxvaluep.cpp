@@ -4,7 +4,9 @@
 #include <cstring>
 
 #include "foundation/msgtext_internal.h"
+#include "foundation/vxdbcs.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxstr.h"
 
 namespace {
@@ -16,6 +18,52 @@ bool needsQuotes(const char* value, VXSIZE_T length, char separator) {
   for (VXSIZE_T i = 0; i < length; ++i)
     if (value[i] == '\'' || value[i] == '"' || value[i] == separator) return true;
   return false;
+}
+
+// A value read from ODBC braces: what lay between them, "}}" read as "}".
+// buildString writes it back in braces, so that it reads back the same.
+class BracedValue : public VxString {
+ public:
+  explicit BracedValue(vxCPType cp) : VxString(cp) {}
+};
+
+// The value an attribute keeps for the value token: a view of the token
+// itself, or for a braced token (class 3) a copy of its inside with "}}"
+// undoubled. Null when memory runs out.
+VxSubString* makeValue(const VxToken& value, vxCPType cp) {
+  if (value.getTokenType() != VX_TOKEN_QUOTED)
+    return new VxSubString(value.asPascalStr(), value.getLength(), cp);
+  BracedValue* braced = new BracedValue(cp);
+  const char* inside = value.asPascalStr() + 1;
+  VXSIZE_T length = value.getLength() - 2;
+  if (!braced || braced->assureSpace(length) != 0) {
+    delete braced;
+    return nullptr;
+  }
+  // Step by characters, as the scanner did, so that a "}" byte inside a
+  // multibyte character is not taken for a brace. The closing brace after
+  // the inside keeps the step within the token.
+  for (VXSIZE_T i = 0; i < length;) {
+    VXSIZE_T size = vxCharSize(inside, i, cp);
+    if (size == 0 || size > length - i) size = length - i;
+    braced->concat(inside + i, size);
+    i += size == 1 && inside[i] == '}' ? 2 : size;  // "}}" is one "}"
+  }
+  return braced;
+}
+
+// Appends value to out in braces, every "}" doubled; 1 when out cannot grow.
+unsigned concatBraced(VxString& out, const VxSubString& value) {
+  const char* text = value.asPascalStr();
+  VXSIZE_T length = value.getLength();
+  if (out.assureSpace(2 * length + 2) != 0) return 1;
+  out.concat('{');
+  for (VXSIZE_T i = 0; i < length; ++i) {
+    out.concat(text[i]);
+    if (text[i] == '}') out.concat('}');
+  }
+  out.concat('}');
+  return 0;
 }
 
 // Appends a blank and the text of a catalog message to a record.
@@ -54,8 +102,8 @@ void VxValueParser::resetValidChars() { scanner_.resetValidChars(); }
 
 VxError& VxValueParser::raiseParseError() {
   uint64_t position = token_.getBegOfToken();
-  if (sourceName_) return addError(2705) << position << sourceName_;
-  return addError(2704) << position;
+  if (sourceName_) return addError(kErrSyntaxInSource) << position << sourceName_;
+  return addError(kErrConnectionStringSyntax) << position;
 }
 
 // initialize: read a token; stop at the end of the text; unless it is the
@@ -83,25 +131,48 @@ unsigned VxValueParser::parseAttribute() {
     raiseParseError();
     return 1;
   }
+  VxSubString keyword = readKeyword();
+  bool present = attributes_.doesExist(keyword);
+  // "Driver" may always repeat. Deliberately its own test, apart from the
+  // DSN/DRIVER rule of isDropped.
+  if (present && !allowDuplicates_ && !keywordIs(keyword, "Driver")) {
+    raiseRepeatedKeyword();
+    return 1;
+  }
+  if (keywordIs(keyword, "ODBC")) return 0;
+  VxToken value;
+  if (readValue(value) != 0) return 1;
+  noteFirstAttribute(keyword);
+  if (!isDropped(keyword, present) && storeAttribute(keyword, value) != 0) return 1;
+  readAfterValue(value.getBegOfToken() + value.getLength());
+  return 0;
+}
+
+// The keyword: the word at the current token and the words right after it,
+// as one view from the first to the end of the last. The current token is
+// then the one after them.
+VxSubString VxValueParser::readKeyword() {
   const char* text = scanner_.getText();
   VXSIZE_T keyStart = token_.getBegOfToken();
   VXSIZE_T keyEnd = keyStart + token_.getLength();
   while (scanner_.getToken(token_) == VX_TOKEN_WORD) keyEnd = token_.getBegOfToken() + token_.getLength();
-  VxSubString keyword(text + keyStart, keyEnd - keyStart, codePage_);
+  return VxSubString(text + keyStart, keyEnd - keyStart, codePage_);
+}
 
-  bool present = attributes_.doesExist(keyword);
-  // "Driver" may always repeat. Deliberately its own test, apart from the
-  // DSN/DRIVER rule below.
-  if (present && !allowDuplicates_ && !keywordIs(keyword, "Driver")) {
-    VxError& error = raiseParseError();
-    appendMessage(error, 2706);
-    error.appendText(" ");
-    VxString current;
-    if (current.initialize(token_) == 0) error.appendText(current.asCStr());
-    return 1;
-  }
-  if (keywordIs(keyword, "ODBC")) return 0;
+// The syntax error of a repeated keyword: message 2706 and the token after
+// the keyword appended to it.
+void VxValueParser::raiseRepeatedKeyword() {
+  VxError& error = raiseParseError();
+  appendMessage(error, kErrRepeatedKeyword);
+  error.appendText(" ");
+  VxString current;
+  if (current.initialize(token_) == 0) error.appendText(current.asCStr());
+}
 
+// The equals sign (the current token), then the value up to the separator,
+// an empty word at the end of the text when nothing follows. 1, with the
+// syntax error filed, when the current token is no equals sign.
+unsigned VxValueParser::readValue(VxToken& value) {
   int32_t type = token_.getTokenType();
   if (type != '=' && !(type > 255 && (type >> 8) == '=')) {
     raiseParseError();
@@ -111,37 +182,44 @@ unsigned VxValueParser::parseAttribute() {
   // the equals sign.
   VxToken restart;
   scanner_.getToken(restart, token_.getBegOfToken() + 1, 0);
-
-  VxToken value;
   if (scanner_.getDelimitedToken(value, separator_) == VX_TOKEN_END)
-    value.setToken(text, scanner_.getLength(), 0, codePage_, VX_TOKEN_WORD);
+    value.setToken(scanner_.getText(), scanner_.getLength(), 0, codePage_, VX_TOKEN_WORD);
+  return 0;
+}
 
-  // Only the first attribute decides: after "UID=u" neither a later DSN
-  // nor a later DRIVER drops the other.
-  if (!attributeSeen_) {
-    attributeSeen_ = true;
-    if (keywordIs(keyword, "DSN"))
-      firstAttribute_ = kDsnFirst;
-    else if (keywordIs(keyword, "DRIVER"))
-      firstAttribute_ = kDriverFirst;
-  }
+// Only the first attribute decides: after "UID=u" neither a later DSN nor
+// a later DRIVER drops the other.
+void VxValueParser::noteFirstAttribute(const VxSubString& keyword) {
+  if (attributeSeen_) return;
+  attributeSeen_ = true;
+  if (keywordIs(keyword, "DSN"))
+    firstAttribute_ = kDsnFirst;
+  else if (keywordIs(keyword, "DRIVER"))
+    firstAttribute_ = kDriverFirst;
+}
+
+// Whether the attribute is read but not stored: a keyword already present,
+// a DSN after a first DRIVER, a DRIVER after a first DSN.
+bool VxValueParser::isDropped(const VxSubString& keyword, bool present) const {
   // deliberate: after a first DSN, "DRIVER" is recognised by its length
   // and first letter only, so any six-character keyword starting with D
   // or d is dropped.
   bool driverAfterDsn = firstAttribute_ == kDsnFirst && keyword.getLength() == 6 &&
                         (keyword.asPascalStr()[0] == 'D' || keyword.asPascalStr()[0] == 'd');
-  bool dropped = present || (firstAttribute_ == kDriverFirst && keywordIs(keyword, "DSN")) || driverAfterDsn;
-  if (!dropped) {
-    VxSubString* key = new VxSubString(keyword);
-    VxSubString* data = new VxSubString(value.asPascalStr(), value.getLength(), codePage_);
-    if (!key || !data || attributes_.addAssoc(key, data) != 0) {
-      delete key;
-      delete data;
-      addError(1503);
-      return 1;
-    }
+  return present || (firstAttribute_ == kDriverFirst && keywordIs(keyword, "DSN")) || driverAfterDsn;
+}
+
+// Adds the keyword and its value (makeValue) to the attributes; 1, with
+// "out of memory" filed, when either cannot be stored.
+unsigned VxValueParser::storeAttribute(const VxSubString& keyword, const VxToken& value) {
+  VxSubString* key = new VxSubString(keyword);
+  VxSubString* data = makeValue(value, codePage_);
+  if (!key || !data || attributes_.addAssoc(key, data) != 0) {
+    delete key;
+    delete data;
+    addError(kErrOutOfMemory);
+    return 1;
   }
-  readAfterValue(value.getBegOfToken() + value.getLength());
   return 0;
 }
 
@@ -164,13 +242,13 @@ unsigned VxValueParser::growUsedFlags() {
   VXSIZE_T size = count + 16;
   VxBitArray grown;
   if (grown.initialize(size) != 0) {
-    addError(1503);
+    addError(kErrOutOfMemory);
     return 1;
   }
   for (VXSIZE_T i = 0; i < usedSize_; ++i)
     if (used_.isSet(i)) grown.set(i);
   if (used_.initialize(size) != 0) {
-    addError(1503);
+    addError(kErrOutOfMemory);
     return 1;
   }
   for (VXSIZE_T i = 0; i < size; ++i)
@@ -205,7 +283,7 @@ unsigned VxValueParser::getAttributeValue(const char* firstName, const char* sec
   if (first && second) {
     *value = nullptr;
     VxError& error = raiseParseError();
-    appendMessage(error, 2707);
+    appendMessage(error, kErrBothSynonyms);
     error.appendText(" ");
     error.appendText(firstName);
     error.appendText(", ");
@@ -307,7 +385,11 @@ unsigned VxValueParser::buildString(VxString& out) const {
     if (i != 0) out.concat(separator_);
     out.concat(*key);
     out.concat('=');
-    out.concat(*value);
+    if (dynamic_cast<const BracedValue*>(value)) {
+      if (concatBraced(out, *value) != 0) return 1;
+    } else {
+      out.concat(*value);
+    }
   }
   return 0;
 }

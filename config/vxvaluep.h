@@ -15,6 +15,10 @@
 //  - A value runs up to the next separator outside quoted literals and is
 //    kept as written, quotes included (PWD='a;b' has the value 'a;b'), so
 //    that buildString writes it back unchanged.
+//  - A value in ODBC braces is what lies between them, "}}" standing for
+//    one "}" (PWD={a;b}}c} has the value a;b}c; DRIVER={My Driver} the
+//    value My Driver). buildString writes such a value back in braces, its
+//    "}" doubled, so that the rebuilt string parses to the same values.
 //  - When the first attribute is "DSN", a later "DRIVER" is dropped; when it
 //    is "DRIVER", a later "DSN" is dropped. Only the very first attribute
 //    counts (the bare "ODBC" is none). Deliberately, "DRIVER" after a first
@@ -115,6 +119,12 @@ class VX_EXPORT VxValueParser : public VxObject {
   enum FirstAttribute { kNoneYet = 1, kDsnFirst = 2, kDriverFirst = 3 };
 
   unsigned parseAttribute();
+  VxSubString readKeyword();
+  void raiseRepeatedKeyword();
+  unsigned readValue(VxToken& value);
+  void noteFirstAttribute(const VxSubString& keyword);
+  bool isDropped(const VxSubString& keyword, bool present) const;
+  unsigned storeAttribute(const VxSubString& keyword, const VxToken& value);
   void readAfterValue(VXSIZE_T valueEnd);
   VxError& raiseParseError();
   VXSIZE_T indexOf(const char* key, VXSIZE_T length) const;

@@ -68,29 +68,42 @@ unsigned VxSet::grow() {
 
 // Insertion:
 //   1. An unsized table is first sized for one entry.
-//   2. i = findIndexOf(item). When slot i is empty and filling it could
-//      leave no empty slot at all (only tables of two or three slots, or a
-//      table that could not grow), the table grows first; if it cannot,
-//      the item is refused. This keeps every probe loop finite.
-//   3. The item goes into slot i, replacing an equal one without
-//      destroying it; entryCount grows by one either way.
-//   4. When entryCount passes the capacity measured before the store, the
+//   2. The item goes into slot findIndexOf(item), replacing an equal one
+//      without destroying it; entryCount grows by one either way.
+//   3. When entryCount passes the capacity measured before the store, the
 //      table grows by a quarter plus one; a failed growth returns 1 with
-//      the item stored.
-//   5. highWater follows entryCount.
+//      the item stored. So after initialize(1) (two slots, capacity one)
+//      the second item fills the last empty slot and the growth follows.
+//   4. highWater follows entryCount.
+// The probe loop needs an empty slot to end. Growth in step 3 restores one
+// whenever the store took the last, so the one case left is a growth that
+// failed for want of memory: then a new item that took the last empty
+// slot is taken back out, and a table that has none when an add starts
+// must grow before it is probed.
 unsigned VxSet::add(void* item) {
   if (tableSize == 0 && initialize(1) != 0) return 1;
-  uint16_t i = findIndexOf(item);
-  if (slots.at(i) == nullptr && static_cast<uint32_t>(entryCount) + 1 >= tableSize) {
-    if (grow() != 0) return 1;
-    i = findIndexOf(item);
-  }
+  if (entryCount >= tableSize && !hasEmptySlot() && grow() != 0) return 1;
+  const uint16_t i = findIndexOf(item);
+  const bool newItem = slots.at(i) == nullptr;
   slots[i] = item;
   const uint16_t capacity = getCapacity();
   if (entryCount != 0xFFFF) ++entryCount;
-  if (entryCount > capacity && grow() != 0) return 1;
+  if (entryCount > capacity && grow() != 0) {
+    if (newItem && !hasEmptySlot()) {
+      slots[i] = nullptr;
+      --entryCount;
+    }
+    return 1;
+  }
   if (entryCount > highWater) highWater = entryCount;
   return 0;
+}
+
+bool VxSet::hasEmptySlot() const {
+  for (uint16_t i = 0; i < tableSize; ++i) {
+    if (slots.at(i) == nullptr) return true;
+  }
+  return false;
 }
 
 // Rehash:

@@ -108,6 +108,8 @@ class VX_EXPORT VxSet : public VxObject {
   uint16_t highWater;    // largest entryCount reached
 
  private:
+  // True when some slot is empty (the probe loop's end is then assured).
+  bool hasEmptySlot() const;
   // tableSize for n entries, computed wide so the 16-bit limit can be
   // checked before anything changes.
   uint32_t slotsFor(uint32_t n) const;

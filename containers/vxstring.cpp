@@ -1,6 +1,7 @@
 // VxSubString (a view) and VxString (an owned, exactly growing buffer).
 #include "containers/vxstring.h"
 
+#include <cassert>
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
@@ -11,12 +12,10 @@
 #include "foundation/ram_internal.h"
 #include "foundation/vxdbcs.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "values/convert.h"
 
 namespace {
-
-// Error filed when a string on a borrowed buffer would have to grow.
-constexpr uint16_t kErrorCannotGrow = 2716;
 
 // Longest text the counted number conversion copies into its own buffer.
 constexpr VXSIZE_T kLongestCountedNumber = 87;
@@ -330,12 +329,15 @@ bool VxString::isEnoughSpace(VXSIZE_T n) const {
 // for; callers that append in a loop reserve the total once.
 unsigned VxString::assureSpace(VXSIZE_T n) {
   if (isEnoughSpace(n)) return 0;
-  return resize(length_ + n + 1);
+  if (resize(length_ + n + 1)) return 1;
+  // The grown buffer holds the length, the n bytes and the NUL.
+  assert(capacity_ > length_ && capacity_ - length_ > n);
+  return 0;
 }
 
 unsigned VxString::resize(VXSIZE_T capacity) {
   if (!ownsBuffer_) {
-    addError(kErrorCannotGrow);
+    addError(kErrStringCannotGrow);
     return 1;
   }
   if (capacity == 0) capacity = 1;
@@ -352,7 +354,10 @@ unsigned VxString::resize(VXSIZE_T capacity) {
 
 unsigned VxString::trim() {
   if (data_ == nullptr) return 0;
-  return resize(length_ + 1);
+  if (resize(length_ + 1)) return 1;
+  // Trimming keeps exactly the room for the NUL after the text.
+  assert(capacity_ == length_ + 1);
+  return 0;
 }
 
 char* VxString::asCStr(VXSIZE_T offset) {

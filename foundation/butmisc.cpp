@@ -62,17 +62,15 @@ uint8_t bitcheck(const uint8_t* set, uint16_t n) { return set[n / 8] & uint8_t(1
 // store, so that they also serialise against any other holder of that
 // lock, not only against each other.
 uint64_t atomicTaskExchange(uint64_t* word, uint64_t value) {
-  VX_TASK_EXCHANGE_LOCK.SemaphoreEnter();
+  VxSemaphoreGuard guard(VX_TASK_EXCHANGE_LOCK);
   uint64_t previous = *word;
   *word = value;
-  VX_TASK_EXCHANGE_LOCK.SemaphoreExit();
   return previous;
 }
 
 uint64_t atomicThreadExchange(uint64_t* word, uint64_t value) {
-  VX_THREAD_EXCHANGE_LOCK.enter();
+  VxCriticalSectionGuard guard(VX_THREAD_EXCHANGE_LOCK);
   uint64_t previous = *word;
   *word = value;
-  VX_THREAD_EXCHANGE_LOCK.leave();
   return previous;
 }

@@ -1,6 +1,7 @@
 // Hexadecimal encoding and decoding of binary data, plain and UTF-16.
 #include "foundation/but.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 
 namespace {
 
@@ -43,7 +44,7 @@ class NibbleWriter {
 };
 
 unsigned badDigit() {
-  addError(2708);
+  addError(kErrInvalidHexDigit);
   return 1;
 }
 

@@ -185,7 +185,8 @@ unsigned VxErrorList::concatErrors(VxString& out, char separator) {
     const char* text = at(i)->getErrorText();
     VXSIZE_T length = strlen(text);
     if (out.assureSpace(length + 1) != 0) return 1;
-    if (i > 0 && separator != '\0') out.concat(separator);
+    // A separator of 0 is a byte like any other: the texts come out NUL-separated.
+    if (i > 0) out.concat(separator);
     out.concat(text, length);
   }
   return 0;

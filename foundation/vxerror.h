@@ -5,7 +5,7 @@
 // usual way to report is one of the free functions, streaming the message
 // parameters into the record it returns:
 //
-//   addError(1509) << fileName;            // "The file %s1 was not found."
+//   addError(kErrFileNotFound) << fileName;  // "The file %s1 was not found."
 //   addDatabaseError(7, native, text, VX_ERROR_TYPE_ERROR, VX_CP_UTF8);
 //
 // A record carries the library's message number (its text comes from the
@@ -48,6 +48,7 @@
 #include "containers/vxparams.h"
 #include "containers/vxsorted.h"
 #include "foundation/vxexport.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxtypes.h"
 
 class VxString;
@@ -62,7 +63,7 @@ enum ErrorType : int { VX_ERROR_TYPE_ERROR = 0, VX_ERROR_TYPE_WARNING = 1 };
 enum ErrSpecialError : int { VX_MEMORY_ERROR = 1, VX_DUMMY_ERROR = 2 };
 
 // Number of the memory record's message.
-constexpr uint16_t VX_OUT_OF_MEMORY_MESSAGE = 30190;
+constexpr uint16_t VX_OUT_OF_MEMORY_MESSAGE = kErrOutOfMemoryRecord;
 
 class VX_EXPORT VxError : public VxNode {
  public:

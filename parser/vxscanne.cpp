@@ -85,6 +85,10 @@ const AsciiClasses kAscii;
 
 unsigned char byteAt(const char* text, VXSIZE_T at) { return static_cast<unsigned char>(text[at]); }
 
+// The bytes that end a list item (besides those below 33) and that never
+// start one.
+bool endsListItem(unsigned char c) { return c == ',' || c == '(' || c == ')' || c == '|'; }
+
 // Decodes the UTF-8 character at p (at most n bytes) into a code point, or
 // returns -1 for a malformed or cut-off sequence.
 int32_t decodeUtf8(const unsigned char* p, VXSIZE_T n) {
@@ -429,7 +433,7 @@ int32_t VxScanner::getToken(VxToken& token, int mode) {
   return getTokenGeneral(token, mode);
 }
 
-// The general rules.
+// The general rules, in the order of the table above getToken.
 int32_t VxScanner::getTokenGeneral(VxToken& token, int mode) {
   VXSIZE_T start = skipSpace(position_);
   if (start >= length_) return finish(token, length_, length_, VX_TOKEN_END);
@@ -441,80 +445,103 @@ int32_t VxScanner::getTokenGeneral(VxToken& token, int mode) {
   if (single && ((c == '(' && matchParentheses_) || (c == '{' && matchBraces_)))
     return getMatchingSymbols(token, char(c), c == '(' ? ')' : '}');
   if (single && extraOpen_ != 0 && c == extraOpen_) return getMatchingSymbols(token, char(c), char(extraClose_));
-  if (comments_ && start + 1 < length_) {
-    unsigned char next = byteAt(text_, start + 1);
-    if ((c == '-' && next == '-') || (c == '/' && next == '*')) return getComment(token);
-  }
+  if (opensComment(start)) return getComment(token);
 
-  if (mode == kListItems && !(c == ',' || c == '(' || c == ')' || c == '|')) {
-    // The first character always belongs to the item, even a control
-    // character below 33, so that the scan moves on.
-    VXSIZE_T p = start + charSize(start);
-    while (p < length_) {
-      unsigned char b = byteAt(text_, p);
-      if (b < 33 || b == ',' || b == '(' || b == ')' || b == '|') break;
-      p += charSize(p);
-    }
-    return finish(token, start, p, VX_TOKEN_LIST_ITEM);
-  }
-
-  if (mode == kNames && (c == '#' || isLetterAt(start))) {
-    bool delimited = !validChars_.empty();
-    VXSIZE_T p = start + charSize(start);
-    while (p < length_) {
-      unsigned char b = byteAt(text_, p);
-      bool more = (b < 0x80 && (kAscii.of[b] & (kLetter | kDigit))) || b == '#' || b == '$' ||
-                  (delimited ? !validChars_.has(b) : validMiddle_.has(b)) || (b >= 0x80 && isLetterAt(p));
-      if (!more) break;
-      p += charSize(p);
-    }
-    return finish(token, start, p, VX_TOKEN_NAME);
-  }
-
-  if (!validChars_.empty() && !validChars_.has(c)) {
-    VXSIZE_T p = start + charSize(start);
-    while (p < length_ && !validChars_.has(byteAt(text_, p))) p += charSize(p);
-    return finish(token, start, p, VX_TOKEN_WORD);
-  }
-
-  if (validFirst_.has(c) || isLetterAt(start)) {
-    VXSIZE_T p = start + charSize(start);
-    while (p < length_) {
-      unsigned char b = byteAt(text_, p);
-      if (b < 0x80) {
-        if (!(kAscii.of[b] & (kLetter | kDigit)) && !validMiddle_.has(b)) break;
-        ++p;
-      } else {
-        if (!isLetterAt(p) && !validMiddle_.has(b)) break;
-        p += charSize(p);
-      }
-    }
-    return finish(token, start, p, VX_TOKEN_WORD);
-  }
+  if (mode == kListItems && !endsListItem(c))
+    return finish(token, start, listItemEnd(start), VX_TOKEN_LIST_ITEM);
+  if (mode == kNames && (c == '#' || isLetterAt(start)))
+    return finish(token, start, nameEnd(start), VX_TOKEN_NAME);
+  if (!validChars_.empty() && !validChars_.has(c))
+    return finish(token, start, delimitedWordEnd(start), VX_TOKEN_WORD);
+  if (validFirst_.has(c) || isLetterAt(start)) return finish(token, start, wordEnd(start), VX_TOKEN_WORD);
 
   bool pointThenDigit = c == '.' && decimalNumbers_ && start + 1 < length_ &&
                         (kAscii.of[byteAt(text_, start + 1)] & kDigit);
-  if ((kAscii.of[c] & kDigit) || pointThenDigit) {
-    int32_t state = pointThenDigit ? VX_TOKEN_DECIMAL : VX_TOKEN_NUMBER;
-    VXSIZE_T p = start + 1;
-    while (p < length_) {
-      unsigned char b = byteAt(text_, p);
-      if (kAscii.of[b] & kDigit) {
-        ++p;
-      } else if (b == '.' && decimalNumbers_ && state == VX_TOKEN_NUMBER) {
-        state = VX_TOKEN_DECIMAL;
-        ++p;
-      } else {
-        break;
-      }
-    }
-    return finish(token, start, p, VX_TOKEN_NUMBER);
-  }
+  if ((kAscii.of[c] & kDigit) || pointThenDigit)
+    return finish(token, start, numberEnd(start, pointThenDigit), VX_TOKEN_NUMBER);
 
   if (c == '(' && start + 2 < length_ && text_[start + 1] == '+' && text_[start + 2] == ')')
     return finish(token, start, start + 3, VX_TOKEN_OUTER_JOIN);
 
   return readOperator(token, start);
+}
+
+// "--" or "/*" at `at`, with comments on.
+bool VxScanner::opensComment(VXSIZE_T at) const {
+  if (!comments_ || at + 1 >= length_) return false;
+  unsigned char c = byteAt(text_, at), next = byteAt(text_, at + 1);
+  return (c == '-' && next == '-') || (c == '/' && next == '*');
+}
+
+// A list item runs up to a byte below 33 or one of , ( ) |. Its first
+// character always belongs to it, even a control character below 33, so
+// that the scan moves on.
+VXSIZE_T VxScanner::listItemEnd(VXSIZE_T start) const {
+  VXSIZE_T p = start + charSize(start);
+  while (p < length_) {
+    unsigned char b = byteAt(text_, p);
+    if (b < 33 || endsListItem(b)) break;
+    p += charSize(p);
+  }
+  return p;
+}
+
+// A name continues over letters, digits, # and $, and the valid-middle
+// set; with a valid-characters set, over everything outside that set
+// instead of the valid-middle one.
+VXSIZE_T VxScanner::nameEnd(VXSIZE_T start) const {
+  bool delimited = !validChars_.empty();
+  VXSIZE_T p = start + charSize(start);
+  while (p < length_) {
+    unsigned char b = byteAt(text_, p);
+    bool more = (b < 0x80 && (kAscii.of[b] & (kLetter | kDigit))) || b == '#' || b == '$' ||
+                (delimited ? !validChars_.has(b) : validMiddle_.has(b)) || (b >= 0x80 && isLetterAt(p));
+    if (!more) break;
+    p += charSize(p);
+  }
+  return p;
+}
+
+// With a valid-characters set, a word runs up to the next member.
+VXSIZE_T VxScanner::delimitedWordEnd(VXSIZE_T start) const {
+  VXSIZE_T p = start + charSize(start);
+  while (p < length_ && !validChars_.has(byteAt(text_, p))) p += charSize(p);
+  return p;
+}
+
+// A word continues over letters, digits and the valid-middle set.
+VXSIZE_T VxScanner::wordEnd(VXSIZE_T start) const {
+  VXSIZE_T p = start + charSize(start);
+  while (p < length_) {
+    unsigned char b = byteAt(text_, p);
+    if (b < 0x80) {
+      if (!(kAscii.of[b] & (kLetter | kDigit)) && !validMiddle_.has(b)) break;
+      ++p;
+    } else {
+      if (!isLetterAt(p) && !validMiddle_.has(b)) break;
+      p += charSize(p);
+    }
+  }
+  return p;
+}
+
+// A number continues over digits and, with decimal numbers on, one point;
+// a number that starts with its point takes no second one.
+VXSIZE_T VxScanner::numberEnd(VXSIZE_T start, bool startsWithPoint) const {
+  bool pointTaken = startsWithPoint;
+  VXSIZE_T p = start + 1;
+  while (p < length_) {
+    unsigned char b = byteAt(text_, p);
+    if (kAscii.of[b] & kDigit) {
+      ++p;
+    } else if (b == '.' && decimalNumbers_ && !pointTaken) {
+      pointTaken = true;
+      ++p;
+    } else {
+      break;
+    }
+  }
+  return p;
 }
 
 int32_t VxScanner::getToken(VxToken& token, VXSIZE_T start, VXSIZE_T length) {
@@ -527,10 +554,39 @@ void VxScanner::unGetToken(const VxToken& token) {
   position_ = token.getBegOfToken() <= length_ ? token.getBegOfToken() : length_;
 }
 
+// The end of a braced piece whose "{" is at `at`: just past the matching
+// "}" ("}}" inside stands for one "}"), provided nothing but white space
+// follows it before the separator or the end of the text; 0 otherwise.
+VXSIZE_T VxScanner::bracedEnd(VXSIZE_T at, unsigned char separator) const {
+  VXSIZE_T p = at + 1;
+  while (p < length_) {
+    VXSIZE_T size = charSize(p);
+    if (size == 1 && byteAt(text_, p) == '}') {
+      if (p + 1 < length_ && byteAt(text_, p + 1) == '}') {
+        p += 2;
+        continue;
+      }
+      VXSIZE_T after = skipSpace(p + 1);
+      bool atSeparator = after < length_ && charSize(after) == 1 && byteAt(text_, after) == separator;
+      return after >= length_ || atSeparator ? p + 1 : 0;
+    }
+    p += size;
+  }
+  return 0;
+}
+
 int32_t VxScanner::getDelimitedToken(VxToken& token, char separator) {
   VXSIZE_T start = skipSpace(position_);
   if (start >= length_) return finish(token, length_, length_, VX_TOKEN_END);
   unsigned char sep = static_cast<unsigned char>(separator);
+  if (byteAt(text_, start) == '{' && charSize(start) == 1) {
+    if (VXSIZE_T end = bracedEnd(start, sep)) {
+      int32_t type = finish(token, start, end, VX_TOKEN_QUOTED);
+      VXSIZE_T after = skipSpace(end);
+      position_ = after < length_ ? after + 1 : length_;
+      return type;
+    }
+  }
   VXSIZE_T p = start;
   VXSIZE_T end = start;  // just past the last character that is not white space
   while (p < length_) {

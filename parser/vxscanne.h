@@ -158,7 +158,15 @@ class VX_EXPORT VxScanner : public VxObject {
   // literals as one token of class 2: leading white space is skipped,
   // trailing white space is not part of the token, and the separator is
   // consumed. An empty piece before a separator is an empty word; at the
-  // end of the text the token is of class 1.
+  // end of the text the token is of class 1. The three quoting characters
+  // protect separators as in getToken (the quotes stay in the token).
+  //
+  // ODBC braces: a piece that starts with "{" and has a matching "}" ("}}"
+  // inside stands for one "}", and separators and quotes inside mean
+  // nothing) followed only by white space before the separator or the end
+  // is one token of class 3, VX_TOKEN_QUOTED, braces included, so
+  // "PWD={a;b}" gives the value token "{a;b}". A "{" without such a match
+  // is an ordinary byte of a class 2 piece.
   int32_t getDelimitedToken(VxToken& token, char separator);
 
   // Character stepping: getSymbol returns the byte at the cursor and steps
@@ -239,11 +247,18 @@ class VX_EXPORT VxScanner : public VxObject {
   void resetSettings();
   void buildTables();
   int32_t getTokenGeneral(VxToken& token, int mode);
+  bool opensComment(VXSIZE_T at) const;
+  VXSIZE_T listItemEnd(VXSIZE_T start) const;
+  VXSIZE_T nameEnd(VXSIZE_T start) const;
+  VXSIZE_T delimitedWordEnd(VXSIZE_T start) const;
+  VXSIZE_T wordEnd(VXSIZE_T start) const;
+  VXSIZE_T numberEnd(VXSIZE_T start, bool startsWithPoint) const;
   VXSIZE_T charSize(VXSIZE_T at) const;
   bool isSpaceAt(VXSIZE_T at) const;
   bool isLetterAt(VXSIZE_T at) const;
   bool isQuote(unsigned char c) const;
   VXSIZE_T skipQuoted(VXSIZE_T at, bool* terminated) const;
+  VXSIZE_T bracedEnd(VXSIZE_T at, unsigned char separator) const;
   VXSIZE_T skipSpace(VXSIZE_T at) const;
   // Makes token the piece [start, end) of class type and moves the cursor
   // after it; returns the class.

@@ -1,6 +1,7 @@
 // VxSort: key comparison, record collection and the in-memory quicksort.
 #include "storage/sort.h"
 
+#include <cassert>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -8,6 +9,7 @@
 #include "foundation/but.h"
 #include "foundation/ram_internal.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 #include "foundation/vxstr.h"
 
 namespace {
@@ -228,6 +230,9 @@ class QuickSort {
 
   template <bool gatherEqual>
   VXSIZE_T partition(VXSIZE_T lo, VXSIZE_T hi) {
+    // A range never runs backwards: sort() partitions only ranges of five
+    // or more records.
+    assert(lo <= hi);
     const char* pivot = at_(lo);
     VXSIZE_T i = lo;
     VXSIZE_T j = hi + 1;
@@ -237,6 +242,8 @@ class QuickSort {
       if (i >= j) break;
       at_.exchange(at_(i), at_(j));
     }
+    // The right scan stops at lo at the latest, and never above hi.
+    assert(j >= lo && j <= hi);
     if (j != lo) at_.exchange(at_(lo), at_(j));
     return j;
   }
@@ -256,6 +263,9 @@ class QuickSort {
 template <typename Records>
 void sortRecords(const Records& records, const VxSortKey* keys, VXSIZE_T first, VXSIZE_T keyCount,
                  VXSIZE_T count) {
+  // sortInMemory leaves fewer than two records alone, so count - 1 below
+  // is a real last slot.
+  assert(count >= 2);
   bool bytesOnly = true;
   for (VXSIZE_T k = first; k < keyCount; ++k) {
     if (keys[k].kind & (VxSortKey::kObject | VxSortKey::kInternational | VxSortKey::kFunction))
@@ -308,7 +318,7 @@ unsigned VxSort::addKey(uint16_t kind, VXSIZE_T offset, uint16_t length) {
 unsigned VxSort::addKey(uint16_t kind, VXSIZE_T offset, uint16_t length,
                         VxSortCompareFunction function, void* context) {
   if (keyCount >= kMaxKeys) {
-    addError(2710);
+    addError(kErrTooManySortKeys);
     return 1;
   }
   if (function != nullptr) kind |= VxSortKey::kFunction;
@@ -347,7 +357,7 @@ unsigned VxSort::nextSlot(void** slot) {
       fresh = static_cast<char*>(ramAlloc(kBufferSize));
     }
     if (fresh == nullptr) {
-      addError(1503);
+      addError(kErrOutOfMemory);
       return 1;
     }
     buffers[bufferCount++] = fresh;

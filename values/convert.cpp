@@ -8,11 +8,9 @@
 #include "foundation/but.h"
 #include "foundation/vxdbcs.h"
 #include "foundation/vxerror.h"
+#include "foundation/vxmsgnum.h"
 
 namespace {
-
-const uint16_t kOutOfRange = 2701;
-const uint16_t kInvalidCharacter = 2702;
 
 // Counted forms copy the text into a stack buffer of this size, NUL included.
 const VXSIZE_T kCountedBufferSize = 88;
@@ -112,7 +110,7 @@ bool copyCounted(char* local, const char* text, VXSIZE_T length) {
   if (length >= kCountedBufferSize) {
     memCopy(local, text, kCountedBufferSize - 1);
     local[kCountedBufferSize - 1] = '\0';
-    fail(kOutOfRange, local);
+    fail(kErrNumberOutOfRange, local);
     return false;
   }
   memCopy(local, text, length);
@@ -205,10 +203,12 @@ unsigned parseUnsigned(const char* text, VXSIZE_T* target) {
   for (int n = 0; n < 19 && isDigit(*p); ++n, ++p) value = value * 10 + unsigned(*p - '0');
   for (; isDigit(*p); ++p) {
     unsigned digit = unsigned(*p - '0');
-    if (value > kLastSafeTenth || (value == kLastSafeTenth && digit > 5)) return fail(kOutOfRange, number);
+    if (value > kLastSafeTenth || (value == kLastSafeTenth && digit > 5)) {
+      return fail(kErrNumberOutOfRange, number);
+    }
     value = value * 10 + digit;
   }
-  if (*skipWhiteSpace(p) != '\0') return fail(kInvalidCharacter, number);
+  if (*skipWhiteSpace(p) != '\0') return fail(kErrInvalidCharacter, number);
   *target = value;
   return 0;
 }
@@ -222,7 +222,7 @@ unsigned parseSigned(const char* text, VXSSIZE_T* target) {
   VXSIZE_T value;
   if (parseUnsigned(p, &value)) return 1;
   const VXSIZE_T topBit = VXSIZE_T(1) << 63;
-  if ((value & topBit) && !(negative && value == topBit)) return fail(kOutOfRange, text);
+  if ((value & topBit) && !(negative && value == topBit)) return fail(kErrNumberOutOfRange, text);
   *target = negative ? VXSSIZE_T(0 - value) : VXSSIZE_T(value);
   return 0;
 }
@@ -233,7 +233,7 @@ template <typename T>
 unsigned parseNarrowUnsigned(const char* text, T* target) {
   VXSIZE_T value;
   if (parseUnsigned(text, &value)) return 1;
-  if (value > std::numeric_limits<T>::max()) return fail(kOutOfRange, text);
+  if (value > std::numeric_limits<T>::max()) return fail(kErrNumberOutOfRange, text);
   *target = T(value);
   return 0;
 }
@@ -245,7 +245,7 @@ unsigned parseNarrowSigned(const char* text, T* target) {
   VXSSIZE_T value;
   if (parseSigned(text, &value)) return 1;
   if (value < std::numeric_limits<T>::min() || value > std::numeric_limits<T>::max())
-    return fail(kOutOfRange, text);
+    return fail(kErrNumberOutOfRange, text);
   *target = T(value);
   return 0;
 }
@@ -269,7 +269,7 @@ unsigned convert(const char* text, int32_t* target) {
   if (negative) ++p;
   VXSSIZE_T value;
   if (parseSigned(p, &value)) return 1;
-  if (value < INT32_MIN || value > INT32_MAX) return fail(kOutOfRange, text);
+  if (value < INT32_MIN || value > INT32_MAX) return fail(kErrNumberOutOfRange, text);
   uint32_t bits = uint32_t(value);
   if (negative) bits = 0 - bits;
   *target = int32_t(bits);
@@ -280,10 +280,10 @@ unsigned convert(const char* text, int32_t* target) {
 // value out of range; a null target only validates the text.
 unsigned convert(const char* text, uint32_t* target) {
   const char* p = skipWhiteSpace(text);
-  if (*p == '-') return fail(kInvalidCharacter, text);
+  if (*p == '-') return fail(kErrInvalidCharacter, text);
   VXSIZE_T value;
   if (parseUnsigned(p, &value)) return 1;
-  if (value > UINT32_MAX) return fail(kOutOfRange, text);
+  if (value > UINT32_MAX) return fail(kErrNumberOutOfRange, text);
   if (target) *target = uint32_t(value);
   return 0;
 }

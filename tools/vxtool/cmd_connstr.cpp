@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "config/vxvaluep.h"
+#include "foundation/vxmsgnum.h"
 #include "tools/vxtool/command.h"
 #include "tools/vxtool/tool_errors.h"
 
@@ -71,13 +72,13 @@ int runConnstr(const std::vector<std::string>& args) {
     if (e.remove) {
       parser.removeAttribute(e.key.c_str());
     } else if (parser.addAttribute(e.key.data(), e.key.size(), e.value.data(), e.value.size()) != 0) {
-      addError(1503);
+      addError(kErrOutOfMemory);
       return errors.fail();
     }
   }
   VxString out;
   if (parser.buildString(out) != 0) {
-    addError(1503);
+    addError(kErrOutOfMemory);
     return errors.fail();
   }
   printView(&out);

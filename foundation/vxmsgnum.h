@@ -1,0 +1,55 @@
+// Names of the message numbers the library reports.
+//
+// Every error or warning the library files carries a number of set 1 of
+// its message catalog (foundation/messages.msg holds the English texts).
+// Code names the number here once and uses the name everywhere else, so
+// that a reader sees what a report means without opening the catalog. The
+// values are part of the library's interface: drivers and their users
+// match on them, so a value never changes once published.
+//
+// Each comment gives the meaning of the message and, in parentheses, what
+// the reporter streams into its markers.
+#ifndef VX_FOUNDATION_VXMSGNUM_H_
+#define VX_FOUNDATION_VXMSGNUM_H_
+
+#include <cstdint>
+
+// Files, directories and the operating system.
+constexpr uint16_t kErrCannotDelete = 1502;           // file could not be deleted (name)
+constexpr uint16_t kErrOutOfMemory = 1503;            // out of memory
+constexpr uint16_t kErrCannotChangeDirectory = 1504;  // working directory not changed (path)
+constexpr uint16_t kErrDiskFull = 1506;               // nothing could be written (name)
+constexpr uint16_t kErrInvalidFileHandle = 1507;      // invalid file handle
+constexpr uint16_t kErrAccessDenied = 1508;           // access denied or read past end (name)
+constexpr uint16_t kErrFileNotFound = 1509;           // file not found (name)
+constexpr uint16_t kErrResourceLocked = 1512;         // temporarily unavailable or locked
+constexpr uint16_t kErrNoLocksAvailable = 1514;       // no file locks are available
+constexpr uint16_t kErrNotPermitted = 1519;           // operation not permitted (name)
+constexpr uint16_t kErrFileExists = 1520;             // file already exists (name)
+constexpr uint16_t kErrDeadlock = 1521;               // locking would deadlock (name)
+constexpr uint16_t kErrCannotLoadLibrary = 1523;      // library not loaded (path, loader text)
+constexpr uint16_t kErrNameTooLong = 1524;            // file name too long (name)
+
+// Values, connection strings, hexadecimal text, sorting and strings.
+constexpr uint16_t kErrNumberOutOfRange = 2701;       // number out of range (text)
+constexpr uint16_t kErrInvalidCharacter = 2702;       // number holds an invalid character (text)
+constexpr uint16_t kErrConnectionStringSyntax = 2704; // syntax error (position)
+constexpr uint16_t kErrSyntaxInSource = 2705;         // syntax error (position, source name)
+constexpr uint16_t kErrRepeatedKeyword = 2706;        // appended text: keyword repeated
+constexpr uint16_t kErrBothSynonyms = 2707;           // appended text: both synonyms given
+constexpr uint16_t kErrInvalidHexDigit = 2708;        // invalid hexadecimal digit
+constexpr uint16_t kErrTooManySortKeys = 2710;        // more than 64 sort keys
+constexpr uint16_t kErrStringCannotGrow = 2716;       // string buffer belongs to the caller
+
+// Operating-system messages in the 30000 range.
+constexpr uint16_t kErrAccessDeniedByName = 30040;    // access denied (name)
+constexpr uint16_t kErrSystemError = 30041;           // unmapped operating system error
+constexpr uint16_t kErrCannotRename = 30042;          // rename failed (old name, new name)
+constexpr uint16_t kErrTooManyOpenFiles = 30045;      // too many files are open
+constexpr uint16_t kErrReadOnlyFileSystem = 30049;    // file system is read-only (name)
+// Not a report of its own: a printf format with two %s, the system's error
+// text and the name, whose result is appended to kErrSystemError.
+constexpr uint16_t kErrSystemTextAndNameFormat = 30050;
+constexpr uint16_t kErrOutOfMemoryRecord = 30190;     // number of the static memory record
+
+#endif  // VX_FOUNDATION_VXMSGNUM_H_
