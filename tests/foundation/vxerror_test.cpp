@@ -175,7 +175,7 @@ TEST_F(ErrorList, CursorPositionsAndRangeOperations) {
   char buffer[6];
   small.initializeWithBuffer(buffer, sizeof buffer, 0);
   EXPECT_TRUE(list->concatErrors(joined, '\n') == 0 && joined.asCStr() == std::string("x\n!x\n!x") && list->concatErrors(plain, '\0') == 0 &&
-              plain.asCStr() == std::string("x!x!x") && list->concatErrors(small, ',') == 1 && small.asCStr() == std::string("x,!x"));
+              std::string(plain.asPascalStr(), plain.getLength()) == std::string("x\0!x\0!x", 7) && list->concatErrors(small, ',') == 1 && small.asCStr() == std::string("x,!x"));
   delete list->removeLastError();  // the string's own report of its failure
   list->getNodeAtPos(2);
   VxError *first = list->removeFirstError(), *last = list->removeLastError();
