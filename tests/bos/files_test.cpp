@@ -26,8 +26,9 @@ TEST_F(Files, AttributeCodesAndTheWriteBitThatCounts) {
       {0466, 0, 0, "5 1"}, {0200, 0, 0, "1 1"}, {0646, 1000, 0, "5 1"}, {0464, 1000, 0, "1 1"}, {0464, 1000, 1000, "5 1"},
       {0442, 1000, 1000, "1 1"}};
   for (const auto& b : bits) {
-    if (chown(file.c_str(), getuid() + b.uid, getgid() + b.gid) == 0 && chmod(file.c_str(), b.mode) == 0)
+    if (chown(file.c_str(), getuid() + b.uid, getgid() + b.gid) == 0 && chmod(file.c_str(), b.mode) == 0) {
       EXPECT_EQ(b.codes, both(file)) << std::oct << b.mode << " " << b.uid;
+    }
   }
   EXPECT_EQ(2, (chdir("/"), bosfattr("..")));
 }
@@ -184,7 +185,7 @@ TEST_F(Files, WorkingDirectoryAndPathBuilding) {
       {"/data", "report", "txt", "0 /data/report.txt"}, {"/data/", "report.csv", "txt", "0 /data/report.csv"},
       {"/data", "sub/report", "txt", "0 " + real + "/sub/report.txt"}, {"/d.ir", "plain", nullptr, "0 /d.ir/plain"},
       {nullptr, "local", "", "0 " + real + "/local"}, {"/d", "name.  \t", "ext", "0 /d/name.ext"}, {"/d", "up..", "e", "0 /d/up.."},
-      {"/d", "a.b.", "ext", "0 /d/a.b"}, {"", "z", "e", "0 " + real + "/z.e"},
+      {"/d", "a.b.", "ext", "0 /d/a.b"}, {"", "z", "e", "0 " + real + "/z.e"}, {"/d", ".", "e", "0 /d/.e"},
       {"/d", m5.c_str(), "ext", "1/1524 "}, {"/dd", m3.c_str(), "", "1/1524 "}};
   for (const auto& c : cases) EXPECT_EQ(c.expected, inPlace("", [&](char* out) { return bospath(out, c.dir, c.name, c.ext); })) << c.name;
   // bosParseName: the base up to the first dot (more than 128 bytes is error

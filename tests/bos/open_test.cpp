@@ -148,6 +148,8 @@ TEST_F(Open, RedirectedNamesOpenTheFileChosen) {
   EXPECT_EQ("odbc.ini " + at("other.ini"), seq({resolve("odbc.ini"), resolve(".vxlib.ini")}));
   setEnv("ODBCINI", at("missing.ini"));
   EXPECT_EQ("1/1509 -1", open(".odbc.ini", BOS_OPEN_REDIRECT)) << "the handle is left as it was";
+  setEnv("ODBCINI", dir);
+  EXPECT_EQ("1/1509 -1", open(".odbc.ini", BOS_OPEN_REDIRECT)) << "a directory is no configuration file";
 }
 
 }  // namespace

@@ -153,6 +153,10 @@ TEST_F(Loader, NamesAreCompletedAndLocatedAndRefusalsReported) {
   EXPECT_EQ(format.substr(0, format.find("%s1")) + path, text.substr(0, format.find("%s1") + path.size()));
   EXPECT_EQ(std::string::npos, text.find("%s2"));
   EXPECT_NE(text.find(path), text.rfind(path)) << text;
+  // Found in the working directory: loaded through "./", not the loader's own search.
+  ASSERT_EQ(0, chdir(dir.c_str()));
+  unsetenv("VXLIB"), unsetenv("LD_LIBRARY_PATH");
+  EXPECT_EQ(42, answerOf(bosLoadLibrary("libvxplugin.so.1", 0)));
 }
 
 // What the probe prints, row by row: its trace mask (VX_DEBUGGING), the
