@@ -49,8 +49,11 @@ TEST_F(SetTest, SizesAndProbesFollowTheDocumentedFormulas) {
   EXPECT_EQ(nullptr, set.at(0));
   ASSERT_EQ(0u, set.add(make(4)));  // the first add sizes a tiny table
   EXPECT_EQ("2/1/1/1/1", shape(set));
-  ASSERT_EQ(0u, set.add(make(7)));  // which grows before its last slot fills
+  ASSERT_EQ(0u, set.add(make(7)));  // which fills its last slot, then grows
   EXPECT_EQ("3/2/2/2/2", shape(set));
+  vxtest::ItemSet tiny;  // so hash 2 is rehashed from the slot below hash 1's, and goes first
+  ASSERT_EQ(0u, tiny.add(make(1)) + tiny.add(make(2)));
+  EXPECT_EQ(2, static_cast<Item*>(tiny.at(0))->id);
   ASSERT_EQ(0u, set.initialize(10));  // a set holding items is rehashed
   EXPECT_EQ("14/10/2/2/2", shape(set));
   // hash * 0x9E3779B9 modulo 14, the product wrapping in 64 bits
