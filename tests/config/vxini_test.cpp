@@ -3,6 +3,8 @@
 // writers, vxstrlcpy and the installation directory.
 #include "config/vxini.h"
 
+#include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -69,6 +71,12 @@ TEST_F(IniTest, ProfileCallsAnswerAndDeliberatelyCloseOrKeepTheTaskCache) {
       {[&] { return installDir("", "", "/given/dir/\t "); }, "/given/dir"},
       {[&] { return installDir("", "", " "); }, " "},  // the first byte is never trimmed
       {[&] { return installDir("", "", std::string(2000, 'd').c_str()); }, std::string(VX_INSTALL_DIR_SIZE - 1, 'd')},
+      // A missing odbcinst.ini is an empty file, and no error.
+      {[&] {
+         setEnv("ODBCINSTINI", path("none.ini"));
+         VXSIZE_T had = errors.getCount();
+         return got(vxGetPrivateProfileString("s", "k", "d", buffer, 64, "odbcinst.ini")) + (errors.getCount() == had ? "" : " +error");
+       }, "1:d"},
   };
   for (const auto& c : calls) {
     int32_t before = cache->getUseCount();
@@ -121,6 +129,30 @@ TEST_F(IniTest, ProcessesWritingDifferentKeysNeverCorruptTheFile) {
   int status = -1;
   for (pid_t child : children) EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0) << "writer " << &child - &children[0];
   expectAllKeys(file, writers);
+}
+
+// A process holding either lock token of the file, for 20 s, delays no
+// reader: the read answers at once, with the file's value.
+TEST_F(IniTest, ReadersNeverWaitForAnotherProcesssLock) {
+  std::string file = writeFile("held.ini", "[s]\nk=v\n");
+  for (short type : {F_RDLCK, F_WRLCK}) {
+    int ready[2];
+    ASSERT_EQ(0, pipe(ready));
+    pid_t holder = fork();
+    if (holder == 0) {
+      struct flock lock = {};
+      lock.l_type = type, lock.l_whence = SEEK_SET, lock.l_start = 1, lock.l_len = 1;
+      char held = fcntl(open(file.c_str(), O_RDWR), F_SETLK, &lock) == 0 ? '1' : '0';
+      if (write(ready[1], &held, 1) == 1) sleep(20);
+      _exit(0);
+    }
+    char held = 0, first[8] = "", second[8] = "";
+    EXPECT_TRUE(read(ready[0], &held, 1) == 1 && held == '1');
+    EXPECT_EQ(1u, vxGetPrivateProfileString("s", "k", "dflt", first, sizeof first, file.c_str()));
+    EXPECT_EQ(1u, GetPrivateProfileString("s", "k", "dflt", second, sizeof second, file.c_str()));
+    EXPECT_EQ("v v", std::string(first) + " " + second) << "lock type " << type;
+    kill(holder, SIGKILL), waitpid(holder, nullptr, 0), close(ready[0]), close(ready[1]);
+  }
 }
 
 // vxstrlcpy against a model, for every size up to past the text's length.

@@ -6,6 +6,7 @@
 #include "config/vxinifil.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/wait.h>
 
 #include <string>
@@ -41,6 +42,23 @@ bool childSucceeds(bool withErrorList, Body body) {
   }
   int status = -1;
   return waitpid(child, &status, 0) == child && status == 0;
+}
+
+// A 4 MB file whose lines all open with "[" and whose only "]" ends it:
+// loading stays linear in the file's size (it was quadratic: hours here,
+// which the suite's time-out would catch), and the lookup still finds the
+// section that stands at a line start before that "]".
+// Each load's image is freed with its cache.
+TEST_F(IniTest, HostileHeadersLoadInLinearTime) {
+  std::string text;
+  while (text.size() < (4u << 20)) text += "[a header with no end in sight\n";
+  std::string file = writeFile("hostile.ini", text + "[s]\nk=v\n]");
+  size_t before = mallinfo2().uordblks;
+  for (int i = 0; i < 3; ++i) {
+    VxIniFileCache cache(file.c_str());
+    EXPECT_EQ("v", get(cache, "s", "k"));
+  }
+  EXPECT_LT(mallinfo2().uordblks, before + (1u << 20));
 }
 
 // Each row: a file, a lookup (a null key asks for the key list) and what

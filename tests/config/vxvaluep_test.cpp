@@ -52,6 +52,10 @@ TEST_F(VxValueParserTest, ParsesAttributesInOrderDroppingWhatTheRulesDrop) {
       {"PWD='a;b';UID=u", {{"PWD", "'a;b'"}, {"UID", "u"}}},
       {"DSN='abc;UID=u", {{"DSN", "'abc;UID=u"}}},  // an unclosed quote runs to the end
       {"DSN=a\0b;UID=u"s, {{"DSN", "a\0b"s}, {"UID", "u"}}},
+      // ODBC braces: the value lies between them, "}}" is one "}"; a "{"
+      // without its match, or with text after it, is an ordinary byte.
+      {"PWD={a;b}}c} ;DRIVER={My Driver};X={'}", {{"PWD", "a;b}c"}, {"DRIVER", "My Driver"}, {"X", "'"}}},
+      {"A={x}y;B={z", {{"A", "{x}y"}, {"B", "{z"}}},
       // Deliberate: after a first DSN any six-letter keyword starting with D.
       {"DSN=a;Domain=x;dbname=y;Data=z;UID=u", {{"DSN", "a"}, {"Data", "z"}, {"UID", "u"}}},
       {"DRIVER=d;Domain=x", {{"DRIVER", "d"}, {"Domain", "x"}}},
@@ -108,6 +112,11 @@ TEST_F(VxValueParserTest, FetchesMarkAttributesUsedAndEditsKeepTheMarks) {
   EXPECT_EQ(0u, p.buildString(out));
   EXPECT_EQ("DSN=scott;UID='o''brien';HOST=h;USER=b;X='x;y';Q='say \"hi\"'", std::string(out.asPascalStr(), out.getLength()));
   EXPECT_EQ(5, p.getUnusedCount());  // all but HOST
+  // A value read from braces is written back in braces, "}" doubled.
+  VxSubString braced("PWD={a;b}}c};UID={u}");
+  VxValueParser q(braced, ';', nullptr, 0);
+  EXPECT_EQ(0u, q.initialize() + q.buildString(out));
+  EXPECT_EQ("PWD={a;b}}c};UID={u}", std::string(out.asPascalStr(), out.getLength()));
 }
 
 }  // namespace
