@@ -230,7 +230,7 @@ TEST_F(Vxtool, ArgumentsMessagesAndExitStatuses) {
       {{"where", ".odbc.ini"}, 0, "$D/home/.odbc.ini\n", "", "", {"ODBCINI="}},
       {{"where", ".ODBC.INI"}, 1, "", "error 1509: ", "", {"ODBCINI="}},  // the file system cares about case
       {{"where", "odbc.ini"}, 0, "$D/chosen.ini\n", "", "", {"ODBCINI=", "ODBC_INI=$D/chosen.ini"}},
-      {{"where", "other.ini"}, 0, "other.ini\n"},
+      {{"where", "other.ini"}, 0, std::string(VX_TEST_BINARY_DIR) + "/other.ini\n"},  // made absolute
       {{"where", ".odbc.ini"}, 1, "", "error 1509: The file $D/missing.ini was not found.\n", "", {"ODBCINI=$D/missing.ini"}},
       {{"where", ".vxlib.ini"}, 0, "bosfopen - File:.vxlib.ini\nbosfopen: Replacing $D/home/.vxlib.ini with $D/v.ini\n$D/v.ini\n",
        "", "", {"VX_DEBUGGING=1", "VXLIB_INI=$D/v.ini"}},
@@ -243,9 +243,11 @@ TEST_F(Vxtool, ArgumentsMessagesAndExitStatuses) {
       // locate: the search set in decimal or hexadecimal, and its trace.
       {{"locate", "-s", "8", "x.so"}, 0, "$D/lib/bin/../x.so\n", "", "", {"LD_LIBRARY_PATH=$D/lib/bin"}},
       {{"locate", "-s", "0x8", "x.so"}, 0, "$D/lib/bin/../x.so\n", "", "", {"LD_LIBRARY_PATH=$D/lib/bin"}},
-      {{"locate", "-s", "0x1", "x.so"}, 1, "", "", "", {"LD_LIBRARY_PATH=$D/lib/bin"}},
+      {{"locate", "-s", "0x1", "x.so"}, 1, "", "vxtool locate: x.so not found; searched x.so, $PATH", "", {"LD_LIBRARY_PATH=$D/lib/bin"}},
       {{"locate", "h.cfg"}, 0, "$D/home/h.cfg\n"},  // the default set 0x1F has $HOME
-      {{"locate", "-s", "0x1D", "h.cfg"}, 1, ""}, {{"locate", "nowhere.cfg"}, 1, ""},
+      {{"locate", "-s", "0x1D", "h.cfg"}, 1, "", "h.cfg not found"},
+      {{"locate", "-s", "0x12", "no.cfg"}, 1, "", "vxtool locate: no.cfg not found; searched no.cfg, the working directory, $HOME ($D/home)\n"},
+      {{"locate", "-s", "0x20", "n"}, 2, "", "vxtool locate: search set 0x20 has bits that name no directory (valid: 0x1F)\nusage:"},
       {{"locate", "-s", "9", "vx-locate-probe.cfg"}, 0,
        "LocateFile: $D/a/vx-locate-probe.cfg\nLocateFile: $D/a/../vx-locate-probe.cfg\n"
        "LocateFile: /usr/local/lib/vx-locate-probe.cfg\nLocateFile: /usr/local/lib/../vx-locate-probe.cfg\n"
