@@ -24,7 +24,7 @@ static void check(bool ok) { if (!ok) abort(); }
 // first bytes; the bytes the input does not give come from a generator.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 4) return 0;
-  const size_t n = data[0] < 200 ? data[0] % 50 : (data[0] - 199u) * 21, s = data[1] % (n + 49), d = data[2] % (n + 49);
+  const size_t n = data[0] < 200 ? data[0] % 50 : (data[0] - 199u) * 21, s = data[1] % (n + 48), d = data[2] % (n + 48);
   Bytes area(2 * n + 48), other(area.size());
   uint32_t x = data[3];
   for (size_t k = 0; k < 2 * area.size(); ++k)

@@ -182,7 +182,8 @@ TEST_F(ErrorList, CursorPositionsAndRangeOperations) {
   EXPECT_TRUE(first->getErrorNumber() == 3 && last->getErrorNumber() == 2 && list->getCurrentIndex() == 0 &&
               numbers(*list) == std::vector<int>{1});
   delete first, delete last;
-  list->getFirstNode(), list->removeLastError();
+  list->getFirstNode();
+  delete list->removeLastError();
   EXPECT_EQ(0, list->getCurrentIndex());
 }
 
