@@ -2,6 +2,7 @@
 // configuration file, and the per-task list of caches.
 #include "config/vxinifil.h"
 
+#include <cassert>
 #include <cerrno>
 #include <climits>
 #include <cstdarg>
@@ -764,6 +765,7 @@ VxIniFileCache* VxIniFileCacheList::open(const char* name, uint32_t) {
 
 void VxIniFileCacheList::close(VxIniFileCache* cache) {
   VxSemaphoreGuard guard(lock_);
+  assert(cache->getUseCount() > 0);  // a close matches an open
   cache->decrementUseCount();
 }
 

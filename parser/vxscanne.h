@@ -18,6 +18,7 @@
 #ifndef VX_PARSER_VXSCANNE_H_
 #define VX_PARSER_VXSCANNE_H_
 
+#include <cassert>
 #include <cstdint>
 
 #include "containers/vxstring.h"
@@ -263,6 +264,7 @@ class VX_EXPORT VxScanner : public VxObject {
   // Makes token the piece [start, end) of class type and moves the cursor
   // after it; returns the class.
   int32_t finish(VxToken& token, VXSIZE_T start, VXSIZE_T end, int32_t type) {
+    assert(start <= end && end <= length_);  // every token lies within the text
     token.setToken(text_, start, end - start, codePage_, type);
     position_ = end;
     return type;
