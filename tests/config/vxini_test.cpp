@@ -151,7 +151,10 @@ TEST_F(IniTest, ReadersNeverWaitForAnotherProcesssLock) {
     EXPECT_EQ(1u, vxGetPrivateProfileString("s", "k", "dflt", first, sizeof first, file.c_str()));
     EXPECT_EQ(1u, GetPrivateProfileString("s", "k", "dflt", second, sizeof second, file.c_str()));
     EXPECT_EQ("v v", std::string(first) + " " + second) << "lock type " << type;
-    kill(holder, SIGKILL), waitpid(holder, nullptr, 0), close(ready[0]), close(ready[1]);
+    // A writer waits for the token instead: it lands once the holder is gone.
+    std::thread release([&] { usleep(300000), kill(holder, SIGKILL), waitpid(holder, nullptr, 0); });
+    EXPECT_EQ(1u, vxWritePrivateProfileString("s", "w", "1", file.c_str())) << "lock type " << type;
+    release.join(), close(ready[0]), close(ready[1]);
   }
 }
 

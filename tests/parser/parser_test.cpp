@@ -161,6 +161,7 @@ TEST(VxScannerTokens, EveryConfigurationSplitsItsText) {
        {{W, 0, "a"}, {VX_TOKEN_COMMENT, 2, "-- note"}, {W, 10, "b"}, {VX_TOKEN_COMMENT, 12, "/* x */"}, {W, 20, "c"},
         {VX_TOKEN_COMMENT, 22, "/* open"}, {E, 29, ""}},
        kNormal, [](VxScanner& s) { s.setComments(true); }},
+      {"a brace opens no group unless matching is on", "{a}", {{'{', 0, "{"}, {W, 1, "a"}, {'}', 2, "}"}, {E, 3, ""}}},
       {"a lone slash or star or dash starts no comment", "a/b -c*d",
        {{W, 0, "a"}, {'/', 1, "/"}, {W, 2, "b"}, {'-', 4, "-"}, {W, 5, "c"}, {'*', 6, "*"}, {W, 7, "d"}, {E, 8, ""}},
        kNormal, [](VxScanner& s) { s.setComments(true); }},
