@@ -45,11 +45,19 @@ VxSubString* makeValue(const VxToken& value, vxCPType cp) {
   // the inside keeps the step within the token.
   for (VXSIZE_T i = 0; i < length;) {
     VXSIZE_T size = vxCharSize(inside, i, cp);
-    if (size == 0 || size > length - i) size = length - i;
+    if (size == 0) size = 1;  // a NUL byte is a character of its own here
+    if (size > length - i) size = length - i;
     braced->concat(inside + i, size);
     i += size == 1 && inside[i] == '}' ? 2 : size;  // "}}" is one "}"
   }
   return braced;
+}
+
+// Whether buildString must write the value in braces for it to read back
+// as itself: a value that came from braces, and any value that starts with
+// "{" (which a new parse could otherwise match with a later "}").
+bool needsBraces(const VxSubString& value) {
+  return dynamic_cast<const BracedValue*>(&value) || (value.getLength() > 0 && value.asPascalStr()[0] == '{');
 }
 
 // Appends value to out in braces, every "}" doubled; 1 when out cannot grow.
@@ -385,7 +393,7 @@ unsigned VxValueParser::buildString(VxString& out) const {
     if (i != 0) out.concat(separator_);
     out.concat(*key);
     out.concat('=');
-    if (dynamic_cast<const BracedValue*>(value)) {
+    if (needsBraces(*value)) {
       if (concatBraced(out, *value) != 0) return 1;
     } else {
       out.concat(*value);

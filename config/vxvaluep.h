@@ -18,7 +18,8 @@
 //  - A value in ODBC braces is what lies between them, "}}" standing for
 //    one "}" (PWD={a;b}}c} has the value a;b}c; DRIVER={My Driver} the
 //    value My Driver). buildString writes such a value back in braces, its
-//    "}" doubled, so that the rebuilt string parses to the same values.
+//    "}" doubled, and so any value that starts with "{", so that the
+//    rebuilt string parses to the same values.
 //  - When the first attribute is "DSN", a later "DRIVER" is dropped; when it
 //    is "DRIVER", a later "DSN" is dropped. Only the very first attribute
 //    counts (the bare "ODBC" is none). Deliberately, "DRIVER" after a first
