@@ -62,49 +62,40 @@ VXSIZE_T nextLine(const char* image, VXSIZE_T from, VXSIZE_T to) {
 
 bool isCommentStart(char c) { return c == ';' || c == '#'; }
 
-// The "]" that closes each header, for headers taken in file order. Headers
-// may overlap ("[a" on one line, "[b]" on the next: the first header runs
-// to the second's "]"), and a file of lines that open with "[" and close
-// far below would cost a search to that "]" per line, quadratic in the
-// file size. Both the next "]" and the next "[" only move forward as the
-// headers do, so each is found by resuming the last search: one pass over
-// the image for all headers.
-class HeaderCloser {
+// The first occurrence of one byte at or after positions that never go
+// back. Headers are taken in file order and may overlap ("[a" on one line,
+// "[b]" on the next: the first header runs to the second's "]"), so a file
+// of lines that open with "[" and close far below would cost a search to
+// that "]" per line, quadratic in the file size. The next "]" and the next
+// "[" only move forward as the headers do, so each search resumes where
+// the last one ended: one pass over the image for all headers.
+class ForwardFinder {
  public:
-  HeaderCloser(const char* image, VXSIZE_T length) : image_(image), length_(length) {}
+  ForwardFinder(const char* image, VXSIZE_T length, char byte) : image_(image), length_(length), byte_(byte) {}
 
-  // The first "]" at or after `pos` (length when there is none); `pos` must
-  // not go back between calls.
-  VXSIZE_T closeAfter(VXSIZE_T pos) {
-    if (!found_ || close_ < pos) close_ = findByte(image_, pos, length_, ']');
-    found_ = true;
-    return close_;
-  }
-  // The first "[" after the "]" at `close` (length when there is none):
-  // where the section of that header ends. `close` must not go back.
-  VXSIZE_T sectionEndAfter(VXSIZE_T close) {
-    if (!endFound_ || end_ <= close) end_ = findByte(image_, close + 1, length_, '[');
-    endFound_ = true;
-    return end_;
+  // The first byte at or after `from` (length when there is none).
+  VXSIZE_T at(VXSIZE_T from) {
+    if (!searched_ || hit_ < from) hit_ = findByte(image_, from, length_, byte_);
+    searched_ = true;
+    return hit_;
   }
 
  private:
   const char* image_;
   VXSIZE_T length_;
-  VXSIZE_T close_ = 0;
-  VXSIZE_T end_ = 0;
-  bool found_ = false;
-  bool endFound_ = false;
+  char byte_;
+  VXSIZE_T hit_ = 0;
+  bool searched_ = false;
 };
 
 }  // namespace
 
 uint16_t iniFindSection(const char* image, VXSIZE_T length, const char* header,
                         VXSIZE_T headerLength, VXSIZE_T* start, VXSIZE_T* end) {
-  HeaderCloser closer(image, length);
+  ForwardFinder closer(image, length, ']');
   for (VXSIZE_T pos = 0; (pos = findByte(image, pos, length, '[')) < length; ++pos) {
     if (pos != 0 && image[pos - 1] != '\n') continue;
-    VXSIZE_T close = closer.closeAfter(pos);
+    VXSIZE_T close = closer.at(pos);
     if (close == length) break;  // no later "[" has a "]" either
     if (strEqualCi(image + pos, close - pos + 1, header, headerLength)) {
       *start = pos;
@@ -146,10 +137,10 @@ uint64_t foldedHash(const char* text, VXSIZE_T length, bool* plainAscii) {
 
 uint16_t iniBuildSectionIndex(const char* image, VXSIZE_T length, IniSectionIndex* index) {
   VXSIZE_T capacity = 0;
-  HeaderCloser closer(image, length);
+  ForwardFinder closer(image, length, ']'), opener(image, length, '[');
   for (VXSIZE_T pos = 0; (pos = findByte(image, pos, length, '[')) < length; ++pos) {
     if (pos != 0 && image[pos - 1] != '\n') continue;
-    VXSIZE_T close = closer.closeAfter(pos);
+    VXSIZE_T close = closer.at(pos);
     if (close == length) break;  // no later "[" has a "]" either
     if (index->count == capacity) {
       capacity = capacity ? capacity * 2 : 64;
@@ -163,7 +154,7 @@ uint16_t iniBuildSectionIndex(const char* image, VXSIZE_T length, IniSectionInde
     IniSectionIndexEntry& entry = index->entries[index->count++];
     entry.start = pos;
     entry.headerLength = close - pos + 1;
-    entry.end = closer.sectionEndAfter(close);
+    entry.end = opener.at(close + 1);
     entry.hash = foldedHash(image + pos, entry.headerLength, &entry.plainAscii);
   }
   return 0;
