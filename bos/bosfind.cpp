@@ -17,6 +17,7 @@
 
 #include "bos/bos.h"
 #include "bos/bosfile_internal.h"
+#include "foundation/ram_internal.h"
 #include "foundation/vxerror.h"
 #include "foundation/vxmsgnum.h"
 #include "foundation/vxtrace.h"
@@ -40,7 +41,7 @@ class NameCollector {
     if (failed_) return;
     if (count_ == capacity_ && !grow()) return;
     size_t a = strlen(prefix), b = strlen(name);
-    char* item = static_cast<char*>(malloc(a + b + 1));
+    char* item = static_cast<char*>(ramAlloc(a + b + 1));
     if (!item) return fail();
     memcpy(item, prefix, a);
     memcpy(item + a, name, b + 1);
@@ -60,7 +61,7 @@ class NameCollector {
     if (failed_) return nullptr;
     size_t total = 1;
     for (size_t i = 0; i < count_; ++i) total += strlen(items_[i]) + 1;
-    char* block = static_cast<char*>(malloc(total));
+    char* block = static_cast<char*>(ramAlloc(total));
     if (!block) {
       fail();
       return nullptr;
@@ -82,7 +83,7 @@ class NameCollector {
 
   bool grow() {
     size_t capacity = capacity_ ? capacity_ * 2 : 16;
-    void* grown = realloc(items_, capacity * sizeof *items_);
+    void* grown = ramRealloc(items_, capacity * sizeof *items_);
     if (!grown) {
       fail();
       return false;
