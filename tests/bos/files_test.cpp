@@ -3,9 +3,12 @@
 // results are compared as transcripts ("STATUS/ERROR", see res and seq).
 // The path parsers' general promises are fuzzed by fuzz/path_fuzz.cpp; the
 // rows here pin exact results and error numbers.
+#include <fcntl.h>
+
 #include <algorithm>
 
 #include "bos/bos_test_support.h"
+#include "foundation/ram_internal.h"
 
 namespace {
 
@@ -54,6 +57,7 @@ TEST_F(Files, DeleteRenameDateSizeAndTheWritableDirectoryProbe) {
   ASSERT_EQ(0, chdir(dir.c_str()));
   EXPECT_EQ("1 1 0 1 8", seq({res(bosftest(at("x.dat").c_str())), res(bosftest((dir + "/").c_str())),
                               res(bosftest(at("missing/x").c_str())), res(bosftest("x")), res(bosfattr(probe.c_str()))}));
+  EXPECT_EQ(1, inChild([&] { close(0); return bosftest(at("x.dat").c_str()); })) << "the probe may open as descriptor 0";
   makeFile("$$$vx$$$.$vx");
   EXPECT_EQ("0 0 1", seq({res(bosftest(at("x").c_str())), res(bosftest("x")), res(bosexist(probe.c_str()))}));
 }
@@ -145,6 +149,10 @@ TEST_F(Files, FindMatchesTheLastComponentSortedAndRunsNoShell) {
                  res(bosFindFiles(nullptr, &desc, name))}));
   // Subdirectory names and mount points come as blocks; the block size as a number.
   EXPECT_EQ((Names{".dotdir", "alpha", "beta"}), split(bosGetDirectoryNames(at("tree").c_str())));
+  for (uint64_t failing : {1, 2, 5}) {  // the list, a name, the block of three names: each failure gives null and 1503
+    ramFailAllocationAfter(failing);
+    EXPECT_EQ("0/1503", res(bosGetDirectoryNames(at("tree").c_str()) != nullptr)) << failing;
+  }
   char* empty = bosGetDirectoryNames(at("empty").c_str());
   Names mounts = split(bosGetFileSystems());
   VXSIZE_T blockSize = 0, freeBlocks = 0;
@@ -235,6 +243,26 @@ TEST_F(Files, LocateSearchesTheDirectoriesOfTheSetInAFixedOrder) {
   EXPECT_EQ("1  1", seq({locate("f", 0x1E), n(bosLocateFile(nullptr, "t", BOS_SEARCH_PATH))})) << "unset variables are skipped";
   ASSERT_EQ(0, chdir(dir.c_str()));
   EXPECT_EQ("0 a/t", locate("a/t", 0)) << "found as given, relative";
+}
+
+// At the path buffer's limit (4,096 bytes with the NUL): a working directory
+// of 4,095 bytes leaves no room for the slash, and a candidate one byte too
+// long is skipped, never tried cut short (the cut name exists here).
+TEST_F(Files, PathsAtTheBufferLimitAreNotCutShort) {
+  std::string deep = dir, parent;
+  while (deep.size() < BOS_MAX_PATH - 1) {
+    size_t room = BOS_MAX_PATH - 2 - deep.size(), k = room < 200 ? room : 200;
+    if (room - k == 1) --k;
+    parent = deep, deep += "/" + std::string(k, 'd');
+    ASSERT_EQ(0, mkdir(deep.c_str(), 0755)) << deep.size();
+  }
+  close(creat((parent + "/" + std::string(BOS_MAX_PATH - 2 - parent.size(), 'f')).c_str(), 0644));
+  setEnv("HOME", parent);
+  ASSERT_EQ(0, chdir(deep.c_str()));
+  EXPECT_EQ(seq({"1 ", "0 " + deep, "1 "}),
+            seq({inPlace("", [](char* out) { return bosgtcwd(out, 1); }), inPlace("", [](char* out) { return bosgtcwd(out, 0); }),
+                 inPlace("", [&](char* out) { return bosLocateFile(out, std::string(BOS_MAX_PATH - 1 - parent.size(), 'f').c_str(), BOS_SEARCH_HOME); })}));
+  ASSERT_EQ(0, chdir(dir.c_str()));
 }
 
 }  // namespace

@@ -176,7 +176,7 @@ std::string lookupTrace(int number, const std::string& text) {
 // installation directory replaces the built-in places. Bit 0x8 traces it.
 using Probe = Scratch;
 TEST_F(Probe, TracesOfTheCatalogTheLoaderAndTheFileLayer) {
-  for (const auto& c : {std::make_pair("en_US", "1509 English test text for %s1."), std::make_pair("de_DE", "1509 Deutscher Testtext zu %s1.")}) {
+  for (const auto& c : {std::make_pair("en_US", "1509 English test text for %s1."), std::make_pair("de_DE", "1509 Deutscher Testtext zu %s1.\n30050 %d kaputt")}) {
     std::string messages = at(std::string("locale/") + c.first + "/LC_MESSAGES"), source = at(std::string(c.first) + ".msg");
     std::ofstream(source) << "$set 1\n" << c.second << "\n";
     ASSERT_EQ(0, system(("mkdir -p '" + messages + "' && gencat '" + messages + "/vxlib.mo' '" + source + "'").c_str()));
@@ -197,6 +197,7 @@ TEST_F(Probe, TracesOfTheCatalogTheLoaderAndTheFileLayer) {
       {"0", {}, with(missing, {"maperror", "18", "x.ini"}), std::string("error 30041: 30041") + strerror(18) + "\n"},
       {"0", {"LANG=de_DE"}, with(install, {"error", "1509", "x.ini"}), "[Deutscher Testtext zu x.ini.]\n"},
       {"0", {"LANG=fr_FR"}, with(install, {"error", "1509", "x.ini"}), "[English test text for x.ini.]\n"},
+      {"0", {"LANG=de_DE"}, with(install, {"maperror", "18", "x.ini"}), std::string("error 30041: 30041") + strerror(18) + "\n"},  // its 30050 takes no two strings
       {"0", {}, with(install, {"message", "1503"}), "[1503]\n"},
       // The loader traces under bit 0x4 only.
       {"4", {}, {"load", kPluginDir + "/libvxplugin", "0", "vxTestPluginAnswer"},

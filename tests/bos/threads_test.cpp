@@ -10,6 +10,7 @@
 
 #include "bos/bos_test_support.h"
 #include "bos/mdsint.h"
+#include "foundation/ram_internal.h"
 
 namespace {
 
@@ -20,6 +21,8 @@ TEST_F(RegionLock, ThreadsAndProcessesAreKeptOffRangesHeldElsewhere) {
   int fd = ::open(makeFile("r", std::string(64, 'x')).c_str(), O_RDWR);
   auto lock = [&](uint16_t unlock, VXSIZE_T offset, VXSIZE_T length) { return res(bosRegionLock(fd, unlock, offset, length)); };
   EXPECT_EQ("0 0 0", seq({lock(0, 0, 10), lock(0, 20, 5), lock(0, 20, 5)}));  // the second hold of 20..25 nests
+  // The same start with another length is a range of its own, not a nested hold.
+  EXPECT_EQ("0 0 1/1512 0 0", seq({lock(0, 40, 5), lock(0, 40, 10), onThread([&] { return lock(0, 46, 2); }), lock(1, 40, 10), lock(1, 40, 5)}));
   // Another thread may not take an overlap (length 0 reaches the end of the
   // file) nor release a range it does not hold; adjacent ranges are free.
   EXPECT_EQ("1/1512 1/1512 1/1512 0 0 1/1512",
@@ -160,6 +163,16 @@ TEST_F(PerThreadData, ThreadsShareTheLocksAndKeepTheirOwnState) {
   EXPECT_LE(listLength(), 9);
   for (VxThreadInfo* e = head(); e; e = e->next) EXPECT_EQ(0u, e->useCount);
   delete slot;
+}
+
+// With no memory for a new thread's entry, registration fails, and so does
+// installing an error list, which needs the entry.
+TEST_F(PerThreadData, RegistrationWithoutMemoryFails) {
+  onNewThread([] {
+    VxErrorList list(nullptr, 0);
+    EXPECT_EQ("0 1 0", seq({n((ramFailAllocationAfter(1), mdsPerThreadInit())), n((ramFailAllocationAfter(1), VxErrorKeeper::setErrorList(&list))),
+                            n(getThreadInfo() != nullptr)}));
+  });
 }
 
 // Per-task slots are one process-wide array, shared by all threads; the

@@ -7,8 +7,10 @@
 
 #include <fcntl.h>
 #include <malloc.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -110,6 +112,7 @@ TEST_F(IniTest, RefreshFollowsTheFileUntilItVanishesOrIsClosed) {
   writeFile("a.ini", "[s]\nk=later\n");  // same size, other time
   EXPECT_EQ("later", get(cache, "s", "k"));
   closed.Close();
+  EXPECT_EQ(1, closed.proFileSync());
   EXPECT_EQ("<none>", get(closed, "s", "k"));
   EXPECT_EQ(1, closed.bosPutProfileString("s", "k", "2"));
   unlink(full.c_str());
@@ -145,6 +148,16 @@ TEST_F(IniTest, LoadFailuresAndReadOnlyFiles) {
   // 1508 and leaves the file as it was.
   ASSERT_TRUE(geteuid() != 0 || chown(full.c_str(), 65534, 65534) == 0);
   chmod(full.c_str(), 0644);
+  // A file size limit stops the new image part way: status 1, the file as it was.
+  chmod(dir.c_str(), 0777);
+  EXPECT_TRUE(childSucceeds(true, [&](VxErrorList&) {
+    VxIniFileCache cache(full.c_str());
+    struct rlimit limit = {8, 8};
+    return signal(SIGXFSZ, SIG_IGN) != SIG_ERR && setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+           cache.bosPutProfileString("s", "k", "longer value") == 1 ? 0 : 1;
+  }));
+  EXPECT_EQ("[s]\nk=v\n", readFile(full));
+  chmod(dir.c_str(), 0755);
   EXPECT_TRUE(childSucceeds(true, [&](VxErrorList& list) {
     VxIniFileCache cache(full.c_str());
     return cache.isOpen() && (cache.getOpenMode() & 0x2) && chmod(full.c_str(), 0444) == 0 &&

@@ -162,6 +162,8 @@ TEST(VxScannerTokens, EveryConfigurationSplitsItsText) {
         {VX_TOKEN_COMMENT, 22, "/* open"}, {E, 29, ""}},
        kNormal, [](VxScanner& s) { s.setComments(true); }},
       {"a brace opens no group unless matching is on", "{a}", {{'{', 0, "{"}, {W, 1, "a"}, {'}', 2, "}"}, {E, 3, ""}}},
+      {"brace matching leaves other characters alone", "a{b}", {{M, 0, "a"}, {Q, 1, "{b}"}, {E, 4, ""}}, VxScanner::kNames,
+       [](VxScanner& s) { s.setMatchBraces(true); }},
       {"a lone slash or star or dash starts no comment", "a/b -c*d",
        {{W, 0, "a"}, {'/', 1, "/"}, {W, 2, "b"}, {'-', 4, "-"}, {W, 5, "c"}, {'*', 6, "*"}, {W, 7, "d"}, {E, 8, ""}},
        kNormal, [](VxScanner& s) { s.setComments(true); }},
@@ -197,6 +199,15 @@ TEST(VxScannerTokens, EveryConfigurationSplitsItsText) {
     if (std::get<0>(c.expected.back()) != E && toks.size() > c.expected.size()) toks.resize(c.expected.size());
     EXPECT_EQ(c.expected, toks);
   }
+}
+
+// The byte after the text is a quote or a digit here: no look ahead may see it.
+TEST(VxScannerTokens, NothingPastTheLengthIsRead) {
+  const char text[] = "'a'' .5";
+  VxScanner quoted(text, 3), point(text + 5, 1);
+  point.setDecimalNumbers(true);
+  EXPECT_EQ((std::vector<Tok>{{Q, 0, "'a'"}, {E, 3, ""}}), scanAll(quoted, VxScanner::kNormal));
+  EXPECT_EQ((std::vector<Tok>{{'.', 0, "."}, {E, 1, ""}}), scanAll(point, VxScanner::kNames));
 }
 
 // Push-back of a token, an explicit piece clipped to the text, a widened
