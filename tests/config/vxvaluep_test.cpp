@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/ram_internal.h"
 #include "foundation/vxerror.h"
 
 namespace {
@@ -76,6 +77,22 @@ TEST_F(VxValueParserTest, ParsesAttributesInOrderDroppingWhatTheRulesDrop) {
     EXPECT_EQ(row.error, row.error ? errors.getNodeAtPos(0)->getErrorNumber() : 0) << row.input;
     EXPECT_EQ(row.text, row.error ? errors.getNodeAtPos(0)->getErrorText() : "") << row.input;
   }
+}
+
+// Out of memory at any allocation of a parse: status 1 with one 1503 filed.
+TEST_F(VxValueParserTest, ParseWithoutMemoryFailsWithOneReport) {
+  VxSubString in("DSN=a;UID=u", 11);
+  uint64_t failing = 1;
+  for (;; ++failing) {
+    errors.clearErrors();
+    VxValueParser parser(in, ';', nullptr, 0);
+    ramFailAllocationAfter(failing);
+    unsigned status = parser.initialize();
+    ramFailAllocationAfter(0);
+    if (status == 0) break;
+    ASSERT_EQ(1503, errors.getCount() == 1 ? errors.getNodeAtPos(0)->getErrorNumber() : 0) << failing;
+  }
+  EXPECT_GT(failing, 4u);
 }
 
 // Fetches mark attributes used; of two synonyms whichever is there is
