@@ -7,10 +7,8 @@
 
 #include <fcntl.h>
 #include <malloc.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 
-#include <csignal>
 #include <string>
 #include <vector>
 
@@ -148,16 +146,6 @@ TEST_F(IniTest, LoadFailuresAndReadOnlyFiles) {
   // 1508 and leaves the file as it was.
   ASSERT_TRUE(geteuid() != 0 || chown(full.c_str(), 65534, 65534) == 0);
   chmod(full.c_str(), 0644);
-  // A file size limit stops the new image part way: status 1, the file as it was.
-  chmod(dir.c_str(), 0777);
-  EXPECT_TRUE(childSucceeds(true, [&](VxErrorList&) {
-    VxIniFileCache cache(full.c_str());
-    struct rlimit limit = {8, 8};
-    return signal(SIGXFSZ, SIG_IGN) != SIG_ERR && setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
-           cache.bosPutProfileString("s", "k", "longer value") == 1 ? 0 : 1;
-  }));
-  EXPECT_EQ("[s]\nk=v\n", readFile(full));
-  chmod(dir.c_str(), 0755);
   EXPECT_TRUE(childSucceeds(true, [&](VxErrorList& list) {
     VxIniFileCache cache(full.c_str());
     return cache.isOpen() && (cache.getOpenMode() & 0x2) && chmod(full.c_str(), 0444) == 0 &&
@@ -174,6 +162,17 @@ TEST_F(IniTest, LoadFailuresAndReadOnlyFiles) {
   EXPECT_EQ(7, huge.bosGetProfileInt("s", "huge", 7));
   EXPECT_EQ(1503, single.getCount() == 1 ? single.at(0)->getErrorNumber() : 0);
   VxErrorKeeper::giveUpErrorList();
+}
+
+// On a full disk (vxtool run with every write to a file failing) a change
+// fails with 1506 and leaves the file as it was.
+TEST_F(IniTest, FullDiskLeavesTheFileAsItWas) {
+  std::string full = writeFile("f.ini", "[s]\nk=v\n"), out(512, '\0');
+  FILE* tool = popen(("LD_PRELOAD='" VX_DISK_FULL_SHIM "' '" VX_TOOL "' profile set '" + full + "' s k 'longer value' 2>&1").c_str(), "r");
+  out.resize(fread(&out[0], 1, out.size(), tool));
+  EXPECT_EQ(1, WEXITSTATUS(pclose(tool))) << out;
+  EXPECT_NE(std::string::npos, out.find("1506")) << out;
+  EXPECT_EQ("[s]\nk=v\n", readFile(full));
 }
 
 // Each row: a file, the writes made through one cache, the file written
