@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -165,7 +166,8 @@ TEST_F(Strings, AgreesWithSqliteLikeOnRandomAscii) {
       text.insert(size_t(random(0, int(text.size()) - 1)), pattern.substr(0, 3));
     }
     bool sqlite = sqlite3_strlike(pattern.c_str(), text.c_str(), '\\') == 0;
-    ASSERT_EQ(sqlite, like(text.data(), text.size(), pattern.c_str()))
+    std::unique_ptr<char[]> exact(new char[text.size()]);  // unterminated: ASan sees any read past the text
+    ASSERT_EQ(sqlite, like(static_cast<char*>(memcpy(exact.get(), text.data(), text.size())), text.size(), pattern.c_str()))
         << "seed " << kSeed << " case " << i << " text [" << text << "] pattern [" << pattern << "]";
     matches += sqlite;
   }
