@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstring>
+#include <string>
 
 #include "charset/ktwchar_internal.h"
 
@@ -44,8 +45,19 @@ class ByteSink {
   ByteSink(char* out, int64_t capacity, UConverter* target)
       : start_(out), next_(out), end_(out + capacity), target_(target) {}
 
+  ~ByteSink() { ucnv_close(saved_); }
+  ByteSink(const ByteSink&) = delete;
+  ByteSink& operator=(const ByteSink&) = delete;
+
   int32_t drain(const UChar* pivot, int32_t n, bool flush, VxConvertReturn* result) {
     char* before = next_;
+    // The state at the batch's start, to redo the batch from: the initial
+    // state for the first batch, else a copy taken now.
+    UConverter* working = target_;
+    if (!first_ && (working = copyOf(target_, result)) == nullptr) return 0;
+    first_ = false;
+    ucnv_close(saved_);
+    saved_ = working == target_ ? nullptr : working;
     const UChar* source = pivot;
     UErrorCode status = U_ZERO_ERROR;
     ucnv_fromUnicode(target_, &next_, end_, &source, pivot + n, nullptr, flush, &status);
@@ -54,26 +66,29 @@ class ByteSink {
       return int32_t(source - pivot);
     }
     // Too little room: redo this batch one character at a time through a
-    // scratch buffer, keeping only characters that fit whole.
+    // scratch buffer, keeping only characters that fit whole together with
+    // the bytes that would close the output after them (a stateful code
+    // page such as ISO-2022-JP returns to its initial state at the end).
     next_ = before;
-    ucnv_resetFromUnicode(target_);
+    if (working == target_) ucnv_resetFromUnicode(target_);
+    std::string closing;
+    if (!closeOnClone(working, &closing, result)) return 0;
     int32_t k = 0;
     while (k < n) {
       int32_t step = unitsOfCharacter(pivot, k, n);
-      char scratch[64];
-      char* s = scratch;
-      const UChar* u = pivot + k;
-      status = U_ZERO_ERROR;
-      ucnv_fromUnicode(target_, &s, scratch + sizeof scratch, &u, pivot + k + step, nullptr, false,
-                       &status);
-      if (U_FAILURE(status)) {
-        *result = mapICUreturn(status);
-        break;
-      }
-      if (s - scratch > end_ - next_) break;
-      memcpy(next_, scratch, size_t(s - scratch));
-      next_ += s - scratch;
+      std::string bytes;
+      if (!encode(working, pivot + k, step, false, &bytes, result)) break;
+      std::string closingAfter;
+      if (!closeOnClone(working, &closingAfter, result)) break;
+      if (int64_t(bytes.size() + closingAfter.size()) > end_ - next_) break;
+      memcpy(next_, bytes.data(), bytes.size());
+      next_ += bytes.size();
+      closing.swap(closingAfter);
       k += step;
+    }
+    if (k < n || flush) {
+      memcpy(next_, closing.data(), closing.size());
+      next_ += closing.size();
     }
     return k;
   }
@@ -81,10 +96,54 @@ class ByteSink {
   int64_t written() const { return next_ - start_; }
 
  private:
+  // Encodes units (flush: and closes the output) into *bytes.
+  static bool encode(UConverter* converter, const UChar* units, int32_t n, bool flush,
+                     std::string* bytes, VxConvertReturn* result) {
+    char scratch[64];
+    char* s = scratch;
+    const UChar* u = units;
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_fromUnicode(converter, &s, scratch + sizeof scratch, &u, units + n, nullptr, flush,
+                     &status);
+    if (U_FAILURE(status)) {
+      *result = mapICUreturn(status);
+      return false;
+    }
+    bytes->assign(scratch, size_t(s - scratch));
+    return true;
+  }
+
+  static UConverter* copyOf(UConverter* converter, VxConvertReturn* result) {
+    UErrorCode status = U_ZERO_ERROR;
+#if U_ICU_VERSION_MAJOR_NUM >= 71
+    UConverter* copy = ucnv_clone(converter, &status);
+#else
+    UConverter* copy = ucnv_safeClone(converter, nullptr, nullptr, &status);
+#endif
+    if (U_FAILURE(status)) {
+      *result = VX_CONVERT_FAILED;
+      return nullptr;
+    }
+    return copy;
+  }
+
+  // The bytes that would close the output in the converter's present
+  // state, found on a copy of it.
+  static bool closeOnClone(UConverter* converter, std::string* bytes, VxConvertReturn* result) {
+    UConverter* copy = copyOf(converter, result);
+    if (copy == nullptr) return false;
+    UChar none = 0;
+    bool ok = encode(copy, &none, 0, true, bytes, result);
+    ucnv_close(copy);
+    return ok;
+  }
+
   char* start_;
   char* next_;
   char* end_;
   UConverter* target_;
+  UConverter* saved_ = nullptr;
+  bool first_ = true;
 };
 
 class UnitSink {
