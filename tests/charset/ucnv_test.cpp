@@ -164,6 +164,11 @@ TEST_F(ProfileProbes, PrecedenceOfTheSevenProbes) {
   ucnv_free(dsn);
   EXPECT_EQ(106, ucnvGetAppCodePage("DSN=Sales;IACP=106", -3, &dsn));
   ucnv_free(dsn);
+  std::u16string text = wide("DSN=Sales");
+  UChar* wideDsn = nullptr;
+  EXPECT_EQ(2252, ucnvGetAppCodePageW(reinterpret_cast<const UChar*>(text.data()), -3, &wideDsn));
+  EXPECT_EQ(u"Sales", std::u16string(reinterpret_cast<char16_t*>(wideDsn)));
+  ucnv_free(wideDsn);
 }
 
 TEST(ProfileReader, SectionsEntriesAndKeyLists) {
