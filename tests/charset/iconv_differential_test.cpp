@@ -75,9 +75,18 @@ bool listed(const CodePage& page, UChar32 c) {
 // Whole-string iconv; false when glibc rejects the input. Descriptors are
 // opened once per pair of names (the probe converts one character at a
 // time) and reset before each use.
+struct IconvDescriptors {
+  ~IconvDescriptors() {
+    for (auto& entry : open) {
+      if (entry.second != iconv_t(-1)) iconv_close(entry.second);
+    }
+  }
+  std::map<std::pair<std::string, std::string>, iconv_t> open;
+};
+
 bool viaIconv(const char* to, const char* from, const std::string& in, std::string& out) {
-  static std::map<std::pair<std::string, std::string>, iconv_t> open;
-  iconv_t& cd = open[{to, from}];
+  static IconvDescriptors descriptors;
+  iconv_t& cd = descriptors.open[{to, from}];
   if (cd == nullptr) cd = iconv_open(to, from);
   if (cd == iconv_t(-1)) return false;
   iconv(cd, nullptr, nullptr, nullptr, nullptr);
