@@ -12,7 +12,8 @@
 //   same full length as the consumed form with an ample buffer;
 // - the UTF-16/UTF-8 helpers and their ReqLen forms agree the same way;
 // - the moving-pointer forms fail exactly when ICU's u_strToUTF8 and
-//   u_strFromUTF8 do, and otherwise report ICU's status and length.
+//   u_strFromUTF8 do, and otherwise report ICU's status, length and (when
+//   it fits) output, with the source pointer moved over all the input.
 #include <unicode/ucnv.h>
 #include <unicode/ustring.h>
 
@@ -167,6 +168,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   check(U_FAILURE(icuStatus) == U_FAILURE(ourStatus));
   if (U_SUCCESS(ourStatus) || ourStatus == U_BUFFER_OVERFLOW_ERROR) {
     check(icuStatus == ourStatus && icuLength == ourLength);
+    check(icuLength > capacity || memcmp(icuBytes.data(), ourBytes.data(), size_t(icuLength)) == 0);
+    check(unitsIn == units.data() + unitCount);
   }
   std::vector<UChar> icuUnits(size_t(capacity) + 1), ourUnits(size_t(capacity) + 1);
   icuStatus = ourStatus = U_ZERO_ERROR;
@@ -177,6 +180,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   check(U_FAILURE(icuStatus) == U_FAILURE(ourStatus));
   if (U_SUCCESS(ourStatus) || ourStatus == U_BUFFER_OVERFLOW_ERROR) {
     check(icuStatus == ourStatus && icuLength == ourLength);
+    check(icuLength > capacity ||
+          memcmp(icuUnits.data(), ourUnits.data(), size_t(icuLength) * sizeof(UChar)) == 0);
+    check(bytesIn == in.data() + n);
   }
   return 0;
 }
