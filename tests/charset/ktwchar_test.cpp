@@ -4,8 +4,10 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
+#include <atomic>
 #include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "charset/charconv.h"
@@ -138,6 +140,31 @@ class ConverterTest : public CharsetTest {
   int64_t written = -1;
   int64_t consumed = -1;
 };
+
+// Threads, each with its own converter (and its own ASCII memo), round trip
+// an ASCII and a non-ASCII text through Windows-31J, IBM037 and windows-1252 at once.
+TEST(ThreadsConverting, EachThreadsConverterRoundTripsItsTexts) {
+  const struct { int64_t codePage; std::string other; } pages[] = {
+      {2024, "\xE6\x97\xA5\xE6\x9C\xAC"}, {2028, "caf\xC3\xA9"}, {2252, "\xE2\x82\xAC 5"}};
+  std::vector<std::thread> threads;
+  std::atomic<int> wrong{0};
+  for (int t = 0; t < 6; ++t) {
+    threads.emplace_back([&, t] {
+      CharacterConverter converter;
+      char there[64], back[64];
+      int64_t n = 0, m = 0;
+      wrong += converter.initialize(4) != 0;
+      for (int round = 0; round < 300; ++round) {
+        const std::string text = round % 2 ? pages[t % 3].other : "plain ascii text";
+        converter.ktUTF8ToAnsi(there, sizeof there, text.data(), int64_t(text.size()), &n, pages[t % 3].codePage);
+        converter.ktAnsiToUTF8(back, sizeof back, there, n, &m, pages[t % 3].codePage);
+        wrong += std::string(back, size_t(m)) != text;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(0, wrong.load());
+}
 
 TEST_F(ConverterTest, AsciiFillingTheCapacityGetsNoTerminator) {
   memset(out, 'x', sizeof out);
