@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "foundation/ram.h"
+#include "foundation/ram_internal.h"
 #include "foundation/vxstr.h"
 #include "parser/vxpstate.h"
 
@@ -32,7 +33,7 @@ VXSIZE_T blobLength(const char* blob) {
 char* vxFlattenResources(const resourceElement* entries, uint16_t count) {
   VXSIZE_T size = VXSIZE_T(count) * 3 + 1;
   for (uint16_t i = 0; i < count; ++i) size += entries[i].text ? strlen(entries[i].text) : 0;
-  char* blob = static_cast<char*>(malloc(size));
+  char* blob = static_cast<char*>(ramAlloc(size));
   if (!blob) return nullptr;
   char* at = blob;
   for (uint16_t i = 0; i < count; ++i) {
@@ -59,7 +60,7 @@ unsigned VxKeywordList::init(const char* blob) {
   blob_ = nullptr;
   if (!blob) return 0;
   VXSIZE_T length = blobLength(blob);
-  blob_ = static_cast<char*>(malloc(length));
+  blob_ = static_cast<char*>(ramAlloc(length));
   if (!blob_) return 1;
   memcpy(blob_, blob, length);
   return 0;

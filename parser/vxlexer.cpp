@@ -13,8 +13,8 @@
 //  4. Anything else is classified: words through the keyword list,
 //     punctuation by its character, two-character operators one character
 //     at a time. The three characters "(+)" come as kinds 18, 17 and then
-//     18 again: the third character first gets 19, which is then
-//     overwritten by 18. That is intended and kept, since grammars written
+//     18 again (17 is the kind of "*", not of "+"; the third character
+//     first gets 19, which is then overwritten by 18). That is intended and kept, since grammars written
 //     for this engine rely on it.
 #include "parser/vxlexer.h"
 
@@ -216,11 +216,11 @@ unsigned VxLexer::classify(int16_t& kind, const char** text, int advance) {
   }
   if (type == VX_TOKEN_OUTER_JOIN || type >= 256) {
     assert(splitIndex_ < tokenLength());
-    unsigned char c = static_cast<unsigned char>(bytes[splitIndex_]);
-    int16_t charKind = vxCharacterKind(c);
-    // The closing parenthesis of "(+)" would be 19; it is reported as 18
+    int16_t charKind = vxCharacterKind(static_cast<unsigned char>(bytes[splitIndex_]));
+    // "(+)" has kinds of its own: 18, 17, then 19 overwritten by 18
     // (intended, see above).
-    if (type == VX_TOKEN_OUTER_JOIN && splitIndex_ == 2) charKind = 18;
+    static const int16_t kOuterJoinKinds[3] = {18, 17, 18};
+    if (type == VX_TOKEN_OUTER_JOIN) charKind = kOuterJoinKinds[splitIndex_];
     if (charKind < 0) return 1;
     unsigned status = deliver(charKind, bytes + splitIndex_, 1, kind, text);
     if (advance) ++splitIndex_;

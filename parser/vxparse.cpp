@@ -36,7 +36,6 @@
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 #include "foundation/ram.h"
 
@@ -326,15 +325,12 @@ VxParser::Failure VxParser::Run::walk(VxReduction*& root) {
 // one above the newest open position (the goal when none is open) inwards,
 // until FailProc asks to stop.
 void VxParser::Run::reportFailure() {
-  std::vector<VxParseStackNode*> inward;
-  for (VxParseStackNode* node = head_; node; node = node->getNext()) {
-    if (positions_ && node == positions_->getParseStackNode()) break;
-    inward.insert(inward.begin(), node);
-  }
   VxProduction* rules = parser_.grammar_->getFirstProduction();
-  for (VxParseStackNode* node : inward) {
+  VxParseStackNode* node = head_->getNodeBefore(positions_ ? positions_->getParseStackNode() : nullptr);
+  while (node) {
     int16_t number = node->getReduction();
     if (parser_.FailProc(kind_, text_, number, rules->numberToName(number), state_->getTransitionList())) return;
+    node = head_->getNodeBefore(node);
   }
 }
 

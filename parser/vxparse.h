@@ -9,7 +9,9 @@
 // While any choice is open no tree is built; when the rule holding the last
 // open choice completes, that stretch is replayed with the choices settled
 // and the tree is built then, so a choice that was tried and abandoned
-// leaves no node behind. The time can grow exponentially with the number of
+// leaves no node behind. A choice stands for good once the rule it was made
+// in is complete, so where one alternative is a prefix of another the longer
+// must come first. The time can grow exponentially with the number of
 // ambiguous choices that stay open together (see docs/PERFORMANCE.md).
 //
 // A driver derives from VxParser to build its own nodes (ReductProc) and to

@@ -16,6 +16,10 @@
 //    routes the token on). The chain stops at S itself and at any state
 //    already seen, so a group that can loop back without consuming a token
 //    adds no jump from S to S;
+//  - when an alternative can be passed over entirely at the end of the
+//    rule (its chain of jumps ends in a return), S that has no others
+//    transition gets a return too, so a rule made of an optional group can
+//    end at once;
 //  - finally a one-or-more group's L gets every transition of S and an
 //    others transition to K (a return when K is null), so after each pass
 //    the group may run again or be left.
@@ -31,7 +35,6 @@
 
 #include <cassert>
 #include <cstdlib>
-#include <vector>
 
 #include "foundation/ram.h"
 #include "foundation/vxstr.h"
@@ -240,6 +243,11 @@ unsigned VxParseState::processTopLevel(VxParseState* top, const VxBNFElement* al
     if (entry->transitions_ && entry->transitions_->copyListOthers(this, entry)) return 1;
     VxStateTransition* skip = entry->others_;
     if (skip && skip->getAction() == kActionJump && copyJumpChain(skip->getNextParseState())) return 1;
+    if (!others_ && endsRuleWhenSkipped(entry)) {
+      VxStateTransition* exit = newExit(nullptr);
+      if (!exit) return 1;
+      setOthersState(exit);
+    }
     VxBNFElement* next;
     alternative->getNextAlternation(next);
     alternative = next;
@@ -255,16 +263,37 @@ unsigned VxParseState::processTopLevel(VxParseState* top, const VxBNFElement* al
 
 // Copies into this state, as jumps to first, the transitions of every state
 // on the chain of others-jumps that starts at first.
+namespace {
+// The state an others-jump of s leads to, or null.
+VxParseState* jumpTarget(const VxParseState* s) {
+  VxStateTransition* skip = s->getOthersState();
+  return skip && skip->getAction() == kActionJump ? skip->getNextParseState() : nullptr;
+}
+}  // namespace
+
+// Whether the chain of others-jumps from entry ends in an others transition
+// that returns from the rule: the alternative can then be passed over
+// entirely and the rule end.
+bool VxParseState::endsRuleWhenSkipped(const VxParseState* entry) const {
+  const VxParseState* at = entry;
+  for (int steps = 0; at && steps < 64; ++steps) {
+    if (at->others_ && at->others_->getAction() == kActionReturn) return true;
+    if (at == this && steps > 0) return false;
+    at = jumpTarget(at);
+  }
+  return false;
+}
+
 unsigned VxParseState::copyJumpChain(VxParseState* first) {
-  std::vector<const VxParseState*> seen{this};
-  for (VxParseState* at = first; at;) {
-    for (const VxParseState* s : seen) {
-      if (s == at) return 0;
+  int length = 0;
+  for (VxParseState* at = first; at && at != this; at = jumpTarget(at), ++length) {
+    // A state met before on this chain closes a loop: stop there. Chains
+    // are short, so the walk from the start is cheaper than a visited set.
+    VxParseState* earlier = first;
+    for (int i = 0; i < length; ++i, earlier = jumpTarget(earlier)) {
+      if (earlier == at) return 0;
     }
-    seen.push_back(at);
     if (at->transitions_ && at->transitions_->copyListOthers(this, first)) return 1;
-    VxStateTransition* skip = at->others_;
-    at = skip && skip->getAction() == kActionJump ? skip->getNextParseState() : nullptr;
   }
   return 0;
 }

@@ -119,6 +119,7 @@ class VX_EXPORT VxParseState : public VxObject {
 
  private:
   unsigned copyJumpChain(VxParseState* first);
+  bool endsRuleWhenSkipped(const VxParseState* entry) const;
   unsigned newReturnState(VxParseState* top, VxParseState*& state);
 
   VxStateTransition* transitions_;
