@@ -261,8 +261,9 @@ int runParse(const std::vector<std::string>& args) {
 
 const VxToolCommand kParse{
     "parse",
-    "parse --grammar FILE --keywords FILE [--goal NAME] [--quotes CHARS] [--valid-first CHARS]\n"
-    "             [--valid-middle CHARS] [--valid CHARS] [TEXT | --batch]",
+    "parse --grammar FILE --keywords FILE [--goal NAME] [--quotes CHARS] [--valid-first CHARS] "
+    "[--valid-middle CHARS] [--valid CHARS] [TEXT]\n"
+    "parse --grammar FILE --keywords FILE [options] --batch",
     "Compiles the grammar (one rule per line: number, blanks, rule text) with the\n"
     "keyword list (number, blanks, word; '#' lines and empty lines skipped) and parses\n"
     "TEXT (standard input when omitted). Prints the tree, one node per line indented\n"
