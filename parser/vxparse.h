@@ -14,6 +14,16 @@
 // must come first. The time can grow exponentially with the number of
 // ambiguous choices that stay open together (see docs/PERFORMANCE.md).
 //
+// Quoted literals: the lexer delivers an opening quote (kind 40), the
+// tokens inside, and the closing quote (kind 40). The reserved name
+// "literal-quote-char" (a kind 40 transition) accepts any quote character;
+// a quote kind (9, 32, 33) accepts only its own character. The reserved
+// name "literal-contents" (kind 41) is taken only for the first token after
+// an opening quote, and then takes the literal's whole inside as one token;
+// anywhere else it is passed over as if it did not match. So
+//   string ::= literal-quote-char [ literal-contents ] literal-quote-char
+// accepts 'it''s' (contents it''s) and the empty literal ''.
+//
 // A driver derives from VxParser to build its own nodes (ReductProc) and to
 // report syntax errors (FailProc).
 //
