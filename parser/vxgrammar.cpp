@@ -139,18 +139,24 @@ VxBNFElement::VxBNFElement()
 VxBNFElement::~VxBNFElement() {
   free(tokenString_);
   delete contains_;
-  // The rest of both lists: every node reachable through next links, each
-  // deleted with its own links cleared so that the walk stays flat.
-  VxBNFElement* pending[2] = {nextSequential_, nextAlternation_};
-  for (VxBNFElement* rest : pending) {
-    while (rest) {
-      VxBNFElement* afterSequential = rest->nextSequential_;
-      VxBNFElement* afterAlternation = rest->nextAlternation_;
-      rest->nextSequential_ = rest->nextAlternation_ = nullptr;
-      delete afterAlternation;  // a node on a sequence starts no alternation of its own
-      delete rest;
-      rest = afterSequential;
+  // The rest of the sequence, then each later alternative with its own
+  // sequence, walked flat: a rule may have thousands of either. Each node
+  // is deleted with its links cleared; only a group's contents (bounded by
+  // the compiler's nesting limit) and an alternation hanging from inside a
+  // sequence, which the compiler never builds, recurse.
+  VxBNFElement* sequence = nextSequential_;
+  VxBNFElement* alternative = nextAlternation_;
+  nextSequential_ = nextAlternation_ = nullptr;
+  while (sequence || alternative) {
+    VxBNFElement* node = sequence;
+    if (!node) {
+      node = alternative;
+      alternative = node->nextAlternation_;
+      node->nextAlternation_ = nullptr;
     }
+    sequence = node->nextSequential_;
+    node->nextSequential_ = nullptr;
+    delete node;
   }
 }
 
