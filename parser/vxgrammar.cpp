@@ -49,20 +49,41 @@ char* vxFlattenResources(const resourceElement* entries, uint16_t count) {
 
 // ---- VxKeywordList ------------------------------------------------------
 
-VxKeywordList::VxKeywordList() : blob_(nullptr), caseSensitive_(0) {}
+VxKeywordList::VxKeywordList() : blob_(nullptr), entries_(nullptr), count_(0), caseSensitive_(0) {}
 
-VxKeywordList::VxKeywordList(const char* blob) : blob_(nullptr), caseSensitive_(0) { init(blob); }
+VxKeywordList::VxKeywordList(const char* blob) : VxKeywordList() { init(blob); }
 
-VxKeywordList::~VxKeywordList() { free(blob_); }
+VxKeywordList::~VxKeywordList() {
+  free(blob_);
+  free(entries_);
+}
 
 unsigned VxKeywordList::init(const char* blob) {
   free(blob_);
+  free(entries_);
   blob_ = nullptr;
+  entries_ = nullptr;
+  count_ = 0;
   if (!blob) return 0;
-  VXSIZE_T length = blobLength(blob);
+  VXSIZE_T length = blobLength(blob), count = 0;
+  for (const char* entry = blob; *entry != '\0'; entry += strlen(entry) + 3) ++count;
   blob_ = static_cast<char*>(ramAlloc(length));
-  if (!blob_) return 1;
+  entries_ = static_cast<Entry*>(ramAlloc(count * sizeof(Entry)));
+  if (!blob_ || !entries_) {
+    free(blob_);
+    free(entries_);
+    blob_ = nullptr;
+    entries_ = nullptr;
+    return 1;
+  }
   memcpy(blob_, blob, length);
+  for (const char* entry = blob_; *entry != '\0'; ++count_) {
+    Entry& e = entries_[count_];
+    e.offset = entry - blob_;
+    e.length = strlen(entry);
+    memcpy(&e.number, entry + e.length + 1, 2);
+    entry += e.length + 3;
+  }
   return 0;
 }
 
@@ -71,16 +92,15 @@ unsigned VxKeywordList::lookup(const char* word, int16_t& number) const {
 }
 
 unsigned VxKeywordList::lookup(const char* word, VXSIZE_T length, int16_t& number) const {
-  if (!blob_) return 1;
-  for (const char* entry = blob_; *entry != '\0';) {
-    VXSIZE_T entryLength = strlen(entry);
-    bool equal = caseSensitive_ ? strEqual(entry, entryLength, word, length)
-                                : strEqualCi(entry, entryLength, word, length);
+  for (VXSIZE_T i = 0; i < count_; ++i) {
+    const Entry& e = entries_[i];
+    const char* text = blob_ + e.offset;
+    if (e.length != length) continue;  // unequal either way
+    bool equal = caseSensitive_ ? memcmp(text, word, length) == 0 : strEqualCi(text, e.length, word, length);
     if (equal) {
-      memcpy(&number, entry + entryLength + 1, 2);
+      number = e.number;
       return 0;
     }
-    entry += entryLength + 3;
   }
   return 1;
 }

@@ -90,7 +90,17 @@ class VX_EXPORT VxKeywordList : public VxObject {
   int getCaseSensitiveCompare() const { return caseSensitive_; }
 
  private:
+  // Where each entry's text lies in the blob, so that a lookup compares
+  // lengths before bytes and never measures a text again.
+  struct Entry {
+    VXSIZE_T offset;
+    VXSIZE_T length;
+    int16_t number;
+  };
+
   char* blob_;  // owned copy, null when empty
+  Entry* entries_;
+  VXSIZE_T count_;
   int caseSensitive_;
 };
 
