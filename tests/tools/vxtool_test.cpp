@@ -53,9 +53,12 @@ ToolResult runTool(const std::vector<std::string>& args, const std::string& inpu
   return result;
 }
 
-// Replaces every "$D" with dir.
+// Replaces every "$D" with dir and every "$S" with the shipped SQL
+// grammar's path up to its extension.
 std::string expand(std::string text, const std::string& dir) {
   for (size_t at; (at = text.find("$D")) != std::string::npos;) text.replace(at, 2, dir);
+  const std::string sql = std::string(VX_TEST_SOURCE_DIR) + "/examples/sql/odbc-sql.";
+  for (size_t at; (at = text.find("$S")) != std::string::npos;) text.replace(at, 2, sql);
   return text;
 }
 
@@ -120,6 +123,18 @@ TEST_F(Vxtool, ArgumentsMessagesAndExitStatuses) {
       {{"like", "a", "b", "c"}, 2, "", "usage:"}, {{"like", "-x", "a", "b"}, 2, "", "usage:"},
       {{"like", "-e", "ab", "a", "b"}, 2, "", "usage:"}, {{"like", "-e"}, 2, "", "usage:"},
       {{"like", "--batch", "a", "b"}, 2, "", "usage:"},
+      // parse: the tree with two blanks per level, or the error on stderr.
+      {{"parse", "--grammar", "$Sgrammar", "--keywords", "$Skeywords", "--goal", "name", "\"My Col\""}, 0, "1039 name\n  40 \"\n  41 My Col\n  40 \"\n"},
+      {{"parse", "--grammar", "$Sgrammar", "--keywords", "$Skeywords", "--goal", "name"}, 0, "1039 name\n  2 abc\n", "", "abc"},
+      {{"parse", "--grammar", "$Sgrammar", "--keywords", "$Skeywords", "SELECT a FROM"}, 1, "", "vxtool parse: syntax error at end of text (token kind 1) in "
+       "rule 1004 select-core; expected: identifier \"\"\" \"(\" \"{\"\n"},
+      {{"parse", "--grammar", "$Sgrammar", "--keywords", "$Skeywords", "--batch"}, 0, "ok\nerror\n", "2 statements (1 ok, 1 errors) in ", "SELECT 1\nSELECT\n"},
+      {{"parse", "--grammar", "$Sgrammar", "--keywords", "$Skeywords", "--goal", "nope", "x"}, 1, "", "vxtool parse: the grammar has no rule named \"nope\"\n"},
+      {{"parse", "--grammar", "$D/odbc.ini", "--keywords", "$Skeywords", "x"}, 1, "", "$D/odbc.ini:1: expected a number, blanks and a text\n"},
+      {{"parse", "--grammar", "$D/only.ini", "--keywords", "$D/only.ini", "x"}, 1, "", "expected a number"},
+      {{"parse", "--grammar", "$D/none", "--keywords", "$Skeywords", "x"}, 1, "", "vxtool parse: cannot read $D/none: "},
+      {{"parse", "--grammar", "$Sgrammar", "--keywords", "$Skeywords", "x", "y"}, 2, "", "usage:\n  vxtool parse --grammar FILE"},
+      {{"parse", "x"}, 2, "", "usage:"},
       // message: the catalog text with parameters in order, a number
       // marker filled with a number, an unknown number as itself.
       {{"message", "1503"}, 0, "Out of memory.\n"},
