@@ -12,6 +12,7 @@
 #include <sys/time.h>
 
 #include <climits>
+#include <cstdio>
 #include <cstring>
 
 #include "net/neterror_internal.h"
@@ -101,7 +102,10 @@ int VxPipe::initSSL() {
           ? SSL_CTX_load_verify_locations(sslContext_, trustedRootsFilename_, nullptr)
           : SSL_CTX_set_default_verify_paths(sslContext_);
   if (rootsLoaded != 1) {
-    int status = failSecure(lastReason());
+    char reason[512];
+    snprintf(reason, sizeof reason, "trusted roots %s: %s",
+             trustedRootsFilename_ != nullptr ? trustedRootsFilename_ : "of the system", lastReason());
+    int status = failSecure(reason);
     resetSSL();
     return status;
   }

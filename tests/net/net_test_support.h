@@ -12,7 +12,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <functional>
+#include <sstream>
 #include <random>
 #include <string>
 
@@ -27,20 +29,14 @@ class LoopbackServer {
  public:
   explicit LoopbackServer(const std::function<void(int)>& serve) {
     int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in at{};
-    at.sin_family = AF_INET;
-    at.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in at{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
     socklen_t size = sizeof at;
     if (bind(listener, reinterpret_cast<sockaddr*>(&at), size) != 0 || listen(listener, 1) != 0 ||
         getsockname(listener, reinterpret_cast<sockaddr*>(&at), &size) != 0)
       abort();
     port = ntohs(at.sin_port);
-    child_ = fork();
-    if (child_ == 0) {
-      pollfd p{listener, POLLIN, 0};
-      if (poll(&p, 1, 5000) == 1) serve(accept(listener, nullptr, nullptr));
-      _exit(0);
-    }
+    pollfd p{listener, POLLIN, 0};
+    if ((child_ = fork()) == 0) _exit(poll(&p, 1, 5000) == 1 ? (serve(accept(listener, nullptr, nullptr)), 0) : 0);
     close(listener);
   }
   ~LoopbackServer() { waitpid(child_, nullptr, 0); }
@@ -59,11 +55,8 @@ inline std::string readToEnd(int fd) {
   return data;
 }
 inline void sendAll(int fd, const std::string& data) {
-  for (size_t at = 0; at < data.size();) {
-    ssize_t n = send(fd, data.data() + at, data.size() - at, MSG_NOSIGNAL);
-    if (n <= 0) return;
-    at += size_t(n);
-  }
+  for (ssize_t at = 0, n; at < ssize_t(data.size()); at += n)
+    if ((n = send(fd, data.data() + at, data.size() - size_t(at), MSG_NOSIGNAL)) <= 0) return;
 }
 inline void echoAll(int fd) { sendAll(fd, readToEnd(fd)); }
 // Closing with linger 0 resets the connection.
@@ -73,10 +66,27 @@ inline void resetConnection(int fd) {
   close(fd);
 }
 
+// Reads through read(buffer, size, &received) until a status other than
+// 0; *status gets it.
+template <typename Read>
+inline std::string readUntilEnd(Read read, int* status) {
+  std::string data;
+  char buffer[70000];
+  VXSIZE_T got;
+  while ((*status = read(buffer, sizeof buffer, &got)) == 0) data.append(buffer, got);
+  return data.append(buffer, got);
+}
+
 inline std::string randomBytes(std::mt19937& rng, size_t n) {
   std::string s(n, '\0');
   for (char& c : s) c = char(rng());
   return s;
+}
+
+inline std::string fileText(const std::string& name) {
+  std::ostringstream text;
+  text << std::ifstream(name, std::ios::binary).rdbuf();
+  return text.str();
 }
 
 // Each test reports into its own list and runs in a private temporary
@@ -85,10 +95,9 @@ class NetTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_EQ(0u, VxErrorKeeper::setErrorList(&errors_));
-    char pattern[] = "/tmp/vx_net_XXXXXX";
+    char pattern[] = "/tmp/vx_net_XXXXXX", *cwd = getcwd(nullptr, 0);
     ASSERT_NE(nullptr, mkdtemp(pattern));
     dir_ = pattern;
-    char* cwd = getcwd(nullptr, 0);
     home_ = cwd;
     free(cwd);
     ASSERT_EQ(0, chdir(dir_.c_str()));
@@ -98,17 +107,14 @@ class NetTest : public ::testing::Test {
     EXPECT_EQ(0, system(("rm -rf '" + dir_ + "'").c_str()));
     VxErrorKeeper::giveUpErrorList();
   }
-  // "NUMBER STATE" of the last record, "none" without one; clears the list.
+  // "NUMBER STATE" of the last record ("none" without one); clears the list.
   std::string lastError() {
     VxError* last = errors_.getCount() ? errors_.at(errors_.getCount() - 1) : nullptr;
     std::string text = last ? std::to_string(last->getErrorNumber()) + " " + last->getInterfaceCode() : "none";
     errors_.clearErrors();
     return text;
   }
-  // The text of the last record ("" without one).
-  std::string lastText() {
-    return errors_.getCount() ? errors_.at(errors_.getCount() - 1)->getErrorText() : "";
-  }
+  std::string lastText() { return errors_.getCount() ? errors_.at(errors_.getCount() - 1)->getErrorText() : ""; }
 
   VxErrorList errors_{nullptr, VxErrorList::kSupportMultipleErrors};
   std::string dir_, home_;
