@@ -93,8 +93,10 @@ uint32_t ConnectionVer() { return kVersion; }
 //     any local address and port;
 //  3. split the address; a malformed one records the address text itself
 //     as the failing call, with error 11;
-//  4. the host as a dotted address, else through the resolver;
+//  4. the host as a dotted address, else through the resolver (a failure
+//     there is recorded under the function name "MapHostNameToAddress");
 //  5. connect.
+// Every other failure is recorded under "ConnectionOpen".
 int ConnectionOpen(void* object, const char* address, int* error) {
   ConnectionObject* c = asConnection(object);
   memset(c, 0, sizeof *c);
@@ -137,9 +139,7 @@ int ConnectionOpen(void* object, const char* address, int* error) {
     int lookupError = 0;
     const char* failedCall = MapHostNameToAddress(c, host, &c->address, &lookupError);
     if (failedCall != nullptr) {
-      setError(c, lookupError, function, failedCall, error);
-      c->functionName = "MapHostNameToAddress";
-      snprintf(c->message, sizeof c->message, "%s (%s()).", c->functionName, failedCall);
+      setError(c, lookupError, "MapHostNameToAddress", failedCall, error);
       closeSocket(c);
       return 0;
     }
