@@ -7,6 +7,7 @@
 // a malformed one fails to open with error 11 and names itself as the
 // failing call. Well-formed addresses are never opened: that would reach
 // the resolver or the network.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -27,18 +28,28 @@ void check(bool promise) {
   if (!promise) abort();
 }
 
-// The trace files go to a private folder, removed at exit.
+// The trace files go to a private folder, removed at exit. The working
+// directory is that folder only while a trace is written, so that the
+// fuzzer's own relative paths keep their meaning.
 char folder[] = "/tmp/vx_nettrace_XXXXXX";
 void removeFolder() { rmdir(folder); }
-void enterPrivateFolder() {
-  static bool entered = false;
-  if (entered) return;
-  check(mkdtemp(folder) != nullptr && chdir(folder) == 0);
-  atexit(removeFolder);
-  entered = true;
-}
+class InPrivateFolder {
+ public:
+  InPrivateFolder() : home_(open(".", O_RDONLY | O_DIRECTORY)) {
+    static const bool made = mkdtemp(folder) != nullptr && atexit(removeFolder) == 0;
+    check(made && home_ >= 0 && chdir(folder) == 0);
+  }
+  ~InPrivateFolder() {
+    check(fchdir(home_) == 0);
+    close(home_);
+  }
+
+ private:
+  int home_;
+};
 
 std::string traceOf(bool pipe, bool reading, const uint8_t* data, size_t size) {
+  InPrivateFolder inFolder;
   VxPipe vxPipe;
   VxTCPIP vxTcp;
   check((pipe ? vxPipe.setLogging(true) : vxTcp.setLogging(true)) == 0);
@@ -103,7 +114,6 @@ void checkAddress(const uint8_t* data, size_t size) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
-  enterPrivateFolder();
   const uint8_t mode = data[0];
   if ((mode & 3) < 2)
     checkTrace((mode & 3) == 0, (mode & 4) != 0, data + 1, size - 1);
