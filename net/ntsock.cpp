@@ -87,79 +87,75 @@ int ConnectionObjectSize() { return kObjectSize; }
 
 uint32_t ConnectionVer() { return kVersion; }
 
-// The steps, each failure closing the socket made so far:
-//  1. clear the object (socket -1);
-//  2. a TCP socket whose close is abortive (linger on, time 0), bound to
-//     any local address and port;
-//  3. split the address; a malformed one records the address text itself
-//     as the failing call, with error 11;
-//  4. the host as a dotted address, else through the resolver (a failure
-//     there is recorded under the function name "MapHostNameToAddress");
-//  5. connect.
-// Every other failure is recorded under "ConnectionOpen".
-int ConnectionOpen(void* object, const char* address, int* error) {
-  ConnectionObject* c = asConnection(object);
-  memset(c, 0, sizeof *c);
-  c->socket = -1;
-  if (error != nullptr) *error = 0;
-  const char* function = "ConnectionOpen";
+namespace {
 
+constexpr const char* kOpenFunction = "ConnectionOpen";
+
+// A TCP socket whose close is abortive (linger on, time 0: closing it
+// resets the connection), bound to any local address and port.
+bool makeSocket(ConnectionObject* c, int* error) {
   c->socket = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
   if (c->socket < 0) {
-    setError(c, errno, function, "socket", error);
-    c->socket = -1;
-    return 0;
+    setError(c, errno, kOpenFunction, "socket", error);
+    return false;
   }
   linger abortive{1, 0};
   setsockopt(c->socket, SOL_SOCKET, SO_LINGER, &abortive, sizeof abortive);
   sockaddr_in local{};
   local.sin_family = AF_INET;
   if (bind(c->socket, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0) {
-    setError(c, errno, function, "bind", error);
-    closeSocket(c);
-    return 0;
+    setError(c, errno, kOpenFunction, "bind", error);
+    return false;
   }
+  return true;
+}
 
+// The server's address and port from "host,port". A malformed address
+// records the address text itself as the failing call, with error 11 (the
+// pointer to the caller's text is kept as the call name; the message holds
+// a copy). The host is tried as a dotted address first, then through the
+// resolver, whose failure is recorded under "MapHostNameToAddress".
+bool findServer(ConnectionObject* c, const char* address, int* error) {
   ConnectionAddressParts parts;
   if (address == nullptr || !splitConnectionAddress(address, &parts)) {
-    // The pointer to the caller's text is kept as the call name; the
-    // message holds a copy of it.
-    setError(c, kLibraryError, function, address != nullptr ? address : "", error);
-    closeSocket(c);
-    return 0;
+    setError(c, kLibraryError, kOpenFunction, address != nullptr ? address : "", error);
+    return false;
   }
   char host[kMaxHostLength + 1];
   memcpy(host, parts.host, parts.hostLength);
   host[parts.hostLength] = '\0';
-
-  in_addr_t dotted = inet_addr(host);
-  if (dotted != INADDR_NONE) {
-    c->address = dotted;
-  } else {
-    int lookupError = 0;
-    const char* failedCall = MapHostNameToAddress(c, host, &c->address, &lookupError);
-    if (failedCall != nullptr) {
-      setError(c, lookupError, "MapHostNameToAddress", failedCall, error);
-      closeSocket(c);
-      return 0;
-    }
-  }
   c->port = parts.port;
+  c->address = inet_addr(host);
+  if (c->address != INADDR_NONE) return true;
+  int lookupError = 0;
+  const char* failedCall = MapHostNameToAddress(c, host, &c->address, &lookupError);
+  if (failedCall == nullptr) return true;
+  setError(c, lookupError, "MapHostNameToAddress", failedCall, error);
+  return false;
+}
 
+bool connectToServer(ConnectionObject* c, int* error) {
   sockaddr_in server{};
   server.sin_family = AF_INET;
-  server.sin_port = htons(uint16_t(c->port));
+  server.sin_port = htons(uint16_t(c->port));  // the low 16 bits of the port field
   server.sin_addr.s_addr = c->address;
-  int rc;
-  do {
-    rc = connect(c->socket, reinterpret_cast<sockaddr*>(&server), sizeof server);
-  } while (rc != 0 && errno == EINTR);
-  if (rc != 0) {
-    setError(c, errno, function, "connect", error);
-    closeSocket(c);
-    return 0;
-  }
-  return 1;
+  if (connect(c->socket, reinterpret_cast<sockaddr*>(&server), sizeof server) == 0) return true;
+  setError(c, errno, kOpenFunction, "connect", error);
+  return false;
+}
+
+}  // namespace
+
+// Clears the object, then makes the socket, finds the server and connects.
+// A failure in any step closes the socket made so far.
+int ConnectionOpen(void* object, const char* address, int* error) {
+  ConnectionObject* c = asConnection(object);
+  memset(c, 0, sizeof *c);
+  c->socket = -1;
+  if (error != nullptr) *error = 0;
+  if (makeSocket(c, error) && findServer(c, address, error) && connectToServer(c, error)) return 1;
+  closeSocket(c);
+  return 0;
 }
 
 // The resolver's work buffer is 1,024 bytes. A "host not found" code that

@@ -38,6 +38,42 @@ void setReceiveTimeout(int socket, int seconds) {
   setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
 }
 
+// A client context for TLS 1.2 and later that verifies the server's chain
+// against the PEM roots file (the system's roots without one). Null, with
+// the reason written, when that fails.
+SSL_CTX* makeClientContext(const char* rootsFile, char* reason, size_t size) {
+  SSL_CTX* context = SSL_CTX_new(TLS_client_method());
+  if (context == nullptr) {
+    snprintf(reason, size, "%s", lastReason());
+    return nullptr;
+  }
+  SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION);
+  SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
+  const int loaded = rootsFile != nullptr ? SSL_CTX_load_verify_locations(context, rootsFile, nullptr)
+                                          : SSL_CTX_set_default_verify_paths(context);
+  if (loaded == 1) return context;
+  snprintf(reason, size, "trusted roots %s: %s", rootsFile != nullptr ? rootsFile : "of the system",
+           lastReason());
+  SSL_CTX_free(context);
+  return nullptr;
+}
+
+// A session on the socket that expects host: the host is sent as the
+// server name (unless it is a dotted address) and must match the
+// certificate, as a name or as an IP address. Null when OpenSSL refuses.
+SSL* makeSession(SSL_CTX* context, int socket, const char* host) {
+  SSL* ssl = SSL_new(context);
+  in_addr dotted;
+  bool ready = ssl != nullptr && SSL_set_fd(ssl, socket) == 1;
+  if (ready && inet_pton(AF_INET, host, &dotted) == 1)
+    ready = X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(ssl), host) == 1;
+  else if (ready)
+    ready = SSL_set_tlsext_host_name(ssl, host) == 1 && SSL_set1_host(ssl, host) == 1;
+  if (ready) return ssl;
+  SSL_free(ssl);
+  return nullptr;
+}
+
 // Writing to a connection the server has reset raises SIGPIPE, which would
 // end the driver's whole process. While the TLS layer writes, the signal
 // is blocked for the calling thread, and one it raised is taken back.
@@ -82,10 +118,9 @@ void VxPipe::resetSSL() {
   sslContext_ = nullptr;
 }
 
-// The handshake: a client context that accepts TLS 1.2 and later and
-// verifies the server's chain against the trusted roots; the host of the
-// address is sent as the server name (unless it is a dotted address) and
-// must match the certificate (as a name or as an IP address).
+// A session on the open connection, then the handshake, which may take as
+// long as one read waits. A failed certificate check is reported with its
+// reason; a server that does not answer in time is a time-out.
 int VxPipe::initSSL() {
   if (!open_) {
     addNetLibError(VX_NET_CONNECTION_LOST, 0);
@@ -93,34 +128,13 @@ int VxPipe::initSSL() {
   }
   if (ssl_ != nullptr) return VX_NET_SUCCESS;
   ERR_clear_error();
-  sslContext_ = SSL_CTX_new(TLS_client_method());
-  if (sslContext_ == nullptr) return failSecure(lastReason());
-  SSL_CTX_set_min_proto_version(sslContext_, TLS1_2_VERSION);
-  SSL_CTX_set_verify(sslContext_, SSL_VERIFY_PEER, nullptr);
-  const int rootsLoaded =
-      trustedRootsFilename_ != nullptr
-          ? SSL_CTX_load_verify_locations(sslContext_, trustedRootsFilename_, nullptr)
-          : SSL_CTX_set_default_verify_paths(sslContext_);
-  if (rootsLoaded != 1) {
-    char reason[512];
-    snprintf(reason, sizeof reason, "trusted roots %s: %s",
-             trustedRootsFilename_ != nullptr ? trustedRootsFilename_ : "of the system", lastReason());
-    int status = failSecure(reason);
-    resetSSL();
-    return status;
-  }
-
-  ssl_ = SSL_new(sslContext_);
   const int socket = static_cast<ConnectionObject*>(connection_)->socket;
-  in_addr dotted;
-  const bool isAddress = inet_pton(AF_INET, peerHost_, &dotted) == 1;
-  bool ready = ssl_ != nullptr && SSL_set_fd(ssl_, socket) == 1;
-  if (ready && isAddress)
-    ready = X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(ssl_), peerHost_) == 1;
-  else if (ready)
-    ready = SSL_set_tlsext_host_name(ssl_, peerHost_) == 1 && SSL_set1_host(ssl_, peerHost_) == 1;
-  if (!ready) {
-    int status = failSecure(lastReason());
+  char reason[512];
+  sslContext_ = makeClientContext(trustedRootsFilename_, reason, sizeof reason);
+  if (sslContext_ == nullptr) return failSecure(reason);
+  ssl_ = makeSession(sslContext_, socket, peerHost_);
+  if (ssl_ == nullptr) {
+    const int status = failSecure(lastReason());
     resetSSL();
     return status;
   }
