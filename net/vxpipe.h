@@ -80,8 +80,9 @@ class VX_EXPORT VxPipe : public VxObject {
   void setReportErrors(bool on) { reportErrors_ = on ? 1 : 0; }
 
   // Connects to address ("host,port"): 0, or -1 (7508 without an address,
-  // 7505 when the connection fails, 7509 when the handshake asked for by
-  // setSSL fails).
+  // 7505 when the connection fails), or what initSSL returns when the
+  // handshake asked for by setSSL fails (the pipe is then closed again).
+  // An open pipe is reset first.
   int openPipe(const char* address);
   // Closes the connection and frees the connection object: 0, or -1 with
   // 7500 when closing failed.
