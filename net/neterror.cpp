@@ -1,4 +1,6 @@
 // The transport's error records.
+#include <errno.h>
+
 #include <cstdio>
 
 #include "foundation/msgtext_internal.h"
@@ -34,6 +36,20 @@ void addNetStatusError(int status, int native) {
     case VX_NET_CONNECTION_LOST: addNetError(kErrConnectionLost); break;
     case VX_NET_REFUSED: addNetError(kErrNetRefused); break;
     default: break;
+  }
+}
+
+int statusOfSystemError(int err) {
+  switch (err) {
+    case ECONNRESET:
+    case EPIPE:
+    case EAGAIN:
+      return VX_NET_CONNECTION_LOST;
+    case ETIMEDOUT:
+    case ETIME:
+      return VX_NET_TIMEOUT;
+    default:
+      return VX_NET_FAILURE;
   }
 }
 

@@ -15,6 +15,12 @@ VxError& addNetError(uint16_t number);
 // statuses file nothing.
 void addNetStatusError(int status, int native);
 
+// The status a system error number stands for after a transfer: the
+// connection is lost on 104 (reset), 32 (broken pipe) and 11 (try again,
+// which a send of nothing is taken as); 110 and 62 (timed out, timer
+// expired) are a time-out; anything else is a network failure.
+int statusOfSystemError(int err);
+
 // Files message 7505 (the connection could not be opened) with native
 // error 21, and appends the connection functions' message when given.
 void addOpenFailure(const char* detail);

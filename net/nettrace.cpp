@@ -4,9 +4,11 @@
 #include <unistd.h>
 
 #include <cassert>
+#include <climits>
 #include <cstring>
 
 #include "charset/ebcdic.h"
+#include "foundation/vxerror.h"
 #include "net/nettrace_internal.h"
 
 namespace {
@@ -47,10 +49,10 @@ size_t formatRow(char* row, const uint8_t* data, size_t present) {
   return kRowLength;
 }
 
-}  // namespace
-
-FILE* openNextTraceFile(int* number) {
-  for (int n = 0; n >= 0; ++n) {
+// Creates the first of "0.out", "1.out", ... that does not exist yet;
+// null when that fails for another reason than an existing file.
+FILE* openNextTraceFile() {
+  for (int n = 0; n < INT_MAX; ++n) {
     char name[24];
     snprintf(name, sizeof name, "%d.out", n);
     int fd = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
@@ -63,15 +65,25 @@ FILE* openNextTraceFile(int* number) {
       close(fd);
       return nullptr;
     }
-    *number = n;
     return file;
   }
   errno = EEXIST;
   return nullptr;
 }
 
-size_t traceBodyLength(size_t length) {
-  return sizeof kColumnHeading - 1 + (length / kRowBytes + 1) * kRowLength + 1;
+}  // namespace
+
+unsigned switchTraceFile(FILE** file, bool on, bool report) {
+  if (!on) {
+    if (*file != nullptr) fclose(*file);
+    *file = nullptr;
+    return 0;
+  }
+  if (*file != nullptr) return 0;
+  *file = openNextTraceFile();
+  if (*file != nullptr) return 0;
+  if (report) addError(kErrCannotOpen) << "N.out";
+  return 1;
 }
 
 // Rows go on while a row's start offset is not past the length, so a

@@ -47,22 +47,9 @@ void VxPipe::setProtocol(VxProtocolType type) {
 }
 
 unsigned VxPipe::setLogging(bool on) {
-  if (!on) {
-    if (traceFile_ != nullptr) fclose(traceFile_);
-    traceFile_ = nullptr;
-    tracing_ = 0;
-    return 0;
-  }
-  if (traceFile_ == nullptr) {
-    int number = 0;
-    traceFile_ = openNextTraceFile(&number);
-    if (traceFile_ == nullptr) {
-      if (reportErrors_) addError(kErrCannotOpen) << "N.out";
-      return 1;
-    }
-  }
-  tracing_ = 1;
-  return 0;
+  const unsigned status = switchTraceFile(&traceFile_, on, reportErrors_ != 0);
+  tracing_ = traceFile_ != nullptr ? 1 : 0;
+  return status;
 }
 
 unsigned VxPipe::setTrustedRootsFilename(const char* name) {
@@ -96,21 +83,12 @@ void VxPipe::addNetLibError(int status, int native) {
   if (reportErrors_) addNetStatusError(status, native);
 }
 
+// A time-out files nothing; a lost connection closes the transport.
 int VxPipe::statusForError(int err) {
-  switch (err) {
-    case ECONNRESET:
-    case EPIPE:
-    case EAGAIN:
-      addNetLibError(VX_NET_CONNECTION_LOST, err);
-      open_ = 0;
-      return VX_NET_CONNECTION_LOST;
-    case ETIMEDOUT:
-    case ETIME:
-      return VX_NET_TIMEOUT;
-    default:
-      addNetLibError(VX_NET_FAILURE, err);
-      return VX_NET_FAILURE;
-  }
+  const int status = statusOfSystemError(err);
+  if (status == VX_NET_CONNECTION_LOST) open_ = 0;
+  if (status != VX_NET_TIMEOUT) addNetLibError(status, err);
+  return status;
 }
 
 int VxPipe::openPipe(const char* address) {
