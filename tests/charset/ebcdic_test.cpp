@@ -13,22 +13,23 @@
 namespace {
 
 TEST(EbcdicToAscii, AgreesWithTheUsEbcdicCodePage) {
-  iconv_t ebcdic = iconv_open("UTF-8", "IBM037");
+  iconv_t ebcdic = iconv_open("UTF-32LE", "IBM037");
   if (ebcdic == iconv_t(-1)) GTEST_SKIP() << "no IBM037 converter";
+  char bytes[256];
+  uint32_t characters[256];
+  for (int byte = 0; byte < 256; ++byte) bytes[byte] = char(byte);
+  char *from = bytes, *to = reinterpret_cast<char*>(characters);
+  size_t fromLeft = sizeof bytes, toLeft = sizeof characters;
+  ASSERT_NE(size_t(-1), iconv(ebcdic, &from, &fromLeft, &to, &toLeft));
+  iconv_close(ebcdic);
   std::string shown;
   for (int byte = 0; byte < 256; ++byte) {
-    char in = char(byte), out[8] = {};
-    char* from = &in;
-    char* to = out;
-    size_t inLeft = 1, outLeft = sizeof out;
-    ASSERT_NE(size_t(-1), iconv(ebcdic, &from, &inLeft, &to, &outLeft));
     const uint8_t reading = VxEbcdicToAscii(uint8_t(byte));
-    if (reading == '.') continue;
-    shown += char(reading);
-    if (byte == 0xB9) EXPECT_EQ('`', reading);  // deliberate: not IBM037's character
-    else EXPECT_EQ(std::string(1, char(reading)), std::string(out, size_t(to - out))) << "byte " << byte;
+    if (reading != '.') shown += char(reading);
+    EXPECT_TRUE(reading == '.' || byte == 0xB9 || reading == characters[byte]) << "byte " << byte;
   }
-  iconv_close(ebcdic);
+  // 0xB9 reads as the grave accent, deliberately: IBM037 has another
+  // character there.
   EXPECT_EQ(" <(+|&!$*);-/,%_>?:#@'=\"abcdefghijklmnopqrstuvwxyz`ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789", shown);
 }
 
