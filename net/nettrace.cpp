@@ -5,7 +5,6 @@
 
 #include <cassert>
 #include <climits>
-#include <cstring>
 
 #include "charset/ebcdic.h"
 #include "foundation/vxerror.h"
