@@ -18,6 +18,7 @@
 constexpr uint16_t kErrCannotDelete = 1502;           // file could not be deleted (name)
 constexpr uint16_t kErrOutOfMemory = 1503;            // out of memory
 constexpr uint16_t kErrCannotChangeDirectory = 1504;  // working directory not changed (path)
+constexpr uint16_t kErrCannotOpen = 1505;             // file could not be opened (name)
 constexpr uint16_t kErrDiskFull = 1506;               // nothing could be written (name)
 constexpr uint16_t kErrInvalidFileHandle = 1507;      // invalid file handle
 constexpr uint16_t kErrAccessDenied = 1508;           // access denied or read past end (name)
@@ -48,6 +49,17 @@ constexpr uint16_t kErrCharacterSubstituted = 2736;   // a character had no mapp
 constexpr uint16_t kErrConversionFailed = 2737;       // the conversion failed
 constexpr uint16_t kErrConversionTableInvalid = 2738; // the conversion table is not valid
 constexpr uint16_t kErrConverterNotFound = 2739;      // no converter (appended: number or name)
+// Network transport; every record carries SQLSTATE "08S01".
+constexpr uint16_t kErrNetwork = 7500;                // network failure (appended: error number)
+constexpr uint16_t kErrNetTimeout = 7501;             // network operation timed out
+constexpr uint16_t kErrNetSecondTimeout = 7502;       // read timed out a second time
+constexpr uint16_t kErrConnectionLost = 7503;         // connection lost or not open
+constexpr uint16_t kErrNetRefused = 7504;             // operation refused by the server
+constexpr uint16_t kErrCannotConnect = 7505;          // connection could not be opened
+constexpr uint16_t kErrBadNetAddress = 7506;          // address not valid (address)
+constexpr uint16_t kErrHostNotFound = 7507;           // host not found (host)
+constexpr uint16_t kErrNoNetAddress = 7508;           // no address given
+constexpr uint16_t kErrSecureConnection = 7509;       // secure connection failed (reason)
 
 // Operating-system messages in the 30000 range.
 constexpr uint16_t kErrAccessDeniedByName = 30040;    // access denied (name)

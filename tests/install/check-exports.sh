@@ -12,7 +12,7 @@ prefixes='Vx|vx|str|mem|BUT|but|bos|kt|ucnv|bvm|mds|Connection|XPst|CharacterCon
 # Exported names outside those families.
 others='AFGlobalWorld AFPU8 BOS_RUNTIME_DEBUG BOS_VXSEMAPHORE_INFO CloseStrings DummyError
 GetPrivateProfileInt GetPrivateProfileString InstallDirLocation LoadString LoadStringFromOpenFile
-LowerText MDS_PER_TASK_GLOBALS MemoryError OpenStrings Operators OperatorInfo SemArray UpperText
+LowerText MapHostNameToAddress MDS_PER_TASK_GLOBALS MemoryError OpenStrings Operators OperatorInfo SemArray UpperText
 WritePrivateProfileString addDatabaseError addError addWarning alignOnByteBoundary appendPath
 appendTextToErrorAtPos appendTextToLastError atomicTaskExchange atomicThreadExchange bitcheck bitset
 convert convertFloat countDBLibInits decrypt dehexify dehexifyHuge encrypt fastMemCopy floatCompare

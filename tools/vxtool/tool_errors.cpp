@@ -15,7 +15,9 @@ int ToolErrorList::print(FILE* out) {
   int lines = 0;
   for (VXSIZE_T i = 0; i < list_.getCount(); ++i, ++lines) {
     VxError* e = list_.at(i);
-    fprintf(out, "%s %u: %s\n", e->isWarning() ? "warning" : "error", unsigned(e->getErrorNumber()),
+    const char* state = e->getInterfaceCode();
+    fprintf(out, "%s %u%s%s%s: %s\n", e->isWarning() ? "warning" : "error",
+            unsigned(e->getErrorNumber()), *state ? " (" : "", state, *state ? ")" : "",
             e->getErrorText());
   }
   if (list_.isOutOfMemory()) {

@@ -7,6 +7,9 @@
 //
 //   error 2701: The number 99999999999999999999 is out of range.
 //   warning 2735: String data, right truncated.
+//   error 7503 (08S01): The connection was lost or is not open.
+//
+// A record that carries an SQLSTATE shows it in parentheses.
 //
 //   int runThing(const std::vector<std::string>& args) {
 //     ToolErrorList errors;
@@ -33,8 +36,9 @@ class ToolErrorList {
   ToolErrorList& operator=(const ToolErrorList&) = delete;
 
   // Writes every record as "error NNNN: TEXT" ("warning NNNN: TEXT" for a
-  // warning) to out, in the order filed, then clears the list. Returns the
-  // number of lines written.
+  // warning, "error NNNN (SQLSTATE): TEXT" when it carries one) to out, in
+  // the order filed, then clears the list. Returns the number of lines
+  // written.
   int print(FILE* out = stderr);
   // print() on standard error, then the failure exit status 1.
   int fail();
