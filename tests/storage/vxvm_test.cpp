@@ -1,0 +1,226 @@
+#include "storage/vxvm.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <list>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "foundation/vxerror.h"
+
+namespace {
+
+// A pool of `chunks` chunks and a fresh scratch file of `blocks` blocks of
+// random bytes; the pool's reference and the file go at the end.
+class BlockPoolTest : public ::testing::Test {
+ protected:
+  void open(uint16_t chunks, uint32_t blocks) {
+    ASSERT_EQ(0u, VxErrorKeeper::setErrorList(&errors));
+    char name[] = "/tmp/vxvm_test_XXXXXX";
+    file = mkstemp(name);
+    ASSERT_GE(file, 0);
+    unlink(name);
+    std::mt19937 random(7);
+    content.resize(size_t(blocks) * BVM_BLOCK_SIZE);
+    for (char& c : content) c = char(random());
+    ASSERT_EQ(ssize_t(content.size()), pwrite(file, content.data(), content.size(), 0));
+    pool = bvmInit(chunks);
+    ASSERT_NE(nullptr, pool);
+  }
+  void TearDown() override {
+    if (pool != nullptr) bvmTerm(pool);
+    if (file >= 0) close(file);
+    VxErrorKeeper::giveUpErrorList();
+  }
+  // Maps a block (loading it); true when it was already cached.
+  bool touch(uint16_t block) {
+    bool cached = isCached(block);
+    bvmBlock* descriptor = nullptr;
+    char* memory = nullptr;
+    EXPECT_EQ(0u, bvmmap(pool, file, block, &descriptor, &memory, 1, 0));
+    EXPECT_NE(nullptr, memory);
+    return cached;
+  }
+  bool isCached(uint16_t block) {
+    bvmBlock* descriptor = nullptr;
+    char* memory = nullptr;
+    EXPECT_EQ(0u, bvmmap(pool, file, block, &descriptor, &memory, 0, 0));
+    return memory != nullptr;
+  }
+  // The stamp of a cached block, found without an access.
+  uint16_t stampOf(uint16_t block) {
+    for (uint16_t i = pool->buckets[bvmhash(file, block)]; i != BVM_NONE; i = pool->descriptors[i].next)
+      if (pool->descriptors[i].block == block && pool->descriptors[i].file == file) return pool->descriptors[i].lastUse;
+    ADD_FAILURE() << "block " << block << " is not cached";
+    return 0;
+  }
+  std::vector<char> preadAll() {
+    std::vector<char> out(size_t(lseek(file, 0, SEEK_END)));
+    EXPECT_EQ(ssize_t(out.size()), pread(file, out.data(), out.size(), 0));
+    return out;
+  }
+
+  VxErrorList errors{nullptr, VxErrorList::kSupportMultipleErrors};
+  bvmPool* pool = nullptr;
+  int file = -1;
+  std::vector<char> content;
+};
+
+TEST(BlockPoolHash, BucketsOfTheTable) {
+  EXPECT_EQ(13, bvmhash(0, 0));
+  EXPECT_EQ(42, bvmhash(5, 1));
+  EXPECT_EQ((15 + 59 * 65536) % 97, bvmhash(15, 65535));
+  EXPECT_EQ((16 + 13 * 3) % 97, bvmhash(16, 2));
+}
+
+TEST_F(BlockPoolTest, PoolIsSharedAndCountsReferences) {
+  open(2, 1);
+  bvmPool* again = bvmInit(50);
+  EXPECT_EQ(pool, again);
+  EXPECT_EQ(16u, pool->maxBlocks);
+  EXPECT_EQ(2u, pool->references);
+  bvmTerm(again);
+  EXPECT_EQ(1u, pool->references);
+}
+
+// Every access of a random sequence leaves exactly the blocks that a
+// least-recently-used model of the same capacity holds.
+TEST_F(BlockPoolTest, EvictsExactlyTheLeastRecentlyUsedBlock) {
+  for (uint16_t chunks : {1, 2}) {
+    open(chunks, 40);
+    const size_t capacity = size_t(chunks) * 8;
+    std::list<uint16_t> model;  // most recent first
+    std::mt19937 random(11 + chunks);
+    for (int step = 0; step < 3000; ++step) {
+      uint16_t block = uint16_t(random() % (step % 2 ? 12 : 40));
+      auto it = std::find(model.begin(), model.end(), block);
+      ASSERT_EQ(it != model.end(), touch(block)) << "seed " << 11 + chunks << " step " << step;
+      if (it != model.end()) model.erase(it);
+      model.push_front(block);
+      if (model.size() > capacity) model.pop_back();
+    }
+    for (uint16_t block = 0; block < 40; ++block)
+      EXPECT_EQ(std::count(model.begin(), model.end(), block) == 1, isCached(block)) << block;
+    EXPECT_EQ(capacity, size_t(pool->blocksCreated));
+    TearDown();
+    pool = nullptr;
+    close(file);
+    file = -1;
+  }
+}
+
+TEST_F(BlockPoolTest, HintOneRefusesToEvictAndReadStillServes) {
+  open(1, 10);
+  for (uint16_t b = 0; b < 8; ++b) touch(b);
+  bvmBlock* descriptor = nullptr;
+  char* memory = reinterpret_cast<char*>(1);
+  EXPECT_EQ(0u, bvmmap(pool, file, 9, &descriptor, &memory, 1, 1));
+  EXPECT_EQ(nullptr, memory);
+  for (uint16_t b = 0; b < 8; ++b) EXPECT_TRUE(isCached(b));
+  std::vector<char> out(100);
+  VXSIZE_T got = 0;
+  EXPECT_EQ(0u, bvmFileRead(pool, file, 9 * BVM_BLOCK_SIZE + 5, out.data(), 100, &got, 1));
+  EXPECT_EQ(100u, got);
+  EXPECT_TRUE(std::equal(out.begin(), out.end(), content.begin() + 9 * BVM_BLOCK_SIZE + 5));
+  EXPECT_FALSE(isCached(9));
+}
+
+// The rows: past the end of the file, writes that do not load, flushing
+// and closing, and the two kinds of ageing of the use clock.
+TEST_F(BlockPoolTest, EdgesOfLookupWriteAndAgeing) {
+  open(1, 8);
+  bvmBlock* descriptor = nullptr;
+  char* memory = nullptr;
+  EXPECT_EQ(0u, bvmmap(pool, file, 8, &descriptor, &memory, 1, 0));
+  EXPECT_EQ(nullptr, memory);
+  EXPECT_EQ(0u, errors.getCount());
+  EXPECT_EQ(BVM_NONE, pool->buckets[bvmhash(file, 8)]);
+
+  EXPECT_EQ(0u, bvmFileWrite(pool, file, 10, "abc", 3));
+  EXPECT_FALSE(isCached(0));
+  touch(7);
+  EXPECT_EQ(0u, bvmFileWrite(pool, file, 8 * BVM_BLOCK_SIZE - 1, "xyz", 3));
+  EXPECT_FALSE(isCached(8));
+  VXSIZE_T got = 0;
+  char tail[8] = {};
+  EXPECT_EQ(0u, bvmFileRead(pool, file, 8 * BVM_BLOCK_SIZE - 2, tail, 8, &got, 0));
+  EXPECT_EQ(std::string(1, content[8 * BVM_BLOCK_SIZE - 2]) + "xyz", std::string(tail, got));
+
+  EXPECT_EQ(0u, bvmFlush(pool, file));
+  EXPECT_FALSE(isCached(7));
+  EXPECT_EQ(0u, bvmFlush(pool, file));
+
+  for (uint16_t b = 0; b < 3; ++b) touch(b);
+  pool->useClock = 65534;
+  EXPECT_EQ(0u, bvmmap(pool, file, 0, &descriptor, &memory, 0, 0));
+  EXPECT_EQ(32767u, pool->useClock);
+  EXPECT_EQ(32767u, stampOf(0));
+
+  // Deliberate: above 40000 an eviction halves the stamps it scans but
+  // not the clock.
+  for (uint16_t b = 3; b < 8; ++b) touch(b);
+  EXPECT_EQ(0u, bvmFileWrite(pool, file, 9 * BVM_BLOCK_SIZE, "z", 1));
+  pool->useClock = 40001;
+  EXPECT_EQ(0u, bvmmap(pool, file, 9, &descriptor, &memory, 1, 0));
+  EXPECT_EQ(1u, descriptor->validBytes);
+  EXPECT_EQ(40002u, pool->useClock);
+  EXPECT_EQ(40001u, stampOf(9));
+  EXPECT_EQ(16383u, stampOf(0));
+  EXPECT_FALSE(isCached(1));
+  EXPECT_TRUE(isCached(2));
+  int handle = dup(file);
+  EXPECT_EQ(0u, bvmFileClose(pool, handle));
+  EXPECT_EQ(-1, fcntl(handle, F_GETFD));
+}
+
+// Four threads write and read stripes of 1000 bytes (so every block is
+// shared by several threads) through one small pool: each read must give
+// the thread's own latest bytes, and at the end the whole file read
+// through the pool must equal what pread sees and what the writers wrote.
+TEST_F(BlockPoolTest, ThreadsSharePoolAgainstPread) {
+  open(2, 40);
+  const size_t stripe = 1000, size = content.size();
+  std::vector<char> merged(content);
+  auto worker = [&](unsigned self) {
+    std::mt19937 random(100 + self);
+    std::vector<char> model(content);
+    for (int op = 0; op < 1500; ++op) {
+      size_t first = (random() % (size / stripe / 4)) * 4 * stripe + self * stripe;
+      size_t offset = first + random() % stripe;
+      size_t length = 1 + random() % (first + stripe - offset);
+      if (offset + length > size) continue;
+      if (random() % 2) {
+        std::vector<char> data(length);
+        for (char& c : data) c = char(random());
+        ASSERT_EQ(0u, bvmFileWrite(pool, file, offset, data.data(), length));
+        std::copy(data.begin(), data.end(), model.begin() + offset);
+      } else {
+        std::vector<char> out(length);
+        VXSIZE_T got = 0;
+        ASSERT_EQ(0u, bvmFileRead(pool, file, offset, out.data(), length, &got, op % 3 == 0));
+        ASSERT_EQ(length, got);
+        ASSERT_TRUE(std::equal(out.begin(), out.end(), model.begin() + offset))
+            << "seed " << 100 + self << " op " << op;
+      }
+    }
+    for (size_t at = self * stripe; at < size; at += 4 * stripe)
+      std::copy(model.begin() + at, model.begin() + std::min(size, at + stripe), merged.begin() + at);
+  };
+  std::vector<std::thread> threads;
+  for (unsigned t = 0; t < 4; ++t) threads.emplace_back(worker, t);
+  for (std::thread& t : threads) t.join();
+  std::vector<char> whole(size + 100);
+  VXSIZE_T got = 0;
+  EXPECT_EQ(0u, bvmFileRead(pool, file, 0, whole.data(), whole.size(), &got, 0));
+  whole.resize(got);
+  EXPECT_EQ(preadAll(), whole);
+  EXPECT_EQ(merged, whole);
+}
+
+}  // namespace
