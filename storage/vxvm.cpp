@@ -11,6 +11,7 @@
 #include "bos/bos.h"
 #include "bos/bosfile.h"
 #include "bos/mdsint.h"
+#include "foundation/ram_internal.h"
 #include "foundation/vxerror.h"
 
 namespace {
@@ -50,7 +51,7 @@ bvmBlock* findCached(bvmPool* pool, int32_t file, uint16_t block) {
 // list, lowest number on top. 1 (error 1503) when memory is short.
 uint16_t addChunk(bvmPool* pool) {
   uint16_t first = pool->blocksCreated;
-  char* memory = static_cast<char*>(malloc(kChunkBytes));
+  char* memory = static_cast<char*>(ramAlloc(kChunkBytes));
   if (memory == nullptr) {
     addError(kErrOutOfMemory);
     return 1;
@@ -206,8 +207,8 @@ bvmPool* bvmInit(uint16_t chunks) {
     // number is.
     pool->maxBlocks = uint16_t(uint32_t(chunks) * BVM_BLOCKS_PER_CHUNK);
     for (uint16_t& head : pool->buckets) head = BVM_NONE;
-    pool->descriptors = static_cast<bvmBlock*>(calloc(pool->maxBlocks + 1u, sizeof(bvmBlock)));
-    pool->chunks = static_cast<char**>(calloc(pool->maxBlocks / BVM_BLOCKS_PER_CHUNK + 1u,
+    pool->descriptors = static_cast<bvmBlock*>(ramAllocZeroed((pool->maxBlocks + 1u) * sizeof(bvmBlock)));
+    pool->chunks = static_cast<char**>(ramAllocZeroed((pool->maxBlocks / BVM_BLOCKS_PER_CHUNK + 1u) *
                                               sizeof(char*)));
     if (pool->descriptors == nullptr || pool->chunks == nullptr) {
       delete pool;

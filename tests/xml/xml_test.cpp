@@ -1,0 +1,354 @@
+#include <unicode/ucnv.h>
+#include <unicode/ustring.h>
+
+#include <cinttypes>
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "foundation/ram_internal.h"
+#include "xml/basexml.h"
+#include "xml_support.h"
+
+namespace {
+
+// The columns of the round-trip result set, as "NAME" + C type.
+const XML_PERSIST_COL_DESC kColumns[] = {
+    {"ID", SQL_INTEGER, 10, 0, SQL_NO_NULLS, 0, SQL_C_SLONG},
+    {"NAME", SQL_VARCHAR, 40, 0, SQL_NULLABLE, 0, SQL_C_CHAR},
+    {"WIDE NAME", SQL_WVARCHAR, 40, 0, SQL_NULLABLE, 0, SQL_C_WCHAR},
+    {"AMOUNT", SQL_DECIMAL, 15, 2, SQL_NULLABLE, 0, SQL_C_CHAR},
+    {"FLAG", SQL_BIT, 1, 0, SQL_NULLABLE, 0, SQL_C_BIT},
+    {"BIG", SQL_BIGINT, 20, 0, SQL_NULLABLE, 1, SQL_C_UBIGINT},
+    {"RATIO", SQL_DOUBLE, 15, 0, SQL_NULLABLE, 0, SQL_C_DOUBLE},
+    {"DAY", SQL_TYPE_DATE, 10, 0, SQL_NULLABLE, 0, SQL_C_TYPE_DATE},
+    {"AT", SQL_TYPE_TIMESTAMP, 19, 0, SQL_NULLABLE, 0, SQL_C_TYPE_TIMESTAMP},
+    {"BLOB", SQL_VARBINARY, 16, 0, SQL_NULLABLE, 0, SQL_C_BINARY},
+    {"NOTE", SQL_LONGVARCHAR, 0, 0, SQL_NULLABLE, 0, SQL_C_CHAR}};
+constexpr int kColumnCount = sizeof kColumns / sizeof kColumns[0];
+
+std::string toUtf8(const std::u16string& s) {
+  std::string out(s.size() * 3 + 1, 0);
+  int32_t n = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  u_strToUTF8(&out[0], int32_t(out.size()), &n, reinterpret_cast<const UChar*>(s.data()),
+              int32_t(s.size()), &status);
+  out.resize(size_t(n));
+  return out;
+}
+
+std::string encode(const char* codePage, const std::u16string& s) {
+  UErrorCode status = U_ZERO_ERROR;
+  UConverter* converter = ucnv_open(codePage, &status);
+  std::string out(s.size() * 4 + 4, 0);
+  int32_t n = ucnv_fromUChars(converter, &out[0], int32_t(out.size()),
+                              reinterpret_cast<const UChar*>(s.data()), int32_t(s.size()), &status);
+  ucnv_close(converter);
+  EXPECT_TRUE(U_SUCCESS(status)) << codePage;
+  out.resize(size_t(n));
+  return out;
+}
+
+// One generated row: the buffers handed to the writer and the texts a
+// reader must find (absent for NULL).
+struct Row {
+  int32_t id;
+  std::string name, amount, note, blob;
+  std::u16string wide;
+  unsigned char flag;
+  uint64_t big;
+  double ratio;
+  DATE_STRUCT day;
+  TIMESTAMP_STRUCT at;
+  int64_t lengths[kColumnCount];
+  Record expected;
+};
+
+// Rows whose texts mix the five specials, tab, line feed, carriage
+// return, empty strings and the non-ASCII letters of the code page.
+class RowMaker {
+ public:
+  RowMaker(const char* codePage, const std::u32string& letters, unsigned seed)
+      : codePage_(codePage), alphabet_(U"abcXYZ 019<>&'\"\t\n\r" + letters), random_(seed) {}
+
+  // A text of up to maxLength characters (exactly that many when exact).
+  std::u16string text(size_t maxLength, bool exact = false) {
+    std::u16string s;
+    for (size_t n = exact ? maxLength : random_() % (maxLength + 1); n > 0; --n) {
+      char32_t c = alphabet_[random_() % alphabet_.size()];
+      if (c > 0xFFFF) s += char16_t(0xD800 + ((c - 0x10000) >> 10)), c = 0xDC00 + (c & 0x3FF);
+      s += char16_t(c);
+    }
+    return s;
+  }
+  void make(Row& r, int id, size_t noteLength) {
+    r.id = id;
+    std::u16string name = text(12), note = text(noteLength, noteLength > 1000);
+    r.wide = text(12);
+    r.name = encode(codePage_, name);
+    r.note = encode(codePage_, note);
+    r.amount = std::to_string(random_() % 100000) + "." + std::to_string(10 + random_() % 90);
+    r.flag = random_() % 2;
+    r.big = (uint64_t(random_()) << 32) | random_();
+    r.ratio = std::ldexp(double(random_()), int(random_() % 40) - 20);
+    r.day = DATE_STRUCT{SQLSMALLINT(1 + random_() % 9999), SQLUSMALLINT(1 + random_() % 12),
+                        SQLUSMALLINT(1 + random_() % 28)};
+    r.at = TIMESTAMP_STRUCT{2024, 2, 29, 23, 59, 58, 999999999};
+    r.blob = std::string(random_() % 17, 0);
+    for (char& c : r.blob) c = char(random_());
+    char hex[40] = {}, day[32], at[] = "2024-02-29T23:59:58";
+    for (size_t i = 0; i < r.blob.size(); ++i) snprintf(hex + 2 * i, 3, "%02X", uint8_t(r.blob[i]));
+    snprintf(day, sizeof day, "%04d-%02d-%02d", r.day.year, r.day.month, r.day.day);
+    std::string texts[kColumnCount] = {std::to_string(id), toUtf8(name), toUtf8(r.wide), r.amount,
+                                       r.flag ? "true" : "false", std::to_string(r.big), "",
+                                       day, at, hex, toUtf8(note)};
+    r.expected.clear();
+    for (int c = 0; c < kColumnCount; ++c) {
+      bool null = c > 0 && random_() % 8 == 0;
+      r.lengths[c] = null ? SQL_NULL_DATA : c == 1 ? int64_t(r.name.size())
+                   : c == 2 ? int64_t(2 * r.wide.size()) : c == 9 ? int64_t(r.blob.size()) : SQL_NTS;
+      if (!null) r.expected[c == 2 ? "WIDE_NAME" : kColumns[c].name] = texts[c];
+    }
+  }
+
+ private:
+  const char* codePage_;
+  std::u32string alphabet_;
+  std::mt19937 random_;
+};
+
+// Writes rows through the C interface and returns them with the texts
+// expected; the first row may carry a long NOTE.
+std::vector<Row> writeDocument(XPstWriter* writer, RowMaker& maker, int count, size_t bigNote) {
+  std::vector<Row> rows(static_cast<size_t>(count));
+  EXPECT_EQ(0u, XPstDescribeColumns(writer, kColumns, kColumnCount));
+  for (int i = 0; i < count; ++i) {
+    Row& r = rows[size_t(i)];
+    maker.make(r, i, i == 0 ? bigNote : 30);
+    const void* values[kColumnCount] = {&r.id, r.name.data(), r.wide.data(), r.amount.c_str(),
+                                        &r.flag, &r.big, &r.ratio, &r.day, &r.at, r.blob.data(),
+                                        r.note.c_str()};
+    EXPECT_EQ(0u, XPstAppendRowData(writer, values, r.lengths));
+  }
+  return rows;
+}
+
+// Every document of both shapes, in four code pages, is accepted by
+// xmllint and reads back with libxml2 to the same rows, values and NULLs.
+TEST_F(XmlWriterTest, RowsReadBackWithLibxml2InSeveralCodePages) {
+  struct { const char* codePage; std::u32string letters; } cases[] = {
+      {"UTF-8", U"\u00e9\u00df\u0416\u65e5\u672c\U0001F600"},
+      {"ISO-8859-1", U"\u00e9\u00fc\u00df\u00f1\u00c5"},
+      {"windows-1251", U"\u0416\u044f\u0449\u0401"},
+      {"Shift_JIS", U"\u65e5\u672c\u8a9e\u30ab\u30ca"}};
+  unsigned seed = 1;
+  for (const auto& c : cases) {
+    for (bool separate : {false, true}) {
+      SCOPED_TRACE(std::string(c.codePage) + (separate ? " separate" : " inline") +
+                   " seed " + std::to_string(seed));
+      RowMaker maker(c.codePage, c.letters, seed++);
+      std::string out = path("out.xml"), schema = path("out.xsd");
+      XPstWriter* writer = XPstCreate(out.c_str(), separate ? schema.c_str() : nullptr, c.codePage);
+      std::vector<Row> rows = writeDocument(writer, maker, 60, seed == 2 ? 1 << 20 : 30);
+      ASSERT_EQ(0u, XPstClose(writer));
+      XPstFree(writer);
+      EXPECT_TRUE(xmllintAccepts(out));
+      EXPECT_TRUE(!separate || xmllintAccepts(schema));
+      std::vector<Record> read = readRecords(out);
+      ASSERT_EQ(rows.size(), read.size());
+      for (size_t i = 0; i < rows.size(); ++i) {
+        Record expected = rows[i].expected;
+        if (expected.count("RATIO")) {
+          EXPECT_EQ(rows[i].ratio, strtod(read[i]["RATIO"].c_str(), nullptr));
+          expected["RATIO"] = read[i]["RATIO"];
+        }
+        ASSERT_EQ(expected, read[i]) << "row " << i;
+      }
+      std::vector<std::string> names{"out.xml"};
+      if (separate) names.push_back("out.xsd");
+      EXPECT_EQ(names, files());
+      unlink(out.c_str());
+      unlink(schema.c_str());
+    }
+  }
+}
+
+// The whole inline document of a small result set, to pin its shape: the
+// root's namespaces, the schema types, the indentation, a NULL left out.
+TEST_F(XmlWriterTest, InlineDocumentHasTheFixedShape) {
+  XML_PERSIST_COL_DESC columns[] = {{"ID", SQL_INTEGER, 10, 0, SQL_NULLABLE, 1, SQL_C_ULONG},
+                                    {"CODE", SQL_CHAR, 3, 0, SQL_NO_NULLS, 0, SQL_C_CHAR}};
+  XPstWriter* writer = XPstCreate(path("t.xml").c_str(), nullptr, nullptr);
+  ASSERT_EQ(0u, XPstDescribeColumns(writer, columns, 2));
+  uint32_t id = 7;
+  const void* values[] = {&id, "a<b&c"};
+  int64_t lengths[] = {SQL_NULL_DATA, SQL_NTS};
+  ASSERT_EQ(0u, XPstAppendRowData(writer, values, lengths));
+  ASSERT_EQ(0u, XPstClose(writer));
+  XPstFree(writer);
+  EXPECT_EQ(
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<table xmlns=\"http://www.w3.org/1999/XMLSchema\" "
+      "xmlns:xsi=\"http://www.w3.org/1999/XMLSchema-instance\" "
+      "xmlns:rs=\"urn:vxlib:xml-recordset:1\" targetNamespace=\"urn:vxlib:xml-recordset:1\" "
+      "xsi:schemaLocation=\"urn:vxlib:xml-recordset:1 t.xml\">\n"
+      "  <schema elementFormDefault=\"qualified\" attributeFormDefault=\"qualified\">\n"
+      "    <element name=\"table\" type=\"rs:tableType\"/>\n"
+      "    <complexType name=\"tableType\">\n"
+      "      <element ref=\"schema\"/>\n"
+      "      <element name=\"data\" type=\"rs:dataType\"/>\n"
+      "    </complexType>\n"
+      "    <complexType name=\"dataType\">\n"
+      "      <element name=\"record\" minOccurs=\"0\" maxOccurs=\"unbounded\" "
+      "type=\"rs:recordType\"/>\n"
+      "    </complexType>\n"
+      "    <complexType name=\"recordType\">\n"
+      "      <element name=\"ID\" minOccurs=\"0\" type=\"unsignedInt\"/>\n"
+      "      <element name=\"CODE\" minOccurs=\"1\">\n"
+      "          <simpleType base=\"string\">\n"
+      "              <length value=\"3\"/>\n"
+      "          </simpleType>\n"
+      "      </element>\n"
+      "    </complexType>\n"
+      "  </schema>\n"
+      "    <data>\n"
+      "      <record>\n"
+      "        <CODE>a&lt;b&amp;c</CODE>\n"
+      "      </record>\n"
+      "    </data>\n"
+      "</table>\n",
+      slurp(path("t.xml")));
+}
+
+// The declaration of each SQL type, as it appears in a schema file.
+TEST_F(XmlWriterTest, EachSqlTypeIsDeclaredAsTheTableSays) {
+  struct { XML_PERSIST_COL_DESC column; const char* declaration; } rows[] = {
+      {{"A", SQL_INTEGER, 10, 0, SQL_NULLABLE, 0, SQL_C_SLONG},
+       "<element name=\"A\" minOccurs=\"0\" type=\"int\"/>"},
+      {{"B", SQL_VARCHAR, 20, 0, SQL_NO_NULLS, 0, SQL_C_CHAR},
+       "<element name=\"B\" minOccurs=\"1\">\n        <simpleType base=\"string\">\n"
+       "            <maxLength value=\"20\"/>\n        </simpleType>\n    </element>"},
+      {{"C", SQL_WCHAR, 20, 0, SQL_NO_NULLS, 0, SQL_C_WCHAR}, "<length value=\"20\"/>"},
+      {{"D", SQL_DECIMAL, 15, 2, SQL_NO_NULLS, 0, SQL_C_CHAR},
+       "<simpleType base=\"decimal\">\n            <precision value=\"15\"/>\n"
+       "            <scale value=\"2\"/>"},
+      {{"E", SQL_BINARY, 8, 0, SQL_NO_NULLS, 0, SQL_C_BINARY},
+       "<simpleType base=\"binary\">\n            <encoding value=\"hex\"/>\n"
+       "            <length value=\"8\"/>"},
+      {{"F", SQL_VARBINARY, 9, 0, SQL_NO_NULLS, 0, SQL_C_BINARY}, "<maxLength value=\"9\"/>"},
+      {{"G", SQL_LONGVARBINARY, 0, 0, SQL_NO_NULLS, 0, SQL_C_BINARY},
+       "<encoding value=\"hex\"/>\n        </simpleType>"},
+      {{"H", SQL_WLONGVARCHAR, 0, 0, SQL_NO_NULLS, 0, SQL_C_WCHAR}, "\"H\" minOccurs=\"1\" type=\"string\"/>"},
+      {{"I", SQL_TINYINT, 3, 0, SQL_NO_NULLS, 1, SQL_C_UTINYINT}, "\"I\" minOccurs=\"1\" type=\"unsignedByte\"/>"},
+      {{"J", SQL_SMALLINT, 5, 0, SQL_NO_NULLS, 0, SQL_C_SSHORT}, "\"J\" minOccurs=\"1\" type=\"short\"/>"},
+      {{"K", SQL_BIGINT, 19, 0, SQL_NO_NULLS, 0, SQL_C_SBIGINT}, "\"K\" minOccurs=\"1\" type=\"long\"/>"},
+      {{"L", SQL_REAL, 7, 0, SQL_NO_NULLS, 0, SQL_C_FLOAT}, "\"L\" minOccurs=\"1\" type=\"float\"/>"},
+      {{"M", SQL_FLOAT, 15, 0, SQL_NO_NULLS, 0, SQL_C_DOUBLE}, "\"M\" minOccurs=\"1\" type=\"double\"/>"},
+      {{"N", SQL_BIT, 1, 0, SQL_NO_NULLS, 0, SQL_C_BIT}, "\"N\" minOccurs=\"1\" type=\"boolean\"/>"},
+      {{"O", SQL_TYPE_TIME, 8, 0, SQL_NO_NULLS, 0, SQL_C_TYPE_TIME}, "\"O\" minOccurs=\"1\" type=\"time\"/>"},
+      {{"P", SQL_TIMESTAMP, 19, 0, SQL_NO_NULLS, 0, SQL_C_TIMESTAMP}, "\"P\" minOccurs=\"1\" type=\"timeInstant\"/>"},
+      {{"9 x", SQL_DATE, 10, 0, SQL_NO_NULLS, 0, SQL_C_DATE}, "\"_9_x\" minOccurs=\"1\" type=\"date\"/>"}};
+  std::vector<XML_PERSIST_COL_DESC> columns;
+  for (const auto& row : rows) columns.push_back(row.column);
+  XPstWriter* writer = XPstCreate(path("d.xml").c_str(), path("d.xsd").c_str(), nullptr);
+  ASSERT_EQ(0u, XPstDescribeColumns(writer, columns.data(), uint16_t(columns.size())));
+  ASSERT_EQ(0u, XPstClose(writer));
+  XPstFree(writer);
+  std::string schema = slurp(path("d.xsd"));
+  for (const auto& row : rows) EXPECT_NE(std::string::npos, schema.find(row.declaration)) << row.declaration;
+  EXPECT_TRUE(xmllintAccepts(path("d.xsd")));
+  EXPECT_EQ("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<table xmlns=\"urn:vxlib:xml-recordset:1\" "
+            "xmlns:xsi=\"http://www.w3.org/1999/XMLSchema-instance\" "
+            "xsi:schemaLocation=\"urn:vxlib:xml-recordset:1 d.xsd\">\n</table>\n",
+            slurp(path("d.xml")));
+}
+
+// Element content: the five specials become entities, a carriage return a
+// character reference, other controls and the non-characters U+FFFD.
+TEST_F(XmlWriterTest, EscapingOfSpecialsAndControls) {
+  struct { std::string in, out; } rows[] = {
+      {"a<b&c", "a&lt;b&amp;c"},
+      {"'\">", "&apos;&quot;&gt;"},
+      {"x\r\ny\tz", "x&#13;\ny\tz"},
+      {std::string("\x01\x1f", 2) + "\xEF\xBF\xBE\xEF\xBF\xBF",
+       "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
+      {"", ""}};
+  for (const auto& row : rows) {
+    std::string out(XPstEscapedLength(row.in.data(), row.in.size()), '?');
+    EXPECT_EQ(out.size(), XPstEscapeText(&out[0], row.in.data(), row.in.size()));
+    EXPECT_EQ(row.out, out);
+  }
+}
+
+// Every failure path files its error and leaves nothing in the directory.
+TEST_F(XmlWriterTest, FailedOrCancelledDocumentsLeaveNoFile) {
+  XML_PERSIST_COL_DESC columns[] = {{"ID", SQL_INTEGER, 10, 0, SQL_NO_NULLS, 0, SQL_C_SLONG},
+                                    {"G", SQL_GUID, 36, 0, SQL_NO_NULLS, 0, SQL_C_CHAR}};
+  int32_t id = 1;
+  const void* values[] = {&id, "x"};
+  int64_t lengths[] = {0, -7};
+  struct { const char* name; std::vector<uint16_t> errors; } rows[] = {
+      {"unknown code page", {2709}}, {"missing directory", {1509}}, {"rows before columns", {2709, 2709}},
+      {"cancel", {}}, {"free without close", {}}, {"output is a directory", {1023, 30041}}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    std::string name = row.name;
+    std::string out = name == "missing directory" ? path("no/out.xml") : path("out.xml");
+    if (name == "output is a directory") mkdir(out.c_str(), 0700);
+    XPstWriter* writer = XPstCreate(out.c_str(), path("out.xsd").c_str(),
+                                    name == "unknown code page" ? "no-such-page" : nullptr);
+    if (name == "rows before columns") {
+      EXPECT_EQ(1u, XPstAppendRowData(writer, values, lengths));
+    }
+    if (name == "cancel" || name == "free without close" || name == "output is a directory") {
+      bool withGuid = name == "output is a directory";
+      EXPECT_EQ(withGuid ? 1u : 0u, XPstDescribeColumns(writer, columns, withGuid ? 2 : 1));
+      EXPECT_EQ(0u, XPstAppendRowData(writer, values, lengths));
+    }
+    if (name == "cancel") {
+      EXPECT_EQ(0u, XPstCancel(writer));
+    } else if (name != "free without close") {
+      EXPECT_EQ(1u, XPstClose(writer));
+    }
+    EXPECT_EQ(row.errors, errorNumbers(writer));
+    XPstFree(writer);
+    std::vector<std::string> left;
+    if (name == "output is a directory") left.push_back("out.xml");
+    EXPECT_EQ(left, files());
+    rmdir(out.c_str());
+  }
+}
+
+// A failing allocation at any point of a document either is absorbed or
+// fails the document with its errors; a failed one leaves no file, a
+// finished one is complete.
+TEST_F(XmlWriterTest, AllocationFailureAnywhereLeavesNoPartialDocument) {
+  RowMaker maker("UTF-8", U"\u00e9", 5);
+  for (uint64_t n = 1; n < 400; ++n) {
+    ramFailAllocationAfter(n);
+    XPstWriter* writer = XPstCreate(path("f.xml").c_str(), nullptr, nullptr);
+    if (writer == nullptr) continue;
+    std::vector<Row> rows(3);
+    uint16_t status = XPstDescribeColumns(writer, kColumns, kColumnCount);
+    for (int i = 0; i < 3; ++i) {
+      Row& r = rows[size_t(i)];
+      maker.make(r, i, 10);
+      const void* values[kColumnCount] = {&r.id, r.name.data(), r.wide.data(), r.amount.c_str(),
+                                          &r.flag, &r.big, &r.ratio, &r.day, &r.at,
+                                          r.blob.data(), r.note.c_str()};
+      status |= XPstAppendRowData(writer, values, r.lengths);
+    }
+    status |= XPstClose(writer);
+    ramFailAllocationAfter(0);
+    EXPECT_EQ(status != 0, !errorNumbers(writer).empty()) << "failing allocation " << n << " " << testing::PrintToString(errorNumbers(writer));
+    XPstFree(writer);
+    if (status != 0) {
+      EXPECT_TRUE(files().empty()) << "failing allocation " << n;
+    } else {
+      EXPECT_EQ(3u, readRecords(path("f.xml")).size()) << "failing allocation " << n;
+      unlink(path("f.xml").c_str());
+    }
+  }
+}
+
+}  // namespace
