@@ -34,6 +34,7 @@ constexpr uint16_t kErrNameTooLong = 1524;            // file name too long (nam
 constexpr uint16_t kErrFileNotRead = 1510;            // a file could not be read (name)
 constexpr uint16_t kErrSortWrite = 2711;              // the sort could not write its temporary file
 constexpr uint16_t kErrSortRead = 2712;               // the sort could not read its temporary file
+constexpr uint16_t kErrSortNotInMemory = 2713;        // the records do not fit in the sort's buffers
 constexpr uint16_t kErrTempFileNotCreated = 2714;     // temporary file not created (name)
 constexpr uint16_t kErrTempFileFull = 2715;           // a temporary store passed its 128 MB span
 
