@@ -32,6 +32,7 @@ constexpr uint16_t kErrNameTooLong = 1524;            // file name too long (nam
 
 // Temporary files and the runs of the sort.
 constexpr uint16_t kErrFileNotRead = 1510;            // a file could not be read (name)
+constexpr uint16_t kErrInvalidParameterValue = 2709;  // a size or option cannot be used (what)
 constexpr uint16_t kErrSortWrite = 2711;              // the sort could not write its temporary file
 constexpr uint16_t kErrSortRead = 2712;               // the sort could not read its temporary file
 constexpr uint16_t kErrSortNotInMemory = 2713;        // the records do not fit in the sort's buffers
