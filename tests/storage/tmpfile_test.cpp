@@ -1,0 +1,208 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "storage/tmp.h"
+#include "storage_support.h"
+
+namespace {
+
+using vxtest::StorageTest;
+using MemFileTest = StorageTest;
+using TmpFileTest = StorageTest;
+
+// Random appends against a std::string: every read and every in-place
+// pointer agrees with the model, for block sizes from 1 to 300.
+TEST_F(MemFileTest, AppendsAndReadsAgreeWithAStringModel) {
+  const unsigned seed = 7001;
+  std::mt19937 rng(seed);
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE(testing::Message() << "round " << round << ", seed " << seed);
+    VXSIZE_T blockSize = 1 + rng() % 300;
+    MemFile file(blockSize);
+    std::string model;
+    for (int step = 0; step < 40; ++step) {
+      std::string piece(rng() % (3 * blockSize), '\0');
+      for (char& c : piece) c = char(rng());
+      ASSERT_EQ(0u, file.append(piece.data(), piece.size()));
+      model += piece;
+      ASSERT_EQ(model.size(), file.getLength());
+      VXSIZE_T offset = rng() % (model.size() + 2), n = rng() % (2 * blockSize + 2);
+      std::string out(n, '\x55');
+      EXPECT_EQ(0u, file.read(offset, &out[0], n));
+      VXSIZE_T copied = offset < model.size() ? std::min<VXSIZE_T>(n, model.size() - offset) : 0;
+      EXPECT_EQ(model.substr(std::min<VXSIZE_T>(offset, model.size()), copied), out.substr(0, copied));
+      EXPECT_EQ(std::string(n - copied, '\x55'), out.substr(copied));
+      void* p;
+      VXSIZE_T contiguous;
+      EXPECT_EQ(0u, file.tmpPointer(offset, &p, &contiguous, 1));
+      if (offset >= model.size()) {
+        EXPECT_EQ(nullptr, p);
+        EXPECT_EQ(0u, contiguous);
+      } else {
+        EXPECT_EQ(std::min(blockSize - offset % blockSize, model.size() - offset), contiguous);
+        EXPECT_EQ(0, memcmp(p, model.data() + offset, contiguous));
+      }
+    }
+    file.clear();
+    EXPECT_EQ(0u, file.getLength());
+  }
+}
+
+// Blocks of 10 bytes: 25 bytes fill blocks 0 to 2, offset 8 has 2 bytes
+// left in its block. A failed block allocation still counts the bytes it
+// could not store (deliberate) and reads reach only what is stored.
+TEST_F(MemFileTest, BlockEdgesAndTheLengthCountedBeforeCopying) {
+  MemFile file(10);
+  const char text[] = "abcdefghijklmnopqrstuvwxy";
+  ASSERT_EQ(0u, file.append(text, 25));
+  void* p;
+  VXSIZE_T contiguous;
+  file.tmpPointer(8, &p, &contiguous, 0);
+  EXPECT_EQ(2u, contiguous);
+  EXPECT_EQ('i', *static_cast<char*>(p));
+  char out[4] = "!!!";
+  file.read(25, out, 3);
+  EXPECT_STREQ("!!!", out);
+  ASSERT_EQ(0u, file.append(text, 5));  // fills block 2 exactly
+  ramFailAllocationAfter(1);            // the next block
+  EXPECT_EQ(1u, file.append(text, 4));
+  EXPECT_EQ(1503, VxErrorKeeper::getLastErrorNumber());
+  EXPECT_EQ(34u, file.getLength());
+  char all[40] = {};
+  file.read(0, all, sizeof all);
+  EXPECT_EQ(std::string(text) + "abcde", std::string(all));
+}
+
+// Random writes and reads against a byte vector through caches of one and
+// of eight sets, with the disk file closed now and then: everything written
+// reads back, and only modified pages are ever written out.
+TEST_F(TmpFileTest, RandomPageTrafficAgreesWithAByteModel) {
+  const unsigned seed = 7002;
+  std::mt19937 rng(seed);
+  for (uint16_t cache : {uint16_t(4096), uint16_t(32768)}) {
+    SCOPED_TRACE(testing::Message() << "cache " << cache << ", seed " << seed);
+    VxTmpFile store(cache, 0);
+    const VXSIZE_T span = 400 * 1024;
+    VXSIZE_T address = 0;
+    ASSERT_EQ(0u, store.tmpFindSpace(span, &address));
+    ASSERT_EQ(1u, address);
+    std::vector<char> model(span + 1, 0);
+    std::vector<bool> written(span + 1, false);
+    for (int step = 0; step < 3000; ++step) {
+      VXSIZE_T at = 1 + rng() % span, n = std::min<VXSIZE_T>(rng() % 5000, span + 1 - at);
+      if (rng() % 2) {
+        std::vector<char> bytes(n);
+        for (char& c : bytes) c = char(rng());
+        ASSERT_EQ(0u, store.tmpWrite(at, bytes.data(), n));
+        std::copy(bytes.begin(), bytes.end(), model.begin() + at);
+        std::fill(written.begin() + at, written.begin() + at + n, true);
+      } else {
+        std::vector<char> bytes(n);
+        ASSERT_EQ(0u, store.tmpRead(at, bytes.data(), n));
+        for (VXSIZE_T i = 0; i < n; ++i) {
+          if (written[at + i]) { ASSERT_EQ(model[at + i], bytes[i]) << "address " << at + i; }
+        }
+      }
+      if (step % 500 == 0) store.tmpLoseFocus();
+    }
+    EXPECT_NE(nullptr, store.getFileName());
+    EXPECT_GT(store.getPagesRead(), 0u);
+  }
+}
+
+// With 8 sets, pages 0, 8 and 16 share set 0: touching the third evicts
+// the one used less recently, and writes it out only when it was modified.
+TEST_F(TmpFileTest, EvictionWritesBackOnlyModifiedPages) {
+  VxTmpFile store(32768, 0);
+  void* p;
+  uint16_t left;
+  const VXSIZE_T page = VxTmpFile::kPageSize;
+  ASSERT_EQ(0u, store.tmpPointer(8 * page + 5, &p, &left, 0));
+  EXPECT_EQ(page - 5, left);
+  ASSERT_EQ(0u, store.tmpPointer(0, &p, &left, 0));
+  ASSERT_EQ(0u, store.tmpPointer(16 * page, &p, &left, 0));  // evicts page 8, clean
+  EXPECT_EQ(0u, store.getPagesWritten());
+  EXPECT_EQ(nullptr, store.getFileName());
+  ASSERT_EQ(0u, store.tmpPointer(0, &p, &left, 1));           // page 0 modified, recent
+  ASSERT_EQ(0u, store.tmpPointer(8 * page, &p, &left, 0));    // evicts page 16, clean
+  EXPECT_EQ(0u, store.getPagesWritten());
+  ASSERT_EQ(0u, store.tmpPointer(16 * page, &p, &left, 0));   // evicts page 0, modified
+  EXPECT_EQ(1u, store.getPagesWritten());
+  EXPECT_EQ(1, filesInDirectory());
+}
+
+// The allocation rules, one row each.
+TEST_F(TmpFileTest, AllocationRules) {
+  VxTmpFile store(4096, 0);
+  EXPECT_EQ(4u, store.getContiguousSpace(1));
+  EXPECT_EQ(2048u, store.getContiguousSpace(2048));  // would straddle a page
+  EXPECT_EQ(4096u, store.getSpaceEnd());
+  VXSIZE_T a, b, c;
+  ASSERT_EQ(0u, store.tmpFindSpace(1000, &a));
+  ASSERT_EQ(0u, store.tmpFindSpace(1000, &b));
+  ASSERT_EQ(0u, store.tmpFindSpace(1000, &c));
+  store.tmpFreeSpace(a, 100);  // under 256 bytes: lost for good
+  ASSERT_EQ(0u, store.tmpFindSpace(100, &a));
+  EXPECT_EQ(c + 1000, a);
+  store.tmpFreeSpace(b, 300);  // kept
+  VXSIZE_T d;
+  ASSERT_EQ(0u, store.tmpFindSpace(300, &d));
+  EXPECT_EQ(b, d);
+  store.tmpFreeSpace(b, 1000);  // reused from the front, 1000 - 400 left
+  ASSERT_EQ(0u, store.tmpFindSpace(400, &d));
+  EXPECT_EQ(b, d);
+  ASSERT_EQ(0u, store.tmpFindSpace(400, &d));  // only 200 would be left: all given
+  EXPECT_EQ(b + 400, d);
+  VXSIZE_T end = store.getSpaceEnd();
+  ASSERT_EQ(0u, store.tmpFindSpace(300, &d));
+  EXPECT_EQ(end, d);
+  // Neighbours merge, and an extent reaching the end gives it back.
+  store.tmpFreeSpace(b, 500);
+  store.tmpFreeSpace(b + 500, 500);
+  ASSERT_EQ(0u, store.tmpFindSpace(1000, &d));
+  EXPECT_EQ(b, d);
+  store.tmpFreeSpace(end - 600, 600);
+  store.tmpFreeSpace(end, 300);
+  EXPECT_EQ(end - 600, store.getSpaceEnd());
+  ASSERT_EQ(0u, store.tmpFindSpace(VxTmpFile::kAllTheRest, &d));
+  EXPECT_EQ(end - 600, d);
+  EXPECT_EQ(VxTmpFile::kAllTheRest, store.getSpaceEnd());
+}
+
+// A store spans 65,536 pages: a request past them fails with 2715 instead
+// of wrapping its page number, and the space already held still works.
+TEST_F(TmpFileTest, TheSpanOfOneStoreIsAHardLimit) {
+  VxTmpFile store(4096, 0);
+  VXSIZE_T a;
+  ASSERT_EQ(0u, store.tmpFindSpace(VxTmpFile::kMaxSpan - 2048, &a));
+  EXPECT_EQ(1u, store.tmpFindSpace(4096, &a));
+  EXPECT_EQ(2715, VxErrorKeeper::getLastErrorNumber());
+  EXPECT_EQ(0u, store.getContiguousSpace(4096));
+  void* p;
+  uint16_t left;
+  EXPECT_EQ(1u, store.tmpPointer(VxTmpFile::kMaxSpan, &p, &left, 1));
+  const char tail[] = "last page";
+  ASSERT_EQ(0u, store.tmpWrite(VxTmpFile::kMaxSpan - sizeof tail, tail, sizeof tail));
+  ASSERT_EQ(0u, store.tmpWrite(2048, "first", 6));  // same set: the last page goes to disk
+  char out[sizeof tail];
+  ASSERT_EQ(0u, store.tmpRead(VxTmpFile::kMaxSpan - sizeof tail, out, sizeof out));
+  EXPECT_STREQ(tail, out);
+}
+
+// Truncating to 0 deletes the disk file; the store is usable afterwards.
+TEST_F(TmpFileTest, TruncateReleasesTheFileAndRestartsTheSpace) {
+  VxTmpFile store(4096, 0);
+  std::string bytes(20000, 'x');
+  ASSERT_EQ(0u, store.tmpWrite(1, bytes.data(), bytes.size()));
+  EXPECT_EQ(1, filesInDirectory());
+  store.tmpTruncate(0);
+  EXPECT_EQ(0, filesInDirectory());
+  EXPECT_EQ(1u, store.getSpaceEnd());
+  EXPECT_EQ(4u, store.getContiguousSpace(8));
+}
+
+}  // namespace
