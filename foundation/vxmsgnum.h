@@ -56,6 +56,14 @@ constexpr uint16_t kErrInvalidHexDigit = 2708;        // invalid hexadecimal dig
 constexpr uint16_t kErrTooManySortKeys = 2710;        // more than 64 sort keys
 constexpr uint16_t kErrStringCannotGrow = 2716;       // string buffer belongs to the caller
 
+// Code-page conversion.
+constexpr uint16_t kErrRightTruncated = 4;            // string data right truncated (appended text)
+constexpr uint16_t kErrConversionTruncated = 2735;    // converted text cut to the output's size
+constexpr uint16_t kErrCharacterSubstituted = 2736;   // a character had no mapping and was replaced
+constexpr uint16_t kErrConversionFailed = 2737;       // the conversion failed
+constexpr uint16_t kErrConversionTableInvalid = 2738; // the conversion table is not valid
+constexpr uint16_t kErrConverterNotFound = 2739;      // no converter (appended: number or name)
+
 // Operating-system messages in the 30000 range.
 constexpr uint16_t kErrAccessDeniedByName = 30040;    // access denied (name)
 constexpr uint16_t kErrSystemError = 30041;           // unmapped operating system error

@@ -1,0 +1,271 @@
+// The consumed forms of the bulk conversions: ASCII fast path, then ICU
+// through a UTF-16 pivot on the stack.
+//
+// Rules, for ktAnsiToUTF8, ktUTF8ToAnsi and ktCpgToCpg:
+// - A null output, a capacity below 1, a null input or a null written
+//   pointer fail (4). A negative input length means "up to the 0 byte".
+// - When both converters map ASCII one to one, leading ASCII text is copied
+//   eight bytes at a time; the first piece holding a byte with the high bit
+//   set ends the copy and conversion goes on from there through ICU. All-
+//   ASCII input longer than the capacity is cut to the capacity (result 1).
+// - Otherwise ucnv_toUnicode (flush) fills a pivot of 2,000 units (a full
+//   pivot is not an error) and ucnv_fromUnicode empties it into the output.
+// - The output is drained one whole character at a time once it would
+//   overflow, so that truncated output ends at a character boundary and
+//   *consumed is exactly the input behind what was written. An ICU failure
+//   ends the loop with its mapICUreturn value.
+// - A terminating 0 follows the output when room remains; *written and
+//   *consumed are stored on every exit.
+// ktUCS2ToAnsi takes its input as the pivot itself (through a swapped copy
+// if asked); ktAnsiToUCS2 copies the pivot's characters into the output.
+#include <unicode/utf16.h>
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+#include "charset/ktwchar_internal.h"
+
+using vxcharset::kPivotUnits;
+
+namespace {
+
+// Units of the character starting at pivot[k] (a surrogate pair counts 2).
+int32_t unitsOfCharacter(const UChar* pivot, int32_t k, int32_t n) {
+  return (U16_IS_LEAD(pivot[k]) && k + 1 < n && U16_IS_TRAIL(pivot[k + 1])) ? 2 : 1;
+}
+
+// Where converted characters go: a byte output through a target converter,
+// or a UTF-16 output. drain() writes whole characters of pivot[0..n) while
+// they fit and returns the units it used; fewer than n means the output
+// is full. An ICU failure is left in *result.
+class ByteSink {
+ public:
+  ByteSink(char* out, int64_t capacity, UConverter* target)
+      : start_(out), next_(out), end_(out + capacity), target_(target) {}
+
+  int32_t drain(const UChar* pivot, int32_t n, bool flush, VxConvertReturn* result) {
+    char* before = next_;
+    const UChar* source = pivot;
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_fromUnicode(target_, &next_, end_, &source, pivot + n, nullptr, flush, &status);
+    if (status != U_BUFFER_OVERFLOW_ERROR) {
+      if (U_FAILURE(status)) *result = mapICUreturn(status);
+      return int32_t(source - pivot);
+    }
+    // Too little room: redo this batch one character at a time through a
+    // scratch buffer, keeping only characters that fit whole.
+    next_ = before;
+    ucnv_resetFromUnicode(target_);
+    int32_t k = 0;
+    while (k < n) {
+      int32_t step = unitsOfCharacter(pivot, k, n);
+      char scratch[64];
+      char* s = scratch;
+      const UChar* u = pivot + k;
+      status = U_ZERO_ERROR;
+      ucnv_fromUnicode(target_, &s, scratch + sizeof scratch, &u, pivot + k + step, nullptr, false,
+                       &status);
+      if (U_FAILURE(status)) {
+        *result = mapICUreturn(status);
+        break;
+      }
+      if (s - scratch > end_ - next_) break;
+      memcpy(next_, scratch, size_t(s - scratch));
+      next_ += s - scratch;
+      k += step;
+    }
+    return k;
+  }
+
+  int64_t written() const { return next_ - start_; }
+
+ private:
+  char* start_;
+  char* next_;
+  char* end_;
+  UConverter* target_;
+};
+
+class UnitSink {
+ public:
+  UnitSink(UChar* out, int64_t capacity) : start_(out), next_(out), end_(out + capacity) {}
+
+  int32_t drain(const UChar* pivot, int32_t n, bool, VxConvertReturn*) {
+    int32_t k = 0;
+    while (k < n) {
+      int32_t step = unitsOfCharacter(pivot, k, n);
+      if (step > end_ - next_) break;
+      for (int32_t i = 0; i < step; ++i) *next_++ = pivot[k + i];
+      k += step;
+    }
+    return k;
+  }
+
+  int64_t written() const { return next_ - start_; }
+
+ private:
+  UChar* start_;
+  UChar* next_;
+  UChar* end_;
+};
+
+// Decodes in[0..length) through source into the pivot and drains it into
+// sink. *used receives the bytes of input behind what the sink took.
+//
+// A batch never ends inside a surrogate pair: a lead surrogate in the
+// pivot's last place is carried to the front of the next batch. A full
+// pivot may leave units inside the converter even when all input is read;
+// the loop runs until those are out too. offsets[i] is where unit i's
+// character starts, relative to the batch's first input byte (units ICU
+// had kept back inherit the offset of the unit before them).
+template <class Sink>
+VxConvertReturn decodeThroughPivot(const char* in, int64_t length, UConverter* source, Sink& sink,
+                                   int64_t* used) {
+  UChar pivot[kPivotUnits];
+  int32_t offsets[kPivotUnits];
+  const char* next = in;
+  const char* end = in + length;
+  VxConvertReturn result = VX_CONVERT_OK;
+  int32_t carried = 0;
+  int64_t carriedAt = 0;
+  bool pending = false;
+  ucnv_resetToUnicode(source);
+  while ((next < end || pending || carried > 0) && result == VX_CONVERT_OK) {
+    const char* batch = next;
+    if (carried > 0) offsets[0] = int32_t(carriedAt - (batch - in));
+    UChar* filled = pivot + carried;
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_toUnicode(source, &filled, pivot + kPivotUnits, &next, end, offsets + carried, true,
+                   &status);
+    pending = status == U_BUFFER_OVERFLOW_ERROR;
+    if (pending) status = U_ZERO_ERROR;
+    if (status == U_STRING_NOT_TERMINATED_WARNING) {
+      result = VX_CONVERT_TRUNCATED;
+    } else if (U_FAILURE(status)) {
+      next = batch - (carried > 0 ? (batch - in) - carriedAt : 0);
+      result = mapICUreturn(status);
+      break;
+    }
+    int32_t n = int32_t(filled - pivot);
+    for (int32_t i = carried; i < n; ++i) {
+      if (offsets[i] < 0) offsets[i] = i > 0 ? offsets[i - 1] : 0;
+    }
+    carried = 0;
+    bool more = next < end || pending;
+    if (more && n > 1 && U16_IS_LEAD(pivot[n - 1])) {
+      --n;
+      carried = 1;
+      carriedAt = (batch - in) + offsets[n];
+    }
+    int32_t taken = sink.drain(pivot, n, !more, &result);
+    if (carried > 0) pivot[0] = pivot[n];
+    if (taken < n) {
+      next = batch + offsets[taken];
+      carried = 0;
+      if (result == VX_CONVERT_OK) result = VX_CONVERT_TRUNCATED;
+    }
+  }
+  *used = next - in;
+  return result;
+}
+
+// Everything the three byte-to-byte conversions share.
+VxConvertReturn convertBytes(char* out, int64_t capacity, const char* in, int64_t length,
+                             int64_t* written, int64_t* consumed, UConverter* source,
+                             UConverter* target) {
+  if (out == nullptr || capacity < 1 || in == nullptr || written == nullptr || source == nullptr ||
+      target == nullptr) {
+    return VX_CONVERT_FAILED;
+  }
+  length = vxcharset::byteLength(in, length);
+  int64_t copied = 0;
+  VxConvertReturn result = VX_CONVERT_OK;
+  if (vxcharset::isAsciiTransparent(source) && vxcharset::isAsciiTransparent(target)) {
+    int64_t n = std::min(length, capacity);
+    copied = vxcharset::copyAsciiPrefix(out, in, n);
+    if (copied == n && n < length) result = VX_CONVERT_TRUNCATED;
+  }
+  int64_t used = copied;
+  int64_t produced = copied;
+  if (copied < length && result == VX_CONVERT_OK) {
+    ByteSink sink(out + copied, capacity - copied, target);
+    result = decodeThroughPivot(in + copied, length - copied, source, sink, &used);
+    used += copied;
+    produced += sink.written();
+  }
+  assert(produced <= capacity);
+  if (produced < capacity) out[produced] = 0;
+  *written = produced;
+  if (consumed != nullptr) *consumed = used;
+  return result;
+}
+
+}  // namespace
+
+VxConvertReturn ktAnsiToUTF8(char* out, int64_t capacity, const char* in, int64_t length,
+                             int64_t* written, int64_t* consumed, UConverter* source,
+                             UConverter* utf8) {
+  return convertBytes(out, capacity, in, length, written, consumed, source, utf8);
+}
+
+VxConvertReturn ktUTF8ToAnsi(char* out, int64_t capacity, const char* in, int64_t length,
+                             int64_t* written, int64_t* consumed, UConverter* target,
+                             UConverter* utf8) {
+  return convertBytes(out, capacity, in, length, written, consumed, utf8, target);
+}
+
+VxConvertReturn ktCpgToCpg(char* out, int64_t capacity, const char* in, int64_t length,
+                           int64_t* written, int64_t* consumed, UConverter* source,
+                           UConverter* target) {
+  return convertBytes(out, capacity, in, length, written, consumed, source, target);
+}
+
+VxConvertReturn ktAnsiToUCS2(UChar* out, int64_t capacity, const char* in, int64_t length,
+                             int64_t* written, int64_t* consumed, UConverter* source, int swap) {
+  if (out == nullptr || capacity < 1 || in == nullptr || written == nullptr || source == nullptr) {
+    return VX_CONVERT_FAILED;
+  }
+  length = vxcharset::byteLength(in, length);
+  UnitSink sink(out, capacity);
+  int64_t used = 0;
+  VxConvertReturn result = decodeThroughPivot(in, length, source, sink, &used);
+  int64_t produced = sink.written();
+  if (swap) ktUCS2Swap(out, out, produced);
+  if (produced < capacity) out[produced] = 0;
+  *written = produced;
+  if (consumed != nullptr) *consumed = used;
+  return result;
+}
+
+// The input is fed to the target in pivot-sized batches that never split a
+// surrogate pair; a swapped input is swapped batch by batch into the pivot.
+VxConvertReturn ktUCS2ToAnsi(char* out, int64_t capacity, const UChar* in, int64_t length,
+                             int64_t* written, int64_t* consumed, UConverter* target, int swap) {
+  if (out == nullptr || capacity < 1 || in == nullptr || written == nullptr || target == nullptr) {
+    return VX_CONVERT_FAILED;
+  }
+  if (length < 0) length = ktUCS2Len(in);
+  ByteSink sink(out, capacity, target);
+  UChar pivot[kPivotUnits];
+  VxConvertReturn result = VX_CONVERT_OK;
+  int64_t used = 0;
+  ucnv_resetFromUnicode(target);
+  while (used < length && result == VX_CONVERT_OK) {
+    int32_t n = int32_t(std::min<int64_t>(length - used, kPivotUnits));
+    const UChar* batch = in + used;
+    if (swap) {
+      ktUCS2Swap(pivot, batch, n);
+      batch = pivot;
+    }
+    if (used + n < length && n > 1 && U16_IS_LEAD(batch[n - 1])) --n;
+    int32_t taken = sink.drain(batch, n, used + n == length, &result);
+    used += taken;
+    if (taken < n && result == VX_CONVERT_OK) result = VX_CONVERT_TRUNCATED;
+  }
+  int64_t produced = sink.written();
+  if (produced < capacity) out[produced] = 0;
+  *written = produced;
+  if (consumed != nullptr) *consumed = used;
+  return result;
+}
