@@ -18,7 +18,6 @@
 constexpr uint16_t kErrXmlWriteFailed = 1018;         // a document could not be written
 constexpr uint16_t kErrXmlUnsupportedType = 1023;     // column type has no XML form (+ name)
 constexpr uint16_t kErrXmlColumnNotDeclared = 1024;   // declaration not written (+ name)
-constexpr uint16_t kErrXmlBadArgument = 2709;         // invalid argument of a writer call (value)
 
 // Files, directories and the operating system.
 constexpr uint16_t kErrCannotDelete = 1502;           // file could not be deleted (name)

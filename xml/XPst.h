@@ -46,9 +46,9 @@
  * the document could not be written (the writer then refuses every further
  * row), 1023 a column's SQL or C type cannot be written (the column is left
  * out), 1024 a column declaration could not be written (its name appended),
- * 2709 an invalid argument, and the file layer's errors (1505, 1508, ...)
- * for the output files. After a failure only XPstCancel, XPstFree and the
- * error calls are useful.
+ * 2709 an invalid argument, 2739 an unknown code page, and the file
+ * layer's errors (1509, 1519, ...) for the output files. After a failure
+ * only XPstCancel, XPstFree and the error calls are useful.
  *
  * Threads: a writer is used by one thread at a time; different writers may
  * be used by different threads at once.

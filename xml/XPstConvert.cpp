@@ -1,15 +1,16 @@
-// Character data to UTF-8 through ICU, and the text forms of values.
+// Character data to UTF-8 through the library's CharacterConverter, and
+// the text forms of values.
 //
 // The application's text is passed through untouched when it is valid
 // UTF-8 and the application code page is UTF-8, which is the common case
-// and costs one validating scan. Every other path converts to UTF-16 with
-// ICU (whose default callback substitutes U+FFFD for undecodable input)
-// and from there to UTF-8 with u_strToUTF8WithSub, which does the same for
-// unpaired surrogates.
+// and costs one validating scan. Everything else is converted by name
+// ("UTF-8", the application's code page, or "UTF-16LE") to UTF-8; ICU's
+// decoders substitute a replacement character for bytes or lone
+// surrogates that form no character, so the result is valid UTF-8 even
+// for damaged input.
 #include "xml/XPstConvert.h"
 
 #include <unicode/ucnv.h>
-#include <unicode/ustring.h>
 
 #include <charconv>
 #include <cmath>
@@ -17,12 +18,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "foundation/ram.h"
 #include "foundation/ram_internal.h"
 #include "foundation/vxerror.h"
 
 namespace {
-
-constexpr UChar32 kReplacement = 0xFFFD;
 
 // Length of the well-formed sequence at p (left bytes remain), 0 if none.
 VXSIZE_T sequenceLength(const unsigned char* p, VXSIZE_T left) {
@@ -61,26 +61,24 @@ bool XPstIsValidUtf8(const char* text, VXSIZE_T n) {
   return true;
 }
 
+XPstConverter::XPstConverter() : codePage_(nullptr) {}
+
 XPstConverter::~XPstConverter() {
-  if (converter_ != nullptr) ucnv_close(converter_);
-  if (utf8_ != nullptr) ucnv_close(utf8_);
+  free(codePage_);
   free(scratch_);
 }
 
 uint16_t XPstConverter::open(const char* codePage) {
+  if (converter_.initialize(4) != 0) return 1;
   if (codePage == nullptr || ucnv_compareNames(codePage, "UTF-8") == 0) return 0;
+  UConverter* handle = nullptr;
+  if (converter_.getHandle(codePage, int64_t(strlen(codePage)), &handle) != 0) return 1;
   UErrorCode status = U_ZERO_ERROR;
-  UConverter* converter = ucnv_open(codePage, &status);
-  if (U_FAILURE(status)) {
-    addError(kErrXmlBadArgument) << codePage;
-    return 1;
-  }
-  if (strcmp(ucnv_getName(converter, &status), "UTF-8") == 0) {
-    ucnv_close(converter);
-    return 0;
-  }
-  converter_ = converter;
-  return 0;
+  if (strcmp(ucnv_getName(handle, &status), "UTF-8") == 0) return 0;
+  codePage_ = ramAllocStr(codePage);
+  if (codePage_ != nullptr) return 0;
+  addError(kErrOutOfMemory);
+  return 1;
 }
 
 uint16_t XPstConverter::reserve(VXSIZE_T n) {
@@ -95,74 +93,37 @@ uint16_t XPstConverter::reserve(VXSIZE_T n) {
   return 0;
 }
 
+// Every input byte gives at most three UTF-8 bytes (a character of two or
+// more bytes gives at most four; a substitution three), so 4n + 16 bytes
+// always hold the result.
+uint16_t XPstConverter::convert(const char* in, VXSIZE_T n, const char* from, const char** out,
+                                VXSIZE_T* outLength) {
+  *out = in;
+  *outLength = 0;
+  if (n == 0) return 0;
+  if (reserve(4 * n + 16) != 0) return 1;
+  int64_t written = 0;
+  if (converter_.ktCpgToCpg(scratch_, int64_t(scratchSize_), in, int64_t(n), &written, from,
+                            "UTF-8") != 0)
+    return 1;
+  *out = scratch_;
+  *outLength = VXSIZE_T(written);
+  return 0;
+}
+
 uint16_t XPstConverter::fromApplication(const char* text, VXSIZE_T n, const char** out,
                                         VXSIZE_T* outLength) {
-  if (converter_ == nullptr && XPstIsValidUtf8(text, n)) {
+  if (codePage_ == nullptr && XPstIsValidUtf8(text, n)) {
     *out = text;
     *outLength = n;
     return 0;
   }
-  UConverter* converter = converter_;
-  if (converter == nullptr) {
-    UErrorCode status = U_ZERO_ERROR;
-    if (utf8_ == nullptr) utf8_ = ucnv_open("UTF-8", &status);
-    if (U_FAILURE(status)) {
-      addError(kErrOutOfMemory);
-      return 1;
-    }
-    converter = utf8_;
-  }
-  // Every input byte gives at most two UTF-16 units (a surrogate pair
-  // comes from four bytes or more in any code page ICU supports, and a
-  // substitution gives one unit). The units go in the back half of the
-  // scratch buffer, the UTF-8 in the front: 3 bytes per unit at most.
-  if (n > INT32_MAX / 8 || reserve(2 * n * sizeof(UChar) + 6 * n + 8) != 0) {
-    if (n > INT32_MAX / 8) addError(kErrOutOfMemory);
-    return 1;
-  }
-  auto* units = reinterpret_cast<UChar*>(scratch_ + 6 * n + 8);
-  UErrorCode status = U_ZERO_ERROR;
-  ucnv_resetToUnicode(converter);
-  int32_t count = ucnv_toUChars(converter, units, int32_t(2 * n), text, int32_t(n), &status);
-  if (U_FAILURE(status) && status != U_STRING_NOT_TERMINATED_WARNING) {
-    addError(kErrOutOfMemory);
-    return 1;
-  }
-  int32_t length = 0;
-  status = U_ZERO_ERROR;
-  u_strToUTF8WithSub(scratch_, int32_t(6 * n + 8), &length, units, count, kReplacement, nullptr,
-                     &status);
-  if (U_FAILURE(status)) {
-    addError(kErrOutOfMemory);
-    return 1;
-  }
-  *out = scratch_;
-  *outLength = VXSIZE_T(length);
-  return 0;
+  return convert(text, n, codePage_ != nullptr ? codePage_ : "UTF-8", out, outLength);
 }
 
 uint16_t XPstConverter::fromUtf16(const uint16_t* units, VXSIZE_T n, const char** out,
                                   VXSIZE_T* outLength) {
-  if (n > INT32_MAX / 4 || reserve(3 * n + 4) != 0) {
-    if (n > INT32_MAX / 4) addError(kErrOutOfMemory);
-    return 1;
-  }
-  return utf16ToUtf8(units, int32_t(n), out, outLength);
-}
-
-uint16_t XPstConverter::utf16ToUtf8(const uint16_t* units, int32_t n, const char** out,
-                                    VXSIZE_T* outLength) {
-  int32_t length = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  u_strToUTF8WithSub(scratch_, int32_t(scratchSize_), &length,
-                     reinterpret_cast<const UChar*>(units), n, kReplacement, nullptr, &status);
-  if (U_FAILURE(status)) {
-    addError(kErrOutOfMemory);
-    return 1;
-  }
-  *out = scratch_;
-  *outLength = VXSIZE_T(length);
-  return 0;
+  return convert(reinterpret_cast<const char*>(units), 2 * n, "UTF-16LE", out, outLength);
 }
 
 VXSIZE_T XPstFormatDate(char* out, int year, int month, int day) {

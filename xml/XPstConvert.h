@@ -4,30 +4,30 @@
 // Character data arrives either in the application's code page (an ICU
 // converter name given when the converter is opened; none, or a UTF-8
 // name, means UTF-8) or as UTF-16. Valid UTF-8 is passed through without a
-// copy; anything else goes through ICU, and bytes or units that do not form
-// a character become U+FFFD, so the result is always valid UTF-8.
+// copy; anything else goes through a CharacterConverter, and bytes or
+// units that do not form a character become a substitute, so the result
+// is always valid UTF-8.
 //
-// Ownership: the converter owns its ICU converter and a scratch buffer; a
-// result points into that buffer (or into the input) and stays valid until
-// the next call. Thread-safety: none; one writer uses it.
+// Ownership: the object owns its CharacterConverter and a scratch buffer;
+// a result points into that buffer (or into the input) and stays valid
+// until the next call. Thread-safety: none; one writer uses it.
 //
-// Failure: open files error 2709 with the code-page name when ICU knows no
-// such converter; conversions return 1 with error 1503 when memory is
-// short.
+// Failure: open files error 2739 with the code-page name when ICU knows no
+// such converter; conversions return 1 with the converter's error record,
+// or 1503 when memory is short.
 #ifndef VX_XML_XPSTCONVERT_H_
 #define VX_XML_XPSTCONVERT_H_
 
 #include <cstdint>
 
+#include "charset/charconv.h"
 #include "foundation/vxexport.h"
 #include "foundation/vxobject.h"
 #include "foundation/vxtypes.h"
 
-struct UConverter;
-
 class VX_EXPORT XPstConverter : public VxObject {
  public:
-  XPstConverter() = default;
+  XPstConverter();
   ~XPstConverter() override;
   XPstConverter(const XPstConverter&) = delete;
   XPstConverter& operator=(const XPstConverter&) = delete;
@@ -43,10 +43,12 @@ class VX_EXPORT XPstConverter : public VxObject {
  private:
   // Makes the scratch buffer hold at least n bytes.
   uint16_t reserve(VXSIZE_T n);
-  uint16_t utf16ToUtf8(const uint16_t* units, int32_t n, const char** out, VXSIZE_T* outLength);
+  // n bytes in the code page named `from` as UTF-8 in the scratch buffer.
+  uint16_t convert(const char* in, VXSIZE_T n, const char* from, const char** out,
+                   VXSIZE_T* outLength);
 
-  UConverter* converter_ = nullptr;  // the application code page; null: UTF-8
-  UConverter* utf8_ = nullptr;       // repairs invalid UTF-8, opened when needed
+  CharacterConverter converter_;
+  char* codePage_;  // the application code page's name; null: UTF-8
   char* scratch_ = nullptr;
   VXSIZE_T scratchSize_ = 0;
 };

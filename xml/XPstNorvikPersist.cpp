@@ -254,7 +254,7 @@ uint16_t XPstNorvikPersist::checkRow(const void* const* values, const int64_t* l
     if (!column.declared || lengths[i] == SQL_NULL_DATA) continue;
     bool textLength = lengths[i] >= 0 || (lengths[i] == SQL_NTS && column.cType != SQL_C_BINARY);
     if (values[i] == nullptr || (hasLength(column.cType) && !textLength)) {
-      addError(kErrXmlBadArgument) << column.elementName;
+      addError(kErrInvalidParameterValue) << column.elementName;
       return 1;
     }
   }

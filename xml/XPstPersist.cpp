@@ -58,7 +58,7 @@ uint16_t XPstPersist::fail() {
 }
 
 uint16_t XPstPersist::outOfOrder() {
-  if (state_ != State::kFailed) addError(kErrXmlBadArgument) << "call out of order";
+  if (state_ != State::kFailed) addError(kErrInvalidParameterValue) << "call out of order";
   return 1;
 }
 
@@ -95,7 +95,7 @@ uint16_t XPstPersist::create(const char* outputPath, const char* schemaPath,
                              const char* codePage) {
   if (state_ != State::kNew) return outOfOrder();
   if (outputPath == nullptr || *outputPath == 0 || (schemaPath != nullptr && *schemaPath == 0)) {
-    addError(kErrXmlBadArgument) << "empty path";
+    addError(kErrInvalidParameterValue) << "empty path";
     return fail();
   }
   outputPath_ = ramAllocStr(outputPath);
@@ -124,7 +124,7 @@ const char* XPstPersist::getSchemaLocation() const {
 uint16_t XPstPersist::describeColumns(const XML_PERSIST_COL_DESC* columns, uint16_t count) {
   if (state_ != State::kCreated) return outOfOrder();
   if (count == 0 || columns == nullptr) {
-    addError(kErrXmlBadArgument) << "no columns";
+    addError(kErrInvalidParameterValue) << "no columns";
     return fail();
   }
   columns_ = static_cast<XPstColumn*>(ramAllocZeroed(count * sizeof(XPstColumn)));
@@ -159,7 +159,7 @@ uint16_t XPstPersist::describeColumns(const XML_PERSIST_COL_DESC* columns, uint1
 uint16_t XPstPersist::appendRow(const void* const* values, const int64_t* lengths) {
   if (state_ != State::kDescribed) return outOfOrder();
   if (values == nullptr || lengths == nullptr) {
-    addError(kErrXmlBadArgument) << "no row buffers";
+    addError(kErrInvalidParameterValue) << "no row buffers";
     return 1;
   }
   if (checkRow(values, lengths) != 0) return 1;
