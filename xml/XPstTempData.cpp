@@ -12,16 +12,14 @@
 
 namespace {
 
-// A multiple of the store's page, so that consecutive spills are
-// contiguous in a store; below the file layer's 65536-byte write limit.
+// Below the file layer's 65536-byte write limit.
 constexpr VXSIZE_T kBufferSize = 32 * VxTmpFile::kPageSize;
 // The store's cache: its largest power of two.
 constexpr uint16_t kStoreCache = 32768;
 // Non-zero: the store takes no lock (one writer uses it).
 constexpr unsigned kNoLock = 1;
-// Where the first spill lands in a new store: its space starts at 1, and a
-// range of pages is moved up to the next page boundary.
-constexpr VXSIZE_T kFirstAddress = VxTmpFile::kPageSize;
+// Where the first spill lands in a new store: its space starts at 1.
+constexpr VXSIZE_T kFirstAddress = 1;
 
 }  // namespace
 
@@ -31,8 +29,10 @@ XPstTempData::~XPstTempData() {
   free(buffer_);
 }
 
-// Spills into one store are contiguous from kFirstAddress on: each is a
-// whole number of pages.
+// Spills into one store are contiguous from kFirstAddress on: space is
+// taken from the end of the store with tmpFindSpace, which (unlike
+// getContiguousSpace) never moves a range up to a page boundary, and
+// nothing is ever freed in the store.
 uint16_t XPstTempData::spill() {
   VxTmpFile* store = storeCount_ == 0 ? nullptr : stores_[storeCount_ - 1];
   if (store == nullptr || store->getSpaceEnd() + kBufferSize > VxTmpFile::kMaxSpan) {
@@ -46,8 +46,8 @@ uint16_t XPstTempData::spill() {
     stores_[storeCount_++] = store;
     lastStoreBytes_ = 0;
   }
-  VXSIZE_T address = store->getContiguousSpace(kBufferSize);
-  if (address == 0) return 1;
+  VXSIZE_T address = 0;
+  if (store->tmpFindSpace(kBufferSize, &address) != 0) return 1;
   assert(address == kFirstAddress + lastStoreBytes_);
   if (store->tmpWrite(address, buffer_, kBufferSize) != 0) return 1;
   lastStoreBytes_ += kBufferSize;

@@ -104,7 +104,7 @@ class RowMaker {
                                        day, at, hex, toUtf8(note)};
     r.expected.clear();
     for (int c = 0; c < kColumnCount; ++c) {
-      bool null = c > 0 && random_() % 8 == 0;
+      bool null = c > 0 && random_() % 8 == 0 && !(c == 10 && noteLength > 1000);
       r.lengths[c] = null ? SQL_NULL_DATA : c == 1 ? int64_t(r.name.size())
                    : c == 2 ? int64_t(2 * r.wide.size()) : c == 9 ? int64_t(r.blob.size()) : SQL_NTS;
       if (!null) r.expected[c == 2 ? "WIDE_NAME" : kColumns[c].name] = texts[c];
@@ -156,6 +156,7 @@ TEST_F(XmlWriterTest, RowsReadBackWithLibxml2InSeveralCodePages) {
       EXPECT_TRUE(!separate || xmllintAccepts(schema));
       std::vector<Record> read = readRecords(out);
       ASSERT_EQ(rows.size(), read.size());
+      EXPECT_EQ(seed == 2, slurp(out).size() > (1u << 20));
       for (size_t i = 0; i < rows.size(); ++i) {
         Record expected = rows[i].expected;
         if (expected.count("RATIO")) {
