@@ -207,9 +207,11 @@ bvmPool* bvmInit(uint16_t chunks) {
     // number is.
     pool->maxBlocks = uint16_t(uint32_t(chunks) * BVM_BLOCKS_PER_CHUNK);
     for (uint16_t& head : pool->buckets) head = BVM_NONE;
-    pool->descriptors = static_cast<bvmBlock*>(ramAllocZeroed((pool->maxBlocks + 1u) * sizeof(bvmBlock)));
-    pool->chunks = static_cast<char**>(ramAllocZeroed((pool->maxBlocks / BVM_BLOCKS_PER_CHUNK + 1u) *
-                                              sizeof(char*)));
+    // One more of each, so that a pool of 0 blocks allocates something.
+    size_t descriptors = pool->maxBlocks + 1u;
+    size_t chunkPointers = pool->maxBlocks / BVM_BLOCKS_PER_CHUNK + 1u;
+    pool->descriptors = static_cast<bvmBlock*>(ramAllocZeroed(descriptors * sizeof(bvmBlock)));
+    pool->chunks = static_cast<char**>(ramAllocZeroed(chunkPointers * sizeof(char*)));
     if (pool->descriptors == nullptr || pool->chunks == nullptr) {
       delete pool;
       addError(kErrOutOfMemory);

@@ -140,12 +140,24 @@ VXSIZE_T XPstFormatTimestamp(char* out, int year, int month, int day, int hour, 
                            minute, second));
 }
 
-VXSIZE_T XPstFormatSigned(char* out, int64_t value) {
-  return VXSIZE_T(std::to_chars(out, out + 32, value).ptr - out);
+// Digits are written from the end of a local buffer: the standard
+// library's integer to_chars would export its digit table from the
+// library.
+VXSIZE_T XPstFormatUnsigned(char* out, uint64_t value) {
+  char digits[20];
+  size_t n = 0;
+  do {
+    digits[sizeof digits - ++n] = char('0' + value % 10);
+    value /= 10;
+  } while (value != 0);
+  memcpy(out, digits + sizeof digits - n, n);
+  return n;
 }
 
-VXSIZE_T XPstFormatUnsigned(char* out, uint64_t value) {
-  return VXSIZE_T(std::to_chars(out, out + 32, value).ptr - out);
+VXSIZE_T XPstFormatSigned(char* out, int64_t value) {
+  if (value >= 0) return XPstFormatUnsigned(out, uint64_t(value));
+  out[0] = '-';
+  return 1 + XPstFormatUnsigned(out + 1, 0 - uint64_t(value));
 }
 
 VXSIZE_T XPstFormatDouble(char* out, double value) {

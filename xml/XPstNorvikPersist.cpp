@@ -42,9 +42,11 @@ bool declarationOf(const XPstColumn& c, Declaration* d) {
   *d = Declaration{nullptr, nullptr, {nullptr, nullptr, nullptr}, {false, false, false}};
   switch (c.sqlType) {
     case SQL_CHAR: case SQL_WCHAR:
-      *d = {nullptr, "string", {"length", nullptr, nullptr}, {true, false, false}}; return true;
+      *d = {nullptr, "string", {"length", nullptr, nullptr}, {true, false, false}};
+      return true;
     case SQL_VARCHAR: case SQL_WVARCHAR:
-      *d = {nullptr, "string", {"maxLength", nullptr, nullptr}, {true, false, false}}; return true;
+      *d = {nullptr, "string", {"maxLength", nullptr, nullptr}, {true, false, false}};
+      return true;
     case SQL_LONGVARCHAR: case SQL_WLONGVARCHAR: d->type = "string"; return true;
     case SQL_BIT: d->type = "boolean"; return true;
     case SQL_TINYINT: d->type = c.isUnsigned ? "unsignedByte" : "byte"; return true;
@@ -52,14 +54,18 @@ bool declarationOf(const XPstColumn& c, Declaration* d) {
     case SQL_INTEGER: d->type = c.isUnsigned ? "unsignedInt" : "int"; return true;
     case SQL_BIGINT: d->type = c.isUnsigned ? "unsignedLong" : "long"; return true;
     case SQL_NUMERIC: case SQL_DECIMAL:
-      *d = {nullptr, "decimal", {"precision", "scale", nullptr}, {true, false, false}}; return true;
+      *d = {nullptr, "decimal", {"precision", "scale", nullptr}, {true, false, false}};
+      return true;
     case SQL_REAL: d->type = "float"; return true;
     case SQL_FLOAT: case SQL_DOUBLE: d->type = "double"; return true;
     case SQL_BINARY:
-      *d = {nullptr, "binary", {"encoding", "length", nullptr}, {false, true, false}}; return true;
+      *d = {nullptr, "binary", {"encoding", "length", nullptr}, {false, true, false}};
+      return true;
     case SQL_VARBINARY:
-      *d = {nullptr, "binary", {"encoding", "maxLength", nullptr}, {false, true, false}}; return true;
-    case SQL_LONGVARBINARY: *d = {nullptr, "binary", {"encoding", nullptr, nullptr}, {}}; return true;
+      *d = {nullptr, "binary", {"encoding", "maxLength", nullptr}, {false, true, false}};
+      return true;
+    case SQL_LONGVARBINARY:
+      *d = {nullptr, "binary", {"encoding", nullptr, nullptr}, {}}; return true;
     case SQL_DATE: case SQL_TYPE_DATE: d->type = "date"; return true;
     case SQL_TIME: case SQL_TYPE_TIME: d->type = "time"; return true;
     case SQL_TIMESTAMP: case SQL_TYPE_TIMESTAMP: d->type = "timeInstant"; return true;
@@ -84,6 +90,45 @@ bool isSupportedCType(int16_t cType) {
 
 bool hasLength(int16_t cType) {
   return cType == SQL_C_CHAR || cType == SQL_C_WCHAR || cType == SQL_C_BINARY;
+}
+
+template <typename T>
+T valueAs(const void* value) {
+  return *static_cast<const T*>(value);
+}
+
+// The text of a value of a fixed-size C type (every supported type but
+// character and binary data) in `out` (64 bytes); returns its length.
+VXSIZE_T formatFixedSize(int16_t cType, const void* value, char* out) {
+  switch (cType) {
+    case SQL_C_BIT:
+      strcpy(out, valueAs<unsigned char>(value) != 0 ? "true" : "false");
+      return strlen(out);
+    case SQL_C_TINYINT: case SQL_C_STINYINT:
+      return XPstFormatSigned(out, valueAs<signed char>(value));
+    case SQL_C_UTINYINT: return XPstFormatUnsigned(out, valueAs<unsigned char>(value));
+    case SQL_C_SHORT: case SQL_C_SSHORT: return XPstFormatSigned(out, valueAs<int16_t>(value));
+    case SQL_C_USHORT: return XPstFormatUnsigned(out, valueAs<uint16_t>(value));
+    case SQL_C_LONG: case SQL_C_SLONG: return XPstFormatSigned(out, valueAs<int32_t>(value));
+    case SQL_C_ULONG: return XPstFormatUnsigned(out, valueAs<uint32_t>(value));
+    case SQL_C_SBIGINT: return XPstFormatSigned(out, valueAs<int64_t>(value));
+    case SQL_C_UBIGINT: return XPstFormatUnsigned(out, valueAs<uint64_t>(value));
+    case SQL_C_FLOAT: return XPstFormatFloat(out, valueAs<float>(value));
+    case SQL_C_DOUBLE: return XPstFormatDouble(out, valueAs<double>(value));
+    case SQL_C_DATE: case SQL_C_TYPE_DATE: {
+      auto d = valueAs<DATE_STRUCT>(value);
+      return XPstFormatDate(out, d.year, d.month, d.day);
+    }
+    case SQL_C_TIME: case SQL_C_TYPE_TIME: {
+      auto t = valueAs<TIME_STRUCT>(value);
+      return XPstFormatTime(out, t.hour, t.minute, t.second);
+    }
+    default: {
+      // Only the time-stamp types are left: describeColumns refused the rest.
+      auto t = valueAs<TIMESTAMP_STRUCT>(value);
+      return XPstFormatTimestamp(out, t.year, t.month, t.day, t.hour, t.minute, t.second);
+    }
+  }
 }
 
 // Text of n blanks, "<" or "</", the name and ">" (and a newline).
@@ -252,7 +297,8 @@ uint16_t XPstNorvikPersist::checkRow(const void* const* values, const int64_t* l
   for (uint16_t i = 0; i < getColumnCount(); ++i) {
     const XPstColumn& column = getColumn(i);
     if (!column.declared || lengths[i] == SQL_NULL_DATA) continue;
-    bool textLength = lengths[i] >= 0 || (lengths[i] == SQL_NTS && column.cType != SQL_C_BINARY);
+    bool textLength =
+        lengths[i] >= 0 || (lengths[i] == SQL_NTS && column.cType != SQL_C_BINARY);
     if (values[i] == nullptr || (hasLength(column.cType) && !textLength)) {
       addError(kErrInvalidParameterValue) << column.elementName;
       return 1;
@@ -276,69 +322,37 @@ uint16_t XPstNorvikPersist::writeRecord(const void* const* values, const int64_t
 
 uint16_t XPstNorvikPersist::writeValue(const XPstColumn& column, const void* value,
                                        int64_t length) {
-  char text[64];
+  const char* utf8 = nullptr;
   VXSIZE_T n = 0;
-  switch (column.cType) {
-    case SQL_C_CHAR: {
-      const char* in = static_cast<const char*>(value);
-      const char* utf8 = nullptr;
-      VXSIZE_T bytes = length == SQL_NTS ? strlen(in) : VXSIZE_T(length);
-      if (converter_.fromApplication(in, bytes, &utf8, &n) != 0) return 1;
-      return tags_.setTagData(utf8, n);
-    }
-    case SQL_C_WCHAR: {
-      const auto* in = static_cast<const uint16_t*>(value);
-      VXSIZE_T units = 0;
-      if (length == SQL_NTS)
-        while (in[units] != 0) ++units;
-      else
-        units = VXSIZE_T(length) / 2;
-      const char* utf8 = nullptr;
-      if (converter_.fromUtf16(in, units, &utf8, &n) != 0) return 1;
-      return tags_.setTagData(utf8, n);
-    }
-    case SQL_C_BINARY: {
-      VXSIZE_T bytes = VXSIZE_T(length);
-      char* hex = static_cast<char*>(ramAlloc(2 * bytes + 1));
-      if (hex == nullptr) {
-        addError(kErrOutOfMemory);
-        return 1;
-      }
-      n = hexify(hex, value, bytes);
-      uint16_t status = tags_.writeRaw(hex, n);
-      free(hex);
-      return status;
-    }
-    case SQL_C_BIT:
-      return *static_cast<const unsigned char*>(value) != 0 ? tags_.writeRaw("true", 4)
-                                                             : tags_.writeRaw("false", 5);
-    case SQL_C_TINYINT: case SQL_C_STINYINT:
-      n = XPstFormatSigned(text, *static_cast<const signed char*>(value)); break;
-    case SQL_C_UTINYINT: n = XPstFormatUnsigned(text, *static_cast<const unsigned char*>(value)); break;
-    case SQL_C_SHORT: case SQL_C_SSHORT: n = XPstFormatSigned(text, *static_cast<const int16_t*>(value)); break;
-    case SQL_C_USHORT: n = XPstFormatUnsigned(text, *static_cast<const uint16_t*>(value)); break;
-    case SQL_C_LONG: case SQL_C_SLONG: n = XPstFormatSigned(text, *static_cast<const int32_t*>(value)); break;
-    case SQL_C_ULONG: n = XPstFormatUnsigned(text, *static_cast<const uint32_t*>(value)); break;
-    case SQL_C_SBIGINT: n = XPstFormatSigned(text, *static_cast<const int64_t*>(value)); break;
-    case SQL_C_UBIGINT: n = XPstFormatUnsigned(text, *static_cast<const uint64_t*>(value)); break;
-    case SQL_C_FLOAT: n = XPstFormatFloat(text, *static_cast<const float*>(value)); break;
-    case SQL_C_DOUBLE: n = XPstFormatDouble(text, *static_cast<const double*>(value)); break;
-    case SQL_C_DATE: case SQL_C_TYPE_DATE: {
-      const auto* d = static_cast<const DATE_STRUCT*>(value);
-      n = XPstFormatDate(text, d->year, d->month, d->day);
-      break;
-    }
-    case SQL_C_TIME: case SQL_C_TYPE_TIME: {
-      const auto* t = static_cast<const TIME_STRUCT*>(value);
-      n = XPstFormatTime(text, t->hour, t->minute, t->second);
-      break;
-    }
-    default: {
-      // Only the time-stamp types are left: describeColumns refused the rest.
-      const auto* t = static_cast<const TIMESTAMP_STRUCT*>(value);
-      n = XPstFormatTimestamp(text, t->year, t->month, t->day, t->hour, t->minute, t->second);
-      break;
-    }
+  if (column.cType == SQL_C_CHAR) {
+    const char* in = static_cast<const char*>(value);
+    VXSIZE_T bytes = length == SQL_NTS ? strlen(in) : VXSIZE_T(length);
+    if (converter_.fromApplication(in, bytes, &utf8, &n) != 0) return 1;
+    return tags_.setTagData(utf8, n);
   }
+  if (column.cType == SQL_C_WCHAR) {
+    const auto* in = static_cast<const uint16_t*>(value);
+    VXSIZE_T units = 0;
+    if (length == SQL_NTS)
+      while (in[units] != 0) ++units;
+    else
+      units = VXSIZE_T(length) / 2;
+    if (converter_.fromUtf16(in, units, &utf8, &n) != 0) return 1;
+    return tags_.setTagData(utf8, n);
+  }
+  if (column.cType == SQL_C_BINARY) return writeHex(value, VXSIZE_T(length));
+  char text[64];
+  n = formatFixedSize(column.cType, value, text);
   return tags_.writeRaw(text, n);
+}
+
+uint16_t XPstNorvikPersist::writeHex(const void* value, VXSIZE_T bytes) {
+  char* hex = static_cast<char*>(ramAlloc(2 * bytes + 1));
+  if (hex == nullptr) {
+    addError(kErrOutOfMemory);
+    return 1;
+  }
+  uint16_t status = tags_.writeRaw(hex, hexify(hex, value, bytes));
+  free(hex);
+  return status;
 }

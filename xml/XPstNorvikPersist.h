@@ -48,6 +48,8 @@ class VX_EXPORT XPstNorvikPersist : public XPstPersist {
   uint16_t declareColumn(const XPstColumn& column, uint32_t indent);
   uint16_t buildElementTags(uint32_t indent);
   uint16_t writeValue(const XPstColumn& column, const void* value, int64_t length);
+  // Binary data as upper-case hexadecimal.
+  uint16_t writeHex(const void* value, VXSIZE_T bytes);
 
   // Per column: "<indent><NAME>" and "</NAME>\n", built once.
   char** openTags_ = nullptr;

@@ -170,7 +170,8 @@ bool parseHeaderCell(const std::string& cell, Column* column) {
   if (found == nullptr) return false;
   column->desc.sqlType = found->sqlType;
   column->desc.cType = found->cType;
-  if (!parseSize(paren == std::string::npos ? "" : type.substr(paren), *found, column)) return false;
+  std::string size = paren == std::string::npos ? "" : type.substr(paren);
+  if (!parseSize(size, *found, column)) return false;
   while (words >> flag) {
     for (char& c : flag) c = char(toupper(static_cast<unsigned char>(c)));
     if (flag == "NULL") {
@@ -231,20 +232,48 @@ bool validTime(int hour, int minute, int second) {
   return hour >= 0 && hour < 24 && minute >= 0 && minute < 60 && second >= 0 && second < 60;
 }
 
-// The value of one field in its column's buffer; false when it does not fit.
-bool convertValue(const std::string& s, Column* c) {
+// "YYYY-MM-DD", "hh:mm:ss", or "YYYY-MM-DD hh:mm:ss[.fraction]" (a "T"
+// may stand for the blank), with the date and the time checked.
+bool parseDateTime(const std::string& s, Column* c) {
   int y = 0, mo = 0, d = 0, h = 0, mi = 0, se = 0, used = 0, tail = 0;
   unsigned fraction = 0;
+  const char* text = s.c_str();
+  switch (c->desc.cType) {
+    case SQL_C_TYPE_DATE:
+      if (sscanf(text, "%4d-%2d-%2d%n", &y, &mo, &d, &used) != 3 || !validDate(y, mo, d))
+        return false;
+      c->date = DATE_STRUCT{SQLSMALLINT(y), SQLUSMALLINT(mo), SQLUSMALLINT(d)};
+      return size_t(used) == s.size();
+    case SQL_C_TYPE_TIME:
+      if (sscanf(text, "%2d:%2d:%2d%n", &h, &mi, &se, &used) != 3 || !validTime(h, mi, se))
+        return false;
+      c->time = TIME_STRUCT{SQLUSMALLINT(h), SQLUSMALLINT(mi), SQLUSMALLINT(se)};
+      return size_t(used) == s.size();
+    default:
+      if (sscanf(text, "%4d-%2d-%2d%*1[ T]%2d:%2d:%2d%n", &y, &mo, &d, &h, &mi, &se, &used) != 6 ||
+          !validDate(y, mo, d) || !validTime(h, mi, se))
+        return false;
+      if (size_t(used) != s.size() &&
+          (sscanf(text + used, ".%9u%n", &fraction, &tail) != 1 || size_t(used + tail) != s.size()))
+        return false;
+      c->stamp = TIMESTAMP_STRUCT{SQLSMALLINT(y),  SQLUSMALLINT(mo), SQLUSMALLINT(d),
+                                  SQLUSMALLINT(h), SQLUSMALLINT(mi), SQLUSMALLINT(se), fraction};
+      return true;
+  }
+}
+
+// The value of one field in its column's buffer; false when it does not fit.
+bool convertValue(const std::string& s, Column* c) {
   char* end = nullptr;
   switch (c->desc.cType) {
     case SQL_C_CHAR:
       c->text = s;
-      if (c->desc.sqlType == SQL_NUMERIC || c->desc.sqlType == SQL_DECIMAL) return parseDecimal(s, c);
+      if (c->desc.sqlType == SQL_NUMERIC || c->desc.sqlType == SQL_DECIMAL)
+        return parseDecimal(s, c);
       return c->desc.columnSize == 0 || characters(s) <= c->desc.columnSize;
     case SQL_C_BIT:
-      if (s == "1" || s == "true") return (c->bit = 1), true;
-      if (s == "0" || s == "false") return (c->bit = 0), true;
-      return false;
+      c->bit = s == "1" || s == "true";
+      return c->bit || s == "0" || s == "false";
     case SQL_C_SBIGINT:
     case SQL_C_UBIGINT:
       return parseInteger(s, c);
@@ -260,29 +289,8 @@ bool convertValue(const std::string& s, Column* c) {
       if (s.size() % 2 != 0 || (c->desc.columnSize != 0 && s.size() / 2 > c->desc.columnSize))
         return false;
       return s.empty() || dehexify(&c->text[0], s.c_str(), s.size()) == 0;
-    case SQL_C_TYPE_DATE:
-      if (sscanf(s.c_str(), "%4d-%2d-%2d%n", &y, &mo, &d, &used) != 3 || size_t(used) != s.size() ||
-          !validDate(y, mo, d))
-        return false;
-      c->date = DATE_STRUCT{SQLSMALLINT(y), SQLUSMALLINT(mo), SQLUSMALLINT(d)};
-      return true;
-    case SQL_C_TYPE_TIME:
-      if (sscanf(s.c_str(), "%2d:%2d:%2d%n", &h, &mi, &se, &used) != 3 || size_t(used) != s.size() ||
-          !validTime(h, mi, se))
-        return false;
-      c->time = TIME_STRUCT{SQLUSMALLINT(h), SQLUSMALLINT(mi), SQLUSMALLINT(se)};
-      return true;
     default:
-      if (sscanf(s.c_str(), "%4d-%2d-%2d%*1[ T]%2d:%2d:%2d%n", &y, &mo, &d, &h, &mi, &se, &used) != 6 ||
-          !validDate(y, mo, d) || !validTime(h, mi, se))
-        return false;
-      if (size_t(used) != s.size() &&
-          (sscanf(s.c_str() + used, ".%9u%n", &fraction, &tail) != 1 ||
-           size_t(used + tail) != s.size()))
-        return false;
-      c->stamp = TIMESTAMP_STRUCT{SQLSMALLINT(y), SQLUSMALLINT(mo), SQLUSMALLINT(d), SQLUSMALLINT(h),
-                                  SQLUSMALLINT(mi), SQLUSMALLINT(se), fraction};
-      return true;
+      return parseDateTime(s, c);
   }
 }
 
