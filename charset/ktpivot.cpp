@@ -8,12 +8,12 @@
 //   eight bytes at a time; the first piece holding a byte with the high bit
 //   set ends the copy and conversion goes on from there through ICU. All-
 //   ASCII input longer than the capacity is cut to the capacity (result 1).
-// - Otherwise ucnv_toUnicode (flush) fills a pivot of 2,000 units (a full
-//   pivot is not an error) and ucnv_fromUnicode empties it into the output.
+// - Otherwise ucnv_toUnicode fills a pivot of 2,000 units (a full pivot is
+//   not an error) and ucnv_fromUnicode empties it into the output.
 // - The output is drained one whole character at a time once it would
-//   overflow, so that truncated output ends at a character boundary and
-//   *consumed is exactly the input behind what was written. An ICU failure
-//   ends the loop with its mapICUreturn value.
+//   overflow, so that truncated output ends at a character boundary;
+//   *consumed is then found by decoding the input again up to the units
+//   written. An ICU failure ends the loop with its mapICUreturn value.
 // - A terminating 0 follows the output when room remains; *written and
 //   *consumed are stored on every exit.
 // ktUCS2ToAnsi takes its input as the pivot itself (through a swapped copy
@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstring>
+#include <string>
 
 #include "charset/ktwchar_internal.h"
 
@@ -41,11 +42,26 @@ int32_t unitsOfCharacter(const UChar* pivot, int32_t k, int32_t n) {
 // is full. An ICU failure is left in *result.
 class ByteSink {
  public:
+  // Every conversion starts the target afresh: an earlier truncated call
+  // may have left bytes in it.
   ByteSink(char* out, int64_t capacity, UConverter* target)
-      : start_(out), next_(out), end_(out + capacity), target_(target) {}
+      : start_(out), next_(out), end_(out + capacity), target_(target) {
+    ucnv_resetFromUnicode(target);
+  }
+
+  ~ByteSink() { ucnv_close(saved_); }
+  ByteSink(const ByteSink&) = delete;
+  ByteSink& operator=(const ByteSink&) = delete;
 
   int32_t drain(const UChar* pivot, int32_t n, bool flush, VxConvertReturn* result) {
     char* before = next_;
+    // The state at the batch's start, to redo the batch from: the initial
+    // state for the first batch, else a copy taken now.
+    UConverter* working = target_;
+    if (!first_ && (working = copyOf(target_, result)) == nullptr) return 0;
+    first_ = false;
+    ucnv_close(saved_);
+    saved_ = working == target_ ? nullptr : working;
     const UChar* source = pivot;
     UErrorCode status = U_ZERO_ERROR;
     ucnv_fromUnicode(target_, &next_, end_, &source, pivot + n, nullptr, flush, &status);
@@ -54,26 +70,29 @@ class ByteSink {
       return int32_t(source - pivot);
     }
     // Too little room: redo this batch one character at a time through a
-    // scratch buffer, keeping only characters that fit whole.
+    // scratch buffer, keeping only characters that fit whole together with
+    // the bytes that would close the output after them (a stateful code
+    // page such as ISO-2022-JP returns to its initial state at the end).
     next_ = before;
-    ucnv_resetFromUnicode(target_);
+    if (working == target_) ucnv_resetFromUnicode(target_);
+    std::string closing;
+    if (!closeOnClone(working, &closing, result)) return 0;
     int32_t k = 0;
     while (k < n) {
       int32_t step = unitsOfCharacter(pivot, k, n);
-      char scratch[64];
-      char* s = scratch;
-      const UChar* u = pivot + k;
-      status = U_ZERO_ERROR;
-      ucnv_fromUnicode(target_, &s, scratch + sizeof scratch, &u, pivot + k + step, nullptr, false,
-                       &status);
-      if (U_FAILURE(status)) {
-        *result = mapICUreturn(status);
-        break;
-      }
-      if (s - scratch > end_ - next_) break;
-      memcpy(next_, scratch, size_t(s - scratch));
-      next_ += s - scratch;
+      std::string bytes;
+      if (!encode(working, pivot + k, step, false, &bytes, result)) break;
+      std::string closingAfter;
+      if (!closeOnClone(working, &closingAfter, result)) break;
+      if (int64_t(bytes.size() + closingAfter.size()) > end_ - next_) break;
+      memcpy(next_, bytes.data(), bytes.size());
+      next_ += bytes.size();
+      closing.swap(closingAfter);
       k += step;
+    }
+    if (k < n || flush) {
+      memcpy(next_, closing.data(), closing.size());
+      next_ += closing.size();
     }
     return k;
   }
@@ -81,10 +100,54 @@ class ByteSink {
   int64_t written() const { return next_ - start_; }
 
  private:
+  // Encodes units (flush: and closes the output) into *bytes.
+  static bool encode(UConverter* converter, const UChar* units, int32_t n, bool flush,
+                     std::string* bytes, VxConvertReturn* result) {
+    char scratch[64];
+    char* s = scratch;
+    const UChar* u = units;
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_fromUnicode(converter, &s, scratch + sizeof scratch, &u, units + n, nullptr, flush,
+                     &status);
+    if (U_FAILURE(status)) {
+      *result = mapICUreturn(status);
+      return false;
+    }
+    bytes->assign(scratch, size_t(s - scratch));
+    return true;
+  }
+
+  static UConverter* copyOf(UConverter* converter, VxConvertReturn* result) {
+    UErrorCode status = U_ZERO_ERROR;
+#if U_ICU_VERSION_MAJOR_NUM >= 71
+    UConverter* copy = ucnv_clone(converter, &status);
+#else
+    UConverter* copy = ucnv_safeClone(converter, nullptr, nullptr, &status);
+#endif
+    if (U_FAILURE(status)) {
+      *result = VX_CONVERT_FAILED;
+      return nullptr;
+    }
+    return copy;
+  }
+
+  // The bytes that would close the output in the converter's present
+  // state, found on a copy of it.
+  static bool closeOnClone(UConverter* converter, std::string* bytes, VxConvertReturn* result) {
+    UConverter* copy = copyOf(converter, result);
+    if (copy == nullptr) return false;
+    UChar none = 0;
+    bool ok = encode(copy, &none, 0, true, bytes, result);
+    ucnv_close(copy);
+    return ok;
+  }
+
   char* start_;
   char* next_;
   char* end_;
   UConverter* target_;
+  UConverter* saved_ = nullptr;
+  bool first_ = true;
 };
 
 class UnitSink {
@@ -110,60 +173,64 @@ class UnitSink {
   UChar* end_;
 };
 
+// The bytes of in that decode to the first units UTF-16 units: the input
+// is decoded again one character at a time from the start. Used only when
+// the output was too small, to say exactly how much input it took.
+int64_t bytesForUnits(const char* in, int64_t length, UConverter* source, int64_t units) {
+  const char* next = in;
+  const char* end = in + length;
+  ucnv_resetToUnicode(source);
+  while (units > 0 && next < end) {
+    UErrorCode status = U_ZERO_ERROR;
+    UChar32 c = ucnv_getNextUChar(source, &next, end, &status);
+    if (U_FAILURE(status)) break;
+    units -= U16_LENGTH(c);
+  }
+  return next - in;
+}
+
 // Decodes in[0..length) through source into the pivot and drains it into
 // sink. *used receives the bytes of input behind what the sink took.
-//
-// A batch never ends inside a surrogate pair: a lead surrogate in the
-// pivot's last place is carried to the front of the next batch. A full
-// pivot may leave units inside the converter even when all input is read;
-// the loop runs until those are out too. offsets[i] is where unit i's
-// character starts, relative to the batch's first input byte (units ICU
-// had kept back inherit the offset of the unit before them).
+// A full pivot is not an error: the units ICU keeps back come with the next
+// call. A batch never ends inside a surrogate pair: a lead surrogate in the
+// pivot's last place is carried to the front of the next batch.
 template <class Sink>
 VxConvertReturn decodeThroughPivot(const char* in, int64_t length, UConverter* source, Sink& sink,
                                    int64_t* used) {
   UChar pivot[kPivotUnits];
-  int32_t offsets[kPivotUnits];
   const char* next = in;
   const char* end = in + length;
   VxConvertReturn result = VX_CONVERT_OK;
   int32_t carried = 0;
-  int64_t carriedAt = 0;
+  int64_t unitsTaken = 0;
   bool pending = false;
   ucnv_resetToUnicode(source);
   while ((next < end || pending || carried > 0) && result == VX_CONVERT_OK) {
-    const char* batch = next;
-    if (carried > 0) offsets[0] = int32_t(carriedAt - (batch - in));
     UChar* filled = pivot + carried;
     UErrorCode status = U_ZERO_ERROR;
-    ucnv_toUnicode(source, &filled, pivot + kPivotUnits, &next, end, offsets + carried, true,
-                   &status);
+    ucnv_toUnicode(source, &filled, pivot + kPivotUnits, &next, end, nullptr, true, &status);
     pending = status == U_BUFFER_OVERFLOW_ERROR;
     if (pending) status = U_ZERO_ERROR;
     if (status == U_STRING_NOT_TERMINATED_WARNING) {
       result = VX_CONVERT_TRUNCATED;
     } else if (U_FAILURE(status)) {
-      next = batch - (carried > 0 ? (batch - in) - carriedAt : 0);
       result = mapICUreturn(status);
       break;
     }
     int32_t n = int32_t(filled - pivot);
-    for (int32_t i = carried; i < n; ++i) {
-      if (offsets[i] < 0) offsets[i] = i > 0 ? offsets[i - 1] : 0;
-    }
     carried = 0;
     bool more = next < end || pending;
     if (more && n > 1 && U16_IS_LEAD(pivot[n - 1])) {
       --n;
       carried = 1;
-      carriedAt = (batch - in) + offsets[n];
     }
     int32_t taken = sink.drain(pivot, n, !more, &result);
+    unitsTaken += taken;
     if (carried > 0) pivot[0] = pivot[n];
     if (taken < n) {
-      next = batch + offsets[taken];
-      carried = 0;
       if (result == VX_CONVERT_OK) result = VX_CONVERT_TRUNCATED;
+      next = in + bytesForUnits(in, length, source, unitsTaken);
+      carried = 0;
     }
   }
   *used = next - in;
@@ -250,7 +317,6 @@ VxConvertReturn ktUCS2ToAnsi(char* out, int64_t capacity, const UChar* in, int64
   UChar pivot[kPivotUnits];
   VxConvertReturn result = VX_CONVERT_OK;
   int64_t used = 0;
-  ucnv_resetFromUnicode(target);
   while (used < length && result == VX_CONVERT_OK) {
     int32_t n = int32_t(std::min<int64_t>(length - used, kPivotUnits));
     const UChar* batch = in + used;

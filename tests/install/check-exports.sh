@@ -17,7 +17,12 @@ WritePrivateProfileString addDatabaseError addError addWarning alignOnByteBounda
 appendTextToErrorAtPos appendTextToLastError atomicTaskExchange atomicThreadExchange bitcheck bitset
 convert convertFloat countDBLibInits decrypt dehexify dehexifyHuge encrypt fastMemCopy floatCompare
 getThreadInfo hexify hexifyHuge isCharEqual isHexString isTrueStr javaToLower javaToUpper
-ramAllocStr ramResize thr_yield today verifyByteBoundary wideDehexify wideHexify resourceElement'
+ramAllocStr ramResize thr_yield today verifyByteBoundary wideDehexify wideHexify resourceElement
+AnsiToOem OemToAnsi UTF16CharFromUTF8Char UTF8CharFromUTF16Char VerifyCodePage checkICUreturn
+checkKTreturn mapICUreturn setConversionReturnLength getEntry getSection NORVK_UCNV_INI_Buf
+NORVK_UCNV_INI_BufSize NORVK_UCNV_INST_Buf NORVK_UCNV_INST_BufSize IANAtoICUTable IANAtoICUTableRows
+IANAtoIBMTable IANAtoIBMTableRows IBMtoIANATable IBMtoIANATableRows WindowsToIANATable
+WindowsToIANATableRows UnilibToIANATable UnilibToIANATableRows'
 
 symbols=$(nm -D --defined-only -C "$lib" | cut -d' ' -f3-)
 status=0

@@ -1,0 +1,128 @@
+// vxtool codepage and convert run as child processes: output formats,
+// exit statuses, the load-time profile reader as the environment sets it
+// up, and streaming across read buffers judged by iconv.
+#include <gtest/gtest.h>
+#include <iconv.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+
+namespace {
+
+struct ToolRun {
+  int status;
+  std::string out, err;
+};
+
+std::string slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+class CodePageTool : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/vx_codepage_XXXXXX";
+    ASSERT_NE(nullptr, mkdtemp(pattern));
+    dir = pattern;
+  }
+  void TearDown() override { EXPECT_EQ(0, system(("rm -rf '" + dir + "'").c_str())); }
+
+  void write(const std::string& name, const std::string& text) {
+    std::ofstream(dir + "/" + name, std::ios::binary) << text;
+  }
+  // vxtool with args (shell words), input on stdin, HOME at the scratch
+  // directory and no other profile variables.
+  ToolRun tool(const std::string& args, const std::string& input = "") {
+    write("stdin", input);
+    std::string command = "env -u ODBCINI -u ODBC_INI -u ODBCINSTINI -u ODBCINST_INI HOME='" + dir +
+                          "' " VX_TOOL " " + args + " <'" + dir + "/stdin' >'" + dir +
+                          "/stdout' 2>'" + dir + "/stderr'";
+    int status = system(command.c_str());
+    return ToolRun{WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(dir + "/stdout"),
+               slurp(dir + "/stderr")};
+  }
+  std::string dir;
+};
+
+TEST_F(CodePageTool, FormatsAndStatuses) {
+  struct Row {
+    const char* args;
+    int status;
+    std::string out;
+    const char* err;
+  };
+  const Row rows[] = {
+      {"codepage name 2000005040", 0, "td_ebcdic037_0e\n", ""},
+      {"codepage name 999", 1, "", "not found\n"},
+      {"codepage map windows-to-iana 65001", 0, "106\n", ""},
+      {"codepage map unilib-to-iana 8", 1, "", "not found\n"},
+      {"codepage map ibm-to-iana 300", 0, "2000000939\n", ""},
+      {"codepage map other 1", 2, "", "usage:"},
+      {"codepage app 'ACP=1252;DSN=x'", 0, "2252\ndsn x\n", ""},
+      {"codepage app ''", 0, "4\n", ""},
+      {"convert --from 106 --to 17", 1, "", "error 2739 (HY000): "},
+      {"convert --from 106 --to 4 --substitution warning", 0, "a\x1A", "warning 2736 (01000): "},
+      {"convert --from 106 --to 4 --substitution error", 1, "", "error 2737 (HY000): "},
+      {"convert --from 106 --to 4", 0, "a\x1A", ""},
+      {"convert --from 106 --to utf-16be", 0, std::string("\0a\x20\xac", 4), ""},
+      {"convert --from 106", 2, "", "usage:"},
+  };
+  for (const Row& row : rows) {
+    ToolRun r = tool(row.args, "a\xE2\x82\xAC");
+    EXPECT_EQ(row.status, r.status) << row.args;
+    EXPECT_EQ(row.out, r.out) << row.args;
+    EXPECT_EQ(0u, r.err.find(row.err)) << row.args << ": " << r.err;
+  }
+}
+
+// The profile files are read at load, from $HOME when ODBCINI and
+// ODBC_INI are unset; odbcinst.ini is read only when odbc.ini was.
+TEST_F(CodePageTool, AppCodePageFromTheHomeProfiles) {
+  write(".odbcinst.ini", "[ODBC]\nIANAAppCodePage=38\n");
+  EXPECT_EQ("4\n", tool("codepage app 'UID=me'").out);
+  write(".odbc.ini", "[Sales]\nAppCodePage=6\n[ODBC]\nx=1\n");
+  EXPECT_EQ("38\n", tool("codepage app 'UID=me'").out);
+  EXPECT_EQ("17\ndsn Sales\n", tool("codepage app 'DSN=Sales'").out);
+}
+
+// Half a megabyte of mixed ASCII and two-byte text through fixed read
+// buffers: the same bytes as iconv, so no character was split.
+TEST_F(CodePageTool, StreamsLongInputLikeIconv) {
+  std::mt19937 rng(12);
+  std::string utf8;
+  while (utf8.size() < 500000) {
+    if (rng() % 3 == 0) {
+      utf8 += char('a' + rng() % 26);
+    } else {
+      unsigned c = 0x3041 + rng() % 80;  // hiragana
+      utf8 += char(0xE0 | (c >> 12));
+      utf8 += char(0x80 | ((c >> 6) & 0x3F));
+      utf8 += char(0x80 | (c & 0x3F));
+    }
+  }
+  iconv_t cd = iconv_open("SHIFT_JIS", "UTF-8");
+  std::string expected(utf8.size(), '\0');
+  char* in = &utf8[0];
+  size_t inLeft = utf8.size();
+  char* out = &expected[0];
+  size_t outLeft = expected.size();
+  ASSERT_NE(size_t(-1), iconv(cd, &in, &inLeft, &out, &outLeft));
+  iconv_close(cd);
+  expected.resize(expected.size() - outLeft);
+  ToolRun toSjis = tool("convert --from 106 --to Shift_JIS", utf8);
+  EXPECT_EQ(0, toSjis.status);
+  EXPECT_TRUE(toSjis.out == expected) << "seed 12: sizes " << toSjis.out.size() << "/" << expected.size();
+  ToolRun back = tool("convert --from 2024 --to utf-16le", expected);
+  ToolRun again = tool("convert --from utf-16le --to 106", back.out);
+  EXPECT_TRUE(again.out == utf8) << "seed 12";
+}
+
+}  // namespace
