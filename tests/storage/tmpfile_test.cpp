@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "storage/tmp.h"
+#include "storage/vxshrfil.h"
 #include "storage_support.h"
 
 namespace {
@@ -203,6 +204,50 @@ TEST_F(TmpFileTest, TruncateReleasesTheFileAndRestartsTheSpace) {
   EXPECT_EQ(0, filesInDirectory());
   EXPECT_EQ(1u, store.getSpaceEnd());
   EXPECT_EQ(4u, store.getContiguousSpace(8));
+}
+
+}  // namespace
+
+namespace {
+
+using SharedFileTest = vxtest::StorageTest;
+
+// Random writes and reads against a std::string, two files sharing one
+// store; a write at 4,095 of 2 bytes takes two pages; an offset past
+// 65,536 pages fails instead of wrapping; truncate gives the pages back.
+TEST_F(SharedFileTest, PagedWritesAndReadsAgreeWithAStringModel) {
+  VxTmpFile store(8192, 0);
+  VxSharedFile first(&store), second(&store);
+  ASSERT_EQ(0u, first.write(4095, "ab", 2));
+  EXPECT_EQ(2u, first.getPageCount());
+  const unsigned seed = 7003;
+  std::mt19937 rng(seed);
+  std::string model(2 * 4096, '\0');
+  ASSERT_EQ(0u, second.write(0, model.data(), model.size()));
+  for (int step = 0; step < 2000; ++step) {
+    // Writes start within what was written, so no byte read is undefined.
+    VXSIZE_T at = rng() % (model.size() + 1), n = rng() % 9000;
+    if (rng() % 2) {
+      std::string bytes(n, '\0');
+      for (char& c : bytes) c = char(rng());
+      ASSERT_EQ(0u, second.write(at, bytes.data(), n)) << "seed " << seed;
+      if (model.size() < at + n) model.resize(at + n);
+      model.replace(at, n, bytes);
+    } else {
+      n = std::min<VXSIZE_T>(n, model.size() - at);
+      std::string out(n, '\0');
+      ASSERT_EQ(0u, second.read(at, &out[0], n));
+      ASSERT_TRUE(model.substr(at, n) == out) << "read at " << at << ", seed " << seed;
+    }
+  }
+  char ab[2];
+  ASSERT_EQ(0u, first.read(4095, ab, 2));
+  EXPECT_EQ(0, memcmp(ab, "ab", 2));
+  EXPECT_EQ(1u, first.read(3 * 4096, ab, 1));
+  EXPECT_EQ(1u, first.write(VXSIZE_T(65536) * 4096, "x", 1));
+  EXPECT_EQ(2715, VxErrorKeeper::getLastErrorNumber());
+  first.truncate();
+  EXPECT_EQ(0u, first.getPageCount());
 }
 
 }  // namespace
