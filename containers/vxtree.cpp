@@ -132,12 +132,24 @@ bool VxTree::isMarked(const char* node, VXSIZE_T i) const {
   return (treeFlags & kDeletedMarks) && keyOf(node, i)[keyLength + dataLength] != 0;
 }
 
+// Only the part of a node in use travels: the header and the triplets up
+// to the last son. A node within one page is read through one pointer.
+VXSIZE_T VxTree::usedBytes(const char* node) const {
+  VXSIZE_T used = usedOf(node);
+  return used == 0 ? 24 : 24 + (used - 1) * tripletSize;
+}
+
 unsigned VxTree::loadNode(VXSIZE_T address, char* node) {
-  return nodeStore.tmpRead(address, node, nodeBytes());
+  void* at;
+  uint16_t left;
+  if (nodeStore.tmpPointer(address, &at, &left, 0) != 0) return 1;
+  if (left < nodeBytes()) return nodeStore.tmpRead(address, node, nodeBytes());
+  memcpy(node, at, usedBytes(static_cast<const char*>(at)));
+  return 0;
 }
 
 unsigned VxTree::storeNode(VXSIZE_T address, const char* node) {
-  return nodeStore.tmpWrite(address, node, nodeBytes());
+  return nodeStore.tmpWrite(address, node, usedBytes(node));
 }
 
 // Freed nodes are reused before the store grows.
@@ -416,8 +428,8 @@ unsigned VxTree::removeFromNode(VxTreeIterator& path, VXSIZE_T level, char* node
     memcpy(node, workNode2, nodeBytes());
     return removeFromNode(path, path.nodes.getCount() - 1, node);
   }
-  writeU16(node, uint16_t(keys));
-  if (keys > 0) return storeNode(address, node);
+  writeU16(node, uint16_t(keys));  // one son fewer: used is now the old key count
+  if (keys > 1) return storeNode(address, node);
   VXSIZE_T only = sonOf(node, 0);
   freeNode(address);
   if (level == 0) {

@@ -164,6 +164,7 @@ class VX_EXPORT VxTree : public VxObject {
   virtual unsigned treeSearch(const void* key, VXSIZE_T& nodeAddress, uint16_t& index,
                               unsigned int& found, VxTreeIterator* iterator, unsigned int mode);
 
+  VXSIZE_T usedBytes(const char* node) const;
   unsigned loadNode(VXSIZE_T address, char* node);
   unsigned storeNode(VXSIZE_T address, const char* node);
   unsigned makeNode(VXSIZE_T* address);
