@@ -94,21 +94,18 @@ TEST_F(TmpFileTest, RandomPageTrafficAgreesWithAByteModel) {
     std::vector<char> model(span + 1, 0);
     std::vector<bool> written(span + 1, false);
     for (int step = 0; step < 3000; ++step) {
+      if (step % 500 == 0) store.tmpLoseFocus();
       VXSIZE_T at = 1 + rng() % span, n = std::min<VXSIZE_T>(rng() % 5000, span + 1 - at);
+      std::vector<char> bytes(n);
       if (rng() % 2) {
-        std::vector<char> bytes(n);
         for (char& c : bytes) c = char(rng());
         ASSERT_EQ(0u, store.tmpWrite(at, bytes.data(), n));
         std::copy(bytes.begin(), bytes.end(), model.begin() + at);
         std::fill(written.begin() + at, written.begin() + at + n, true);
-      } else {
-        std::vector<char> bytes(n);
-        ASSERT_EQ(0u, store.tmpRead(at, bytes.data(), n));
-        for (VXSIZE_T i = 0; i < n; ++i) {
-          if (written[at + i]) { ASSERT_EQ(model[at + i], bytes[i]) << "address " << at + i; }
-        }
+        continue;
       }
-      if (step % 500 == 0) store.tmpLoseFocus();
+      ASSERT_EQ(0u, store.tmpRead(at, bytes.data(), n));
+      for (VXSIZE_T i = 0; i < n; ++i) ASSERT_TRUE(!written[at + i] || model[at + i] == bytes[i]) << "address " << at + i;
     }
     EXPECT_NE(nullptr, store.getFileName());
     EXPECT_GT(store.getPagesRead(), 0u);
@@ -121,18 +118,15 @@ TEST_F(TmpFileTest, EvictionWritesBackOnlyModifiedPages) {
   VxTmpFile store(32768, 0);
   void* p;
   uint16_t left;
-  const VXSIZE_T page = VxTmpFile::kPageSize;
-  ASSERT_EQ(0u, store.tmpPointer(8 * page + 5, &p, &left, 0));
-  EXPECT_EQ(page - 5, left);
-  ASSERT_EQ(0u, store.tmpPointer(0, &p, &left, 0));
-  ASSERT_EQ(0u, store.tmpPointer(16 * page, &p, &left, 0));  // evicts page 8, clean
-  EXPECT_EQ(0u, store.getPagesWritten());
-  EXPECT_EQ(nullptr, store.getFileName());
-  ASSERT_EQ(0u, store.tmpPointer(0, &p, &left, 1));           // page 0 modified, recent
-  ASSERT_EQ(0u, store.tmpPointer(8 * page, &p, &left, 0));    // evicts page 16, clean
-  EXPECT_EQ(0u, store.getPagesWritten());
-  ASSERT_EQ(0u, store.tmpPointer(16 * page, &p, &left, 0));   // evicts page 0, modified
-  EXPECT_EQ(1u, store.getPagesWritten());
+  ASSERT_EQ(0u, store.tmpPointer(8 * 2048 + 5, &p, &left, 0));
+  EXPECT_EQ(2048u - 5, left);
+  // Each row: page touched, dirty, pages written out after it.
+  const int rows[][3] = {{0, 0, 0}, {16, 0, 0} /* evicts clean 8 */, {0, 1, 0}, {8, 0, 0} /* evicts clean 16 */,
+                         {16, 0, 1} /* evicts modified 0 */};
+  for (const auto& r : rows) {
+    ASSERT_EQ(0u, store.tmpPointer(VXSIZE_T(r[0]) * 2048, &p, &left, uint16_t(r[1])));
+    EXPECT_EQ(VXSIZE_T(r[2]), store.getPagesWritten()) << "after page " << r[0];
+  }
   EXPECT_EQ(1, filesInDirectory());
 }
 
