@@ -25,8 +25,9 @@
 #include "foundation/vxexport.h"
 #include "foundation/vxtypes.h"
 
-// The order of positions: -1, 0 or 1 by the unsigned 64-bit values.
-VX_EXPORT int16_t treeVXSIZE_TCompare(const void* a, const void* b, uint16_t keyLength);
+// The order of positions: -1, 0 or 1 by the unsigned 64-bit values. Not
+// exported: the positional tree sets it itself.
+int16_t treeVXSIZE_TCompare(const void* a, const void* b, uint16_t keyLength);
 
 class VX_EXPORT VxPTree : public VxTree {
  public:
