@@ -132,12 +132,24 @@ bool VxTree::isMarked(const char* node, VXSIZE_T i) const {
   return (treeFlags & kDeletedMarks) && keyOf(node, i)[keyLength + dataLength] != 0;
 }
 
+// Only the part of a node in use travels: the header and the triplets up
+// to the last son. A node within one page is read through one pointer.
+VXSIZE_T VxTree::usedBytes(const char* node) const {
+  VXSIZE_T used = usedOf(node);
+  return used == 0 ? 24 : 24 + (used - 1) * tripletSize;
+}
+
 unsigned VxTree::loadNode(VXSIZE_T address, char* node) {
-  return nodeStore.tmpRead(address, node, nodeBytes());
+  void* at;
+  uint16_t left;
+  if (nodeStore.tmpPointer(address, &at, &left, 0) != 0) return 1;
+  if (left < nodeBytes()) return nodeStore.tmpRead(address, node, nodeBytes());
+  memcpy(node, at, usedBytes(static_cast<const char*>(at)));
+  return 0;
 }
 
 unsigned VxTree::storeNode(VXSIZE_T address, const char* node) {
-  return nodeStore.tmpWrite(address, node, nodeBytes());
+  return nodeStore.tmpWrite(address, node, usedBytes(node));
 }
 
 // Freed nodes are reused before the store grows.
@@ -220,8 +232,18 @@ unsigned VxTree::treeSearch(const void* key, VXSIZE_T& nodeAddress, uint16_t& in
   VXSIZE_T address = rootAddress, equalDepth = 0, leaf = 0;
   bool equalMarked = false;
   uint16_t slot = 0;
+  // A positional tree searches each node for the position less the base
+  // its path has accumulated so far.
+  const bool positional = isPTree();
+  VXSIZE_T position = positional ? readU64(static_cast<const char*>(key)) : 0, base = 0;
+  uint64_t relative;
   while (address != 0) {
     if (loadNode(address, workNode2) != 0) return 1;
+    if (positional) {
+      relative = position - base;
+      key = &relative;
+      it.position = base;
+    }
     bool equal;
     uint16_t i = nodeSearch(workNode2, key, &equal);
     if (push(it.nodes, it.indexes, address, i) != 0) return 1;
@@ -243,6 +265,7 @@ unsigned VxTree::treeSearch(const void* key, VXSIZE_T& nodeAddress, uint16_t& in
     leaf = address;
     slot = i;
     address = sonOf(workNode2, i);
+    if (positional && address != 0) base += sonBase(workNode2, i);
   }
   if (mode == 0 && !(equalDepth > 0 && equalMarked)) {
     nodeAddress = leaf;
@@ -299,11 +322,14 @@ unsigned VxTree::doesExist(const void* key, unsigned int* found) {
 unsigned VxTree::insertAt(VxTreeIterator& path, const char* entry, VXSIZE_T rightSon) {
   const VXSIZE_T T = tripletSize, entryBytes = T - 8;
   VXSIZE_T level = path.nodes.getCount() - 1;
-  for (;;) {
+  for (bool carried = false;; carried = true) {
     VXSIZE_T address = path.nodes.at(level), idx = path.indexes.at(level);
     if (loadNode(address, workNode) != 0) return 1;
     VXSIZE_T used = usedOf(workNode), keys = used - 1;
     assert(idx <= keys);
+    // A middle entry carried up from son idx was relative to that son's
+    // base; in this node it is relative to the node's own.
+    if (isPTree() && carried) writeU64(const_cast<char*>(entry), readU64(entry) + sonBase(workNode, idx));
     memmove(keyOf(workNode, idx + 1), keyOf(workNode, idx), (keys - idx) * T);
     memcpy(keyOf(workNode, idx), entry, entryBytes);
     setSon(workNode, idx + 1, rightSon);
@@ -319,6 +345,9 @@ unsigned VxTree::insertAt(VxTreeIterator& path, const char* entry, VXSIZE_T righ
     memcpy(workNode2 + 16, workNode + 16 + (m + 1) * T, (k - m - 1) * T + 8);
     char* middle = workEntry;  // entry is in the node by now
     memcpy(middle, keyOf(workNode, m), entryBytes);
+    // The new node's base is the middle entry's position: its keys are
+    // re-based on it (their sons' bases follow from the keys).
+    if (isPTree()) addToKeys(workNode2, 0, 0 - readU64(middle));
     writeU16(workNode, uint16_t(m + 1));
     if (storeNode(address, workNode) != 0 || storeNode(right, workNode2) != 0) return 1;
     if (level == 0) {
@@ -369,10 +398,11 @@ unsigned VxTree::add(const void* key, const void* data, unsigned int* found) {
   if (treeSearch(workKey, node, index, f, &walk, 0) != 0) return 1;
   if (found) *found = f | present;
   if (f && !(treeFlags & kDuplicatesAllowed)) return 0;
+  if (isPTree()) writeU64(entry, readU64(entry) - walk.position);
   if (loadNode(node, workNode) != 0) return 1;
   unsigned status;
   if (index < usedOf(workNode) - 1 && isMarked(workNode, index) &&
-      keyCompare(workKey, keyOf(workNode, index)) == 0) {
+      keyCompare(entry, keyOf(workNode, index)) == 0) {
     memcpy(keyOf(workNode, index), entry, tripletSize - 8);
     status = storeNode(node, workNode);
   } else {
@@ -398,9 +428,12 @@ unsigned VxTree::removeFromNode(VxTreeIterator& path, VXSIZE_T level, char* node
   if (sonOf(node, idx + 1) == 0) {
     memmove(keyOf(node, idx), keyOf(node, idx + 1), (keys - 1 - idx) * T);
   } else if (sonOf(node, idx) == 0) {
+    // The right son moves into the left son's place, whose base is lower
+    // by the gap between the removed key and the one before it.
+    if (isPTree() && rebaseSon(sonOf(node, idx + 1), readU64(keyOf(node, idx)) - sonBase(node, idx)) != 0) return 1;
     memmove(node + 16 + idx * T, node + 16 + (idx + 1) * T, (keys - 1 - idx) * T + 8);
   } else {
-    VXSIZE_T c = sonOf(node, idx);
+    VXSIZE_T c = sonOf(node, idx), offset = sonBase(node, idx);
     for (;;) {
       if (loadNode(c, workNode2) != 0) return 1;
       VXSIZE_T k = usedOf(workNode2) - 1, right = sonOf(workNode2, k);
@@ -409,15 +442,23 @@ unsigned VxTree::removeFromNode(VxTreeIterator& path, VXSIZE_T level, char* node
         break;
       }
       if (push(path.nodes, path.indexes, c, k) != 0) return 1;
+      offset += sonBase(workNode2, k);
       c = right;
     }
+    VXSIZE_T removedKey = readU64(keyOf(node, idx)), rightSon = sonOf(node, idx + 1);
     memcpy(keyOf(node, idx), keyOf(workNode2, usedOf(workNode2) - 2), T - 8);
+    // In a positional tree the predecessor's key was relative to its own
+    // node; offset is that node's base above this one's. The right son's
+    // base was the removed key and becomes the predecessor's.
+    VXSIZE_T newKey = readU64(keyOf(node, idx)) + offset;
+    if (isPTree()) writeU64(keyOf(node, idx), newKey);
     if (storeNode(address, node) != 0) return 1;
     memcpy(node, workNode2, nodeBytes());
+    if (isPTree() && rebaseSon(rightSon, removedKey - newKey) != 0) return 1;
     return removeFromNode(path, path.nodes.getCount() - 1, node);
   }
-  writeU16(node, uint16_t(keys));
-  if (keys > 0) return storeNode(address, node);
+  writeU16(node, uint16_t(keys));  // one son fewer: used is now the old key count
+  if (keys > 1) return storeNode(address, node);
   VXSIZE_T only = sonOf(node, 0);
   freeNode(address);
   if (level == 0) {
@@ -430,13 +471,15 @@ unsigned VxTree::removeFromNode(VxTreeIterator& path, VXSIZE_T level, char* node
   return storeNode(parent, workNode2);
 }
 
-// With deleted marks the entry is only marked.
+// With deleted marks the entry is only marked (not in a positional tree).
 unsigned VxTree::removeAt(VxTreeIterator& path) {
   assert(path.nodes.getCount() > 0);
   VXSIZE_T level = path.nodes.getCount() - 1, address = path.nodes.at(level);
   if (loadNode(address, workNode) != 0) return 1;
   unsigned status;
-  if (treeFlags & kDeletedMarks) {
+  // A positional tree removes entries even with marks: after the shift
+  // that follows, a mark would leave two entries at one position.
+  if ((treeFlags & kDeletedMarks) && !isPTree()) {
     keyOf(workNode, path.indexes.at(level))[keyLength + dataLength] = 1;
     status = storeNode(address, workNode);
   } else {
@@ -635,6 +678,36 @@ unsigned VxTree::readCurrent(VxTreeIterator& it, void* key, void* data, unsigned
   if (key) memcpy(key, entry, keyLength);
   if (data && dataLength) memcpy(data, entry + keyLength, dataLength);
   if (found) *found = 1;
+  if (!isPTree() || key == nullptr) return 0;
+  // A position is the stored key plus the bases along the path.
+  VXSIZE_T position = readU64(static_cast<char*>(key));
+  for (VXSIZE_T level = 0; level + 1 < depth; ++level) {
+    if (loadNode(it.nodes.at(level), workNode2) != 0) return 1;
+    position += sonBase(workNode2, it.indexes.at(level));
+  }
+  writeU64(static_cast<char*>(key), position);
+  return 0;
+}
+
+// ---- Positions ----
+
+VXSIZE_T VxTree::sonBase(const char* node, VXSIZE_T son) const {
+  return son == 0 ? 0 : readU64(keyOf(node, son - 1));
+}
+
+void VxTree::addToKeys(char* node, VXSIZE_T from, VXSIZE_T shift) const {
+  for (VXSIZE_T i = from; i + 1 < usedOf(node); ++i) writeU64(keyOf(node, i), readU64(keyOf(node, i)) + shift);
+}
+
+// A son's first son shares its base, so a new base travels down the chain
+// of first sons: each node on it gets the shift on all its keys.
+unsigned VxTree::rebaseSon(VXSIZE_T son, VXSIZE_T shift) {
+  while (son != 0) {
+    if (loadNode(son, workNode2) != 0) return 1;
+    addToKeys(workNode2, 0, shift);
+    if (storeNode(son, workNode2) != 0) return 1;
+    son = sonOf(workNode2, 0);
+  }
   return 0;
 }
 

@@ -164,6 +164,7 @@ class VX_EXPORT VxTree : public VxObject {
   virtual unsigned treeSearch(const void* key, VXSIZE_T& nodeAddress, uint16_t& index,
                               unsigned int& found, VxTreeIterator* iterator, unsigned int mode);
 
+  VXSIZE_T usedBytes(const char* node) const;
   unsigned loadNode(VXSIZE_T address, char* node);
   unsigned storeNode(VXSIZE_T address, const char* node);
   unsigned makeNode(VXSIZE_T* address);
@@ -178,6 +179,13 @@ class VX_EXPORT VxTree : public VxObject {
   unsigned stepBackward(VxTreeIterator& it, bool* moved);
   unsigned skipMarked(VxTreeIterator& it, bool forward);
   VxTreeIterator& iteratorOr(VxTreeIterator* iterator);
+  // Positional trees: the base a son's keys are relative to, above its
+  // node's own (the key before it, 0 for son 0); adding shift (modulo
+  // 2^64) to the keys of a node image from index from on; moving the base
+  // of a stored subtree by shift.
+  VXSIZE_T sonBase(const char* node, VXSIZE_T son) const;
+  void addToKeys(char* node, VXSIZE_T from, VXSIZE_T shift) const;
+  unsigned rebaseSon(VXSIZE_T son, VXSIZE_T shift);
   void modified();
   VXSIZE_T nodeBytes() const { return VXSIZE_T(nodeSize) + 4; }
 

@@ -46,8 +46,9 @@
 
 class VxString;
 
-// One free extent of a store, ordered by address.
-class VX_EXPORT TmpSpace : public VxObject {
+// One free extent of a store, ordered by address. Internal to the store:
+// not exported.
+class TmpSpace : public VxObject {
  public:
   TmpSpace(VXSIZE_T address, VXSIZE_T size) : address(address), size(size) {}
   // -1, 0 or 1 by address.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "storage/tmp.h"
+#include "storage/vxshrfil.h"
 #include "storage_support.h"
 
 namespace {
@@ -93,21 +94,18 @@ TEST_F(TmpFileTest, RandomPageTrafficAgreesWithAByteModel) {
     std::vector<char> model(span + 1, 0);
     std::vector<bool> written(span + 1, false);
     for (int step = 0; step < 3000; ++step) {
+      if (step % 500 == 0) store.tmpLoseFocus();
       VXSIZE_T at = 1 + rng() % span, n = std::min<VXSIZE_T>(rng() % 5000, span + 1 - at);
+      std::vector<char> bytes(n);
       if (rng() % 2) {
-        std::vector<char> bytes(n);
         for (char& c : bytes) c = char(rng());
         ASSERT_EQ(0u, store.tmpWrite(at, bytes.data(), n));
         std::copy(bytes.begin(), bytes.end(), model.begin() + at);
         std::fill(written.begin() + at, written.begin() + at + n, true);
-      } else {
-        std::vector<char> bytes(n);
-        ASSERT_EQ(0u, store.tmpRead(at, bytes.data(), n));
-        for (VXSIZE_T i = 0; i < n; ++i) {
-          if (written[at + i]) { ASSERT_EQ(model[at + i], bytes[i]) << "address " << at + i; }
-        }
+        continue;
       }
-      if (step % 500 == 0) store.tmpLoseFocus();
+      ASSERT_EQ(0u, store.tmpRead(at, bytes.data(), n));
+      for (VXSIZE_T i = 0; i < n; ++i) ASSERT_TRUE(!written[at + i] || model[at + i] == bytes[i]) << "address " << at + i;
     }
     EXPECT_NE(nullptr, store.getFileName());
     EXPECT_GT(store.getPagesRead(), 0u);
@@ -120,18 +118,15 @@ TEST_F(TmpFileTest, EvictionWritesBackOnlyModifiedPages) {
   VxTmpFile store(32768, 0);
   void* p;
   uint16_t left;
-  const VXSIZE_T page = VxTmpFile::kPageSize;
-  ASSERT_EQ(0u, store.tmpPointer(8 * page + 5, &p, &left, 0));
-  EXPECT_EQ(page - 5, left);
-  ASSERT_EQ(0u, store.tmpPointer(0, &p, &left, 0));
-  ASSERT_EQ(0u, store.tmpPointer(16 * page, &p, &left, 0));  // evicts page 8, clean
-  EXPECT_EQ(0u, store.getPagesWritten());
-  EXPECT_EQ(nullptr, store.getFileName());
-  ASSERT_EQ(0u, store.tmpPointer(0, &p, &left, 1));           // page 0 modified, recent
-  ASSERT_EQ(0u, store.tmpPointer(8 * page, &p, &left, 0));    // evicts page 16, clean
-  EXPECT_EQ(0u, store.getPagesWritten());
-  ASSERT_EQ(0u, store.tmpPointer(16 * page, &p, &left, 0));   // evicts page 0, modified
-  EXPECT_EQ(1u, store.getPagesWritten());
+  ASSERT_EQ(0u, store.tmpPointer(8 * 2048 + 5, &p, &left, 0));
+  EXPECT_EQ(2048u - 5, left);
+  // Each row: page touched, dirty, pages written out after it.
+  const int rows[][3] = {{0, 0, 0}, {16, 0, 0} /* evicts clean 8 */, {0, 1, 0}, {8, 0, 0} /* evicts clean 16 */,
+                         {16, 0, 1} /* evicts modified 0 */};
+  for (const auto& r : rows) {
+    ASSERT_EQ(0u, store.tmpPointer(VXSIZE_T(r[0]) * 2048, &p, &left, uint16_t(r[1])));
+    EXPECT_EQ(VXSIZE_T(r[2]), store.getPagesWritten()) << "after page " << r[0];
+  }
   EXPECT_EQ(1, filesInDirectory());
 }
 
@@ -203,6 +198,50 @@ TEST_F(TmpFileTest, TruncateReleasesTheFileAndRestartsTheSpace) {
   EXPECT_EQ(0, filesInDirectory());
   EXPECT_EQ(1u, store.getSpaceEnd());
   EXPECT_EQ(4u, store.getContiguousSpace(8));
+}
+
+}  // namespace
+
+namespace {
+
+using SharedFileTest = vxtest::StorageTest;
+
+// Random writes and reads against a std::string, two files sharing one
+// store; a write at 4,095 of 2 bytes takes two pages; an offset past
+// 65,536 pages fails instead of wrapping; truncate gives the pages back.
+TEST_F(SharedFileTest, PagedWritesAndReadsAgreeWithAStringModel) {
+  VxTmpFile store(8192, 0);
+  VxSharedFile first(&store), second(&store);
+  ASSERT_EQ(0u, first.write(4095, "ab", 2));
+  EXPECT_EQ(2u, first.getPageCount());
+  const unsigned seed = 7003;
+  std::mt19937 rng(seed);
+  std::string model(2 * 4096, '\0');
+  ASSERT_EQ(0u, second.write(0, model.data(), model.size()));
+  for (int step = 0; step < 2000; ++step) {
+    // Writes start within what was written, so no byte read is undefined.
+    VXSIZE_T at = rng() % (model.size() + 1), n = rng() % 9000;
+    if (rng() % 2) {
+      std::string bytes(n, '\0');
+      for (char& c : bytes) c = char(rng());
+      ASSERT_EQ(0u, second.write(at, bytes.data(), n)) << "seed " << seed;
+      if (model.size() < at + n) model.resize(at + n);
+      model.replace(at, n, bytes);
+    } else {
+      n = std::min<VXSIZE_T>(n, model.size() - at);
+      std::string out(n, '\0');
+      ASSERT_EQ(0u, second.read(at, &out[0], n));
+      ASSERT_TRUE(model.substr(at, n) == out) << "read at " << at << ", seed " << seed;
+    }
+  }
+  char ab[2];
+  ASSERT_EQ(0u, first.read(4095, ab, 2));
+  EXPECT_EQ(0, memcmp(ab, "ab", 2));
+  EXPECT_EQ(1u, first.read(3 * 4096, ab, 1));
+  EXPECT_EQ(1u, first.write(VXSIZE_T(65536) * 4096, "x", 1));
+  EXPECT_EQ(2715, VxErrorKeeper::getLastErrorNumber());
+  first.truncate();
+  EXPECT_EQ(0u, first.getPageCount());
 }
 
 }  // namespace
