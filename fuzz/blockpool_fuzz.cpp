@@ -61,8 +61,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       buffer.resize(length);
       for (uint32_t i = 0; i < length; ++i) buffer[i] = uint8_t(offset + i * 7 + op);
       if (bvmFileWrite(pool, file, offset, buffer.data(), length) != 0) abort();
-      if (length > 0 && model.size() < offset + length) model.resize(offset + length, 0);
-      std::copy(buffer.begin(), buffer.end(), model.begin() + offset);
+      if (length > 0) {
+        if (model.size() < offset + length) model.resize(offset + length, 0);
+        std::copy(buffer.begin(), buffer.end(), model.begin() + offset);
+      }
     } else if (kind == 3) {
       if (bvmFlush(pool, file) != 0) abort();
       for (uint16_t b = 0; b < kSpan / BVM_BLOCK_SIZE + 4; ++b) {

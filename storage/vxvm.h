@@ -91,8 +91,8 @@ VX_EXPORT char* bvmpoolptr(bvmPool* pool, uint16_t index);
 // Finds block `block` of `file`, loading it when `create` is non-zero.
 // *descriptor and *memory receive the cached block, or null (status 0) when
 // it is not cached and create is 0, when the block lies past the end of
-// the file, when the pool has 0 blocks, or when hint is 1 and only an
-// eviction could make room. 1 when a chunk cannot be allocated or the file
+// the file (not an error: nothing is filed), when the pool has 0 blocks,
+// or when hint is 1 and only an eviction could make room. 1 when a chunk cannot be allocated or the file
 // cannot be read.
 VX_EXPORT uint16_t bvmmap(bvmPool* pool, int32_t file, uint16_t block, bvmBlock** descriptor,
                           char** memory, uint16_t create, uint16_t hint);
@@ -100,7 +100,8 @@ VX_EXPORT uint16_t bvmmap(bvmPool* pool, int32_t file, uint16_t block, bvmBlock*
 // Copies up to `length` bytes at `offset` of `file` into `buffer` through
 // the cache, across block boundaries, stopping at the end of the file;
 // *bytesRead receives the count copied. With hint 1 no block is evicted:
-// what the pool cannot hold is read from the file directly.
+// what the pool cannot hold is read from the file directly; any other hint
+// evicts as 0 does.
 VX_EXPORT uint16_t bvmFileRead(bvmPool* pool, int32_t file, VXSIZE_T offset, void* buffer,
                                VXSIZE_T length, VXSIZE_T* bytesRead, uint16_t hint);
 // Writes `length` bytes at `offset` of `file`, then copies them into every
