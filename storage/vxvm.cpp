@@ -224,6 +224,7 @@ bvmPool* bvmInit(uint16_t chunks) {
 }
 
 uint16_t bvmTerm(bvmPool* pool) {
+  if (pool == nullptr) return 1;
   VxCriticalSectionGuard guard(VM_LOCK);
   assert(pool == mdsGetPerTaskData(MDS_TASK_BLOCK_POOL) && pool->references > 0);
   if (--pool->references == 0) {
@@ -259,6 +260,7 @@ char* bvmpoolptr(bvmPool* pool, uint16_t index) {
 // stamps and the clock are halved.
 uint16_t bvmmap(bvmPool* pool, int32_t file, uint16_t block, bvmBlock** descriptor,
                 char** memory, uint16_t create, uint16_t hint) {
+  if (pool == nullptr) return 1;
   VxCriticalSectionGuard guard(pool->lock);
   *descriptor = nullptr;
   *memory = nullptr;
@@ -279,6 +281,7 @@ uint16_t bvmmap(bvmPool* pool, int32_t file, uint16_t block, bvmBlock** descript
 
 uint16_t bvmFileRead(bvmPool* pool, int32_t file, VXSIZE_T offset, void* buffer,
                      VXSIZE_T length, VXSIZE_T* bytesRead, uint16_t hint) {
+  if (pool == nullptr) return 1;
   VxCriticalSectionGuard guard(pool->lock);
   char* out = static_cast<char*>(buffer);
   *bytesRead = 0;
@@ -301,6 +304,7 @@ uint16_t bvmFileRead(bvmPool* pool, int32_t file, VXSIZE_T offset, void* buffer,
 // can load a block between the write and its refresh.
 uint16_t bvmFileWrite(bvmPool* pool, int32_t file, VXSIZE_T offset, const void* data,
                       VXSIZE_T length) {
+  if (pool == nullptr) return 1;
   VxCriticalSectionGuard guard(pool->lock);
   const char* in = static_cast<const char*>(data);
   VXSIZE_T done = 0;
@@ -317,6 +321,7 @@ uint16_t bvmFileWrite(bvmPool* pool, int32_t file, VXSIZE_T offset, const void* 
 }
 
 uint16_t bvmFlush(bvmPool* pool, int32_t file) {
+  if (pool == nullptr) return 1;
   VxCriticalSectionGuard guard(pool->lock);
   for (uint16_t& head : pool->buckets) {
     uint16_t i = head;
@@ -330,6 +335,7 @@ uint16_t bvmFlush(bvmPool* pool, int32_t file) {
 }
 
 uint16_t bvmfreeb(bvmPool* pool, bvmBlock* descriptor) {
+  if (pool == nullptr) return 1;
   VxCriticalSectionGuard guard(pool->lock);
   uint16_t index = indexOf(pool, descriptor);
   uint16_t* link = &pool->buckets[bvmhash(descriptor->file, descriptor->block)];
@@ -345,6 +351,7 @@ uint16_t bvmfreeb(bvmPool* pool, bvmBlock* descriptor) {
 }
 
 uint16_t bvmFileClose(bvmPool* pool, int32_t file) {
+  if (pool == nullptr) return 1;
   bvmFlush(pool, file);
   return bosFileClose(file);
 }

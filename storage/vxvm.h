@@ -25,7 +25,8 @@
 //
 // Failure: functions return 0 for success and 1 for failure; details go to
 // the calling thread's error list (1503 when memory is short, the file
-// layer's errors for failed reads and writes).
+// layer's errors for failed reads and writes). A null pool makes every
+// call return 1 at once.
 #ifndef VX_STORAGE_VXVM_H_
 #define VX_STORAGE_VXVM_H_
 

@@ -44,23 +44,27 @@ XPstWriter* XPstCreate(const char* outputPath, const char* schemaPath, const cha
 
 uint16_t XPstDescribeColumns(XPstWriter* writer, const XML_PERSIST_COL_DESC* columns,
                              uint16_t count) {
+  if (writer == nullptr) return 1;
   WriterErrors scope(writer);
   return writer->persist.describeColumns(columns, count);
 }
 
 uint16_t XPstAppendRowData(XPstWriter* writer, const void* const* values,
                            const int64_t* lengths) {
+  if (writer == nullptr) return 1;
   WriterErrors scope(writer);
   return writer->persist.appendRow(values, lengths);
 }
 
 uint16_t XPstCancel(XPstWriter* writer) {
+  if (writer == nullptr) return 1;
   WriterErrors scope(writer);
   writer->closedOrCancelled = true;
   return writer->persist.cancel();
 }
 
 uint16_t XPstClose(XPstWriter* writer) {
+  if (writer == nullptr) return 1;
   WriterErrors scope(writer);
   writer->closedOrCancelled = true;
   return writer->persist.close();
@@ -77,6 +81,7 @@ void XPstFree(XPstWriter* writer) {
 
 uint16_t XPstGetErrorMessage(XPstWriter* writer, uint16_t index, uint16_t* number, char* text,
                              size_t size) {
+  if (writer == nullptr) return 1;
   // After an allocation failure the list stands for the memory record,
   // which follows the records it kept.
   VxError* error = nullptr;
@@ -95,4 +100,6 @@ uint16_t XPstGetErrorMessage(XPstWriter* writer, uint16_t index, uint16_t* numbe
   return 0;
 }
 
-void XPstResetErrors(XPstWriter* writer) { writer->errors.clearErrors(); }
+void XPstResetErrors(XPstWriter* writer) {
+  if (writer != nullptr) writer->errors.clearErrors();
+}

@@ -50,6 +50,8 @@
  * layer's errors (1509, 1519, ...) for the output files. After a failure
  * only XPstCancel, XPstFree and the error calls are useful.
  *
+ * A null writer makes every call return 1 (XPstFree: nothing).
+ *
  * Threads: a writer is used by one thread at a time; different writers may
  * be used by different threads at once.
  *

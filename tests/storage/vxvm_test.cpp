@@ -108,6 +108,7 @@ TEST_F(BlockPoolTest, EdgesOfLookupWriteAndAgeing) {
   bvmTerm(again);
   EXPECT_FALSE(map(8));
   EXPECT_EQ(0u, errors.getCount());
+  EXPECT_EQ(1u, bvmFlush(nullptr, file));
 
   for (uint16_t b = 1; b < 8; ++b) touch(b);
   EXPECT_EQ(0u, bvmFileWrite(pool, file, 10, "abc", 3));
