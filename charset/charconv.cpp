@@ -14,7 +14,6 @@
 #include "charset/ucnv.h"
 #include "containers/vxintcac.h"
 #include "containers/vxstrcac.h"
-#include "foundation/vxdbcs.h"
 #include "foundation/vxerror.h"
 #include "foundation/vxmsgnum.h"
 #include "foundation/vxstr.h"

@@ -8,8 +8,11 @@
 //   eight bytes at a time; the first piece holding a byte with the high bit
 //   set ends the copy and conversion goes on from there through ICU. All-
 //   ASCII input longer than the capacity is cut to the capacity (result 1).
-// - Otherwise ucnv_toUnicode fills a pivot of 2,000 units (a full pivot is
-//   not an error) and ucnv_fromUnicode empties it into the output.
+// - Otherwise ICU converts the rest at once (ucnv_convertEx, through a
+//   pivot of 2,000 units on the stack). Only when the output is too small
+//   does the conversion start over on the careful path: ucnv_toUnicode
+//   fills the pivot (a full pivot is not an error) and ucnv_fromUnicode
+//   empties it into the output.
 // - The output is drained one whole character at a time once it would
 //   overflow, so that truncated output ends at a character boundary;
 //   *consumed is then found by decoding the input again up to the units
@@ -237,6 +240,26 @@ VxConvertReturn decodeThroughPivot(const char* in, int64_t length, UConverter* s
   return result;
 }
 
+// The whole input at once through ucnv_convertEx (which also knows ICU's
+// direct paths, such as UTF-8 to a multibyte code page). False when the
+// output was too small: the careful path then starts over. *result gets an
+// ICU failure.
+bool convertWhole(char* out, int64_t capacity, const char* in, int64_t length, UConverter* source,
+                  UConverter* target, int64_t* written, VxConvertReturn* result) {
+  UChar pivot[kPivotUnits];
+  UChar* pivotSource = pivot;
+  UChar* pivotTarget = pivot;
+  char* next = out;
+  const char* from = in;
+  UErrorCode status = U_ZERO_ERROR;
+  ucnv_convertEx(target, source, &next, out + capacity, &from, in + length, pivot, &pivotSource,
+                 &pivotTarget, pivot + kPivotUnits, true, true, &status);
+  if (status == U_BUFFER_OVERFLOW_ERROR) return false;
+  if (U_FAILURE(status)) *result = mapICUreturn(status);
+  *written = next - out;
+  return true;
+}
+
 // Everything the three byte-to-byte conversions share.
 VxConvertReturn convertBytes(char* out, int64_t capacity, const char* in, int64_t length,
                              int64_t* written, int64_t* consumed, UConverter* source,
@@ -256,10 +279,17 @@ VxConvertReturn convertBytes(char* out, int64_t capacity, const char* in, int64_
   int64_t used = copied;
   int64_t produced = copied;
   if (copied < length && result == VX_CONVERT_OK) {
-    ByteSink sink(out + copied, capacity - copied, target);
-    result = decodeThroughPivot(in + copied, length - copied, source, sink, &used);
-    used += copied;
-    produced += sink.written();
+    int64_t n = 0;
+    if (convertWhole(out + copied, capacity - copied, in + copied, length - copied, source, target,
+                     &n, &result)) {
+      used = length;
+      produced += n;
+    } else {
+      ByteSink sink(out + copied, capacity - copied, target);
+      result = decodeThroughPivot(in + copied, length - copied, source, sink, &used);
+      used += copied;
+      produced += sink.written();
+    }
   }
   assert(produced <= capacity);
   if (produced < capacity) out[produced] = 0;
@@ -294,10 +324,21 @@ VxConvertReturn ktAnsiToUCS2(UChar* out, int64_t capacity, const char* in, int64
     return VX_CONVERT_FAILED;
   }
   length = vxcharset::byteLength(in, length);
-  UnitSink sink(out, capacity);
-  int64_t used = 0;
-  VxConvertReturn result = decodeThroughPivot(in, length, source, sink, &used);
-  int64_t produced = sink.written();
+  // First straight into the output; only when it is too small through the
+  // pivot, character by character at its end.
+  UChar* next = out;
+  const char* from = in;
+  UErrorCode status = U_ZERO_ERROR;
+  ucnv_resetToUnicode(source);
+  ucnv_toUnicode(source, &next, out + capacity, &from, in + length, nullptr, true, &status);
+  VxConvertReturn result = mapICUreturn(status);
+  int64_t used = length;
+  int64_t produced = next - out;
+  if (status == U_BUFFER_OVERFLOW_ERROR) {
+    UnitSink sink(out, capacity);
+    result = decodeThroughPivot(in, length, source, sink, &used);
+    produced = sink.written();
+  }
   if (swap) ktUCS2Swap(out, out, produced);
   if (produced < capacity) out[produced] = 0;
   *written = produced;
@@ -313,6 +354,20 @@ VxConvertReturn ktUCS2ToAnsi(char* out, int64_t capacity, const UChar* in, int64
     return VX_CONVERT_FAILED;
   }
   if (length < 0) length = ktUCS2Len(in);
+  if (!swap) {
+    char* next = out;
+    const UChar* from = in;
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_resetFromUnicode(target);
+    ucnv_fromUnicode(target, &next, out + capacity, &from, in + length, nullptr, true, &status);
+    if (status != U_BUFFER_OVERFLOW_ERROR) {
+      int64_t produced = next - out;
+      if (produced < capacity) out[produced] = 0;
+      *written = produced;
+      if (consumed != nullptr) *consumed = length;
+      return mapICUreturn(status);
+    }
+  }
   ByteSink sink(out, capacity, target);
   UChar pivot[kPivotUnits];
   VxConvertReturn result = VX_CONVERT_OK;

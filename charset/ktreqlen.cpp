@@ -49,10 +49,11 @@ class CountingByteSink {
 
  private:
   void append(const char* bytes, int64_t n) {
+    if (n == 0) return;
     if (!overflowed_ && n <= room_ - stored_) {
       memcpy(out_ + stored_, bytes, size_t(n));
       stored_ += n;
-    } else if (n > 0) {
+    } else {
       overflowed_ = true;
     }
     needed_ += n;

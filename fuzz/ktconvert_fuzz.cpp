@@ -10,8 +10,12 @@
 //   receives;
 // - the required-length form writes at most the capacity and reports the
 //   same full length as the consumed form with an ample buffer;
-// - the UTF-16/UTF-8 helpers and their ReqLen forms agree the same way.
+// - the UTF-16/UTF-8 helpers and their ReqLen forms agree the same way;
+// - the moving-pointer forms fail exactly when ICU's u_strToUTF8 and
+//   u_strFromUTF8 do, and otherwise report ICU's status, length and (when
+//   it fits) output, with the source pointer moved over all the input.
 #include <unicode/ucnv.h>
+#include <unicode/ustring.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -21,6 +25,7 @@
 #include <vector>
 
 #include "charset/ktwchar.h"
+#include "charset/ucnvconv.h"
 
 namespace {
 
@@ -149,6 +154,35 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       VX_CONVERT_OK) {
     VxConvertReturn q = ktUTF8ToUTF16ReqLen(wideOut, capacity, in.data(), n, &req, swap);
     check(q <= VX_CONVERT_SUBSTITUTED && req == plain);
+  }
+  // The moving-pointer forms against ICU's string functions.
+  std::vector<char> icuBytes(size_t(capacity) + 1), ourBytes(size_t(capacity) + 1);
+  int32_t icuLength = 0, ourLength = 0;
+  UErrorCode icuStatus = U_ZERO_ERROR, ourStatus = U_ZERO_ERROR;
+  u_strToUTF8(icuBytes.data(), int32_t(capacity), &icuLength, units.data(), int32_t(unitCount),
+              &icuStatus);
+  char* bytesOut = ourBytes.data();
+  const UChar* unitsIn = units.data();
+  ConvUTF16ToUTF8(&bytesOut, int32_t(capacity), &ourLength, &unitsIn, int32_t(unitCount),
+                  &ourStatus);
+  check(U_FAILURE(icuStatus) == U_FAILURE(ourStatus));
+  if (U_SUCCESS(ourStatus) || ourStatus == U_BUFFER_OVERFLOW_ERROR) {
+    check(icuStatus == ourStatus && icuLength == ourLength);
+    check(icuLength > capacity || memcmp(icuBytes.data(), ourBytes.data(), size_t(icuLength)) == 0);
+    check(unitsIn == units.data() + unitCount);
+  }
+  std::vector<UChar> icuUnits(size_t(capacity) + 1), ourUnits(size_t(capacity) + 1);
+  icuStatus = ourStatus = U_ZERO_ERROR;
+  u_strFromUTF8(icuUnits.data(), int32_t(capacity), &icuLength, in.data(), int32_t(n), &icuStatus);
+  UChar* unitsOut = ourUnits.data();
+  const char* bytesIn = in.data();
+  ConvUTF8ToUTF16(&unitsOut, int32_t(capacity), &ourLength, &bytesIn, int32_t(n), &ourStatus);
+  check(U_FAILURE(icuStatus) == U_FAILURE(ourStatus));
+  if (U_SUCCESS(ourStatus) || ourStatus == U_BUFFER_OVERFLOW_ERROR) {
+    check(icuStatus == ourStatus && icuLength == ourLength);
+    check(icuLength > capacity ||
+          memcmp(icuUnits.data(), ourUnits.data(), size_t(icuLength) * sizeof(UChar)) == 0);
+    check(bytesIn == in.data() + n);
   }
   return 0;
 }

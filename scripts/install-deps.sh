@@ -10,6 +10,7 @@ packages=(
   libicu-dev libsqlite3-dev unixodbc-dev unixodbc odbcinst
   libc-bin locales valgrind
   libxml2-dev libxml2-utils
+  icu-devtools
 )
 
 missing=()

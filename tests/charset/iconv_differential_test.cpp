@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <random>
 #include <set>
 #include <string>
@@ -71,10 +72,24 @@ bool listed(const CodePage& page, UChar32 c) {
   return false;
 }
 
-// Whole-string iconv; false when glibc rejects the input.
+// Whole-string iconv; false when glibc rejects the input. Descriptors are
+// opened once per pair of names (the probe converts one character at a
+// time) and reset before each use.
+struct IconvDescriptors {
+  ~IconvDescriptors() {
+    for (auto& entry : open) {
+      if (entry.second != iconv_t(-1)) iconv_close(entry.second);
+    }
+  }
+  std::map<std::pair<std::string, std::string>, iconv_t> open;
+};
+
 bool viaIconv(const char* to, const char* from, const std::string& in, std::string& out) {
-  iconv_t cd = iconv_open(to, from);
+  static IconvDescriptors descriptors;
+  iconv_t& cd = descriptors.open[{to, from}];
+  if (cd == nullptr) cd = iconv_open(to, from);
   if (cd == iconv_t(-1)) return false;
+  iconv(cd, nullptr, nullptr, nullptr, nullptr);
   out.assign(in.size() * 4 + 16, '\0');
   char* src = const_cast<char*>(in.data());
   size_t srcLeft = in.size();
@@ -83,7 +98,6 @@ bool viaIconv(const char* to, const char* from, const std::string& in, std::stri
   bool ok = iconv(cd, &src, &srcLeft, &dst, &dstLeft) != size_t(-1) &&
             iconv(cd, nullptr, nullptr, &dst, &dstLeft) != size_t(-1);
   out.resize(out.size() - dstLeft);
-  iconv_close(cd);
   return ok;
 }
 

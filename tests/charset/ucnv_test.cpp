@@ -112,30 +112,25 @@ TEST(ConnectionString, ScanRules) {
   }
 }
 
-// The probes read the load-time copies; each test lends them its own text.
+// The probes read the load-time copies; each test lends them its own text
+// and the copies come back afterwards.
 class ProfileProbes : public ::testing::Test {
  protected:
-  void SetUp() override {
-    savedIni = NORVK_UCNV_INI_Buf;
-    savedIniSize = NORVK_UCNV_INI_BufSize;
-    savedInst = NORVK_UCNV_INST_Buf;
-    savedInstSize = NORVK_UCNV_INST_BufSize;
-  }
-  void TearDown() override {
-    NORVK_UCNV_INI_Buf = savedIni;
-    NORVK_UCNV_INI_BufSize = savedIniSize;
-    NORVK_UCNV_INST_Buf = savedInst;
-    NORVK_UCNV_INST_BufSize = savedInstSize;
+  void TearDown() override { lend(savedIni, savedIniSize, savedInst, savedInstSize); }
+  static void lend(char* ini, int64_t iniSize, char* inst, int64_t instSize) {
+    NORVK_UCNV_INI_Buf = ini;
+    NORVK_UCNV_INI_BufSize = iniSize;
+    NORVK_UCNV_INST_Buf = inst;
+    NORVK_UCNV_INST_BufSize = instSize;
   }
   void lend(std::string& ini, std::string& inst) {
-    NORVK_UCNV_INI_Buf = ini.empty() ? nullptr : &ini[0];
-    NORVK_UCNV_INI_BufSize = int64_t(ini.size()) + 1;
-    NORVK_UCNV_INST_Buf = inst.empty() ? nullptr : &inst[0];
-    NORVK_UCNV_INST_BufSize = int64_t(inst.size()) + 1;
+    lend(ini.empty() ? nullptr : &ini[0], int64_t(ini.size()) + 1,
+         inst.empty() ? nullptr : &inst[0], int64_t(inst.size()) + 1);
   }
-  char* savedIni;
-  char* savedInst;
-  int64_t savedIniSize, savedInstSize;
+  char* savedIni = NORVK_UCNV_INI_Buf;
+  int64_t savedIniSize = NORVK_UCNV_INI_BufSize;
+  char* savedInst = NORVK_UCNV_INST_Buf;
+  int64_t savedInstSize = NORVK_UCNV_INST_BufSize;
 };
 
 TEST_F(ProfileProbes, PrecedenceOfTheSevenProbes) {
@@ -169,6 +164,11 @@ TEST_F(ProfileProbes, PrecedenceOfTheSevenProbes) {
   ucnv_free(dsn);
   EXPECT_EQ(106, ucnvGetAppCodePage("DSN=Sales;IACP=106", -3, &dsn));
   ucnv_free(dsn);
+  std::u16string text = wide("DSN=Sales");
+  UChar* wideDsn = nullptr;
+  EXPECT_EQ(2252, ucnvGetAppCodePageW(reinterpret_cast<const UChar*>(text.data()), -3, &wideDsn));
+  EXPECT_EQ(u"Sales", std::u16string(reinterpret_cast<char16_t*>(wideDsn)));
+  ucnv_free(wideDsn);
 }
 
 TEST(ProfileReader, SectionsEntriesAndKeyLists) {

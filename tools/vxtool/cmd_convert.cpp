@@ -10,6 +10,7 @@
 #include <unicode/ucnv.h>
 #include <unicode/utf16.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
@@ -104,112 +105,135 @@ class Conversion {
  public:
   Conversion(const CodePageArg& from, const CodePageArg& to) : from_(from), to_(to) {}
 
-  // Converts one piece; false after an error record.
+  // Converts one piece into out; false after an error record. The output
+  // room allows 2 units per input byte and 4 bytes per unit, more than
+  // any code page needs, so a piece is never truncated.
   bool convert(const char* in, size_t n, std::string& out) {
     int64_t written = 0;
     int64_t consumed = 0;
     size_t units = 2 * n + 2;
+    unsigned status;
     if (from_.utf16 && to_.numbered && !to_.utf16) {
       std::vector<UChar> source(n / 2 + 1);
       memcpy(source.data(), in, n);
-      out.resize(units * size_t(maxSize()) + 16);
-      return converter.ktUCS2ToAnsi(&out[0], int64_t(out.size()), source.data(), int64_t(n / 2),
-                                    &written, &consumed, to_.number, from_.swapped) == 0 &&
-             keep(out, written);
-    }
-    if (to_.utf16 && from_.numbered && !from_.utf16) {
+      out.resize(units * 4 + 16);
+      status = converter.ktUCS2ToAnsi(&out[0], int64_t(out.size()), source.data(),
+                                      int64_t(n / 2), &written, &consumed, to_.number,
+                                      from_.swapped);
+    } else if (to_.utf16 && from_.numbered && !from_.utf16) {
       std::vector<UChar> target(units);
-      if (converter.ktAnsiToUCS2(target.data(), int64_t(units), in, int64_t(n), &written,
-                                 &consumed, from_.number, to_.swapped) != 0) {
-        return false;
-      }
+      status = converter.ktAnsiToUCS2(target.data(), int64_t(units), in, int64_t(n), &written,
+                                      &consumed, from_.number, to_.swapped);
       out.assign(reinterpret_cast<const char*>(target.data()), size_t(written) * 2);
-      return true;
+      return status == 0;
+    } else {
+      out.resize(units * 4 + 16);
+      status = from_.numbered && to_.numbered
+                   ? converter.ktCpgToCpg(&out[0], int64_t(out.size()), in, int64_t(n), &written,
+                                          &consumed, from_.number, to_.number)
+                   : converter.ktCpgToCpg(&out[0], int64_t(out.size()), in, int64_t(n), &written,
+                                          &consumed, from_.name.c_str(), to_.name.c_str());
     }
-    out.resize(units * 4 + 16);
-    unsigned status =
-        from_.numbered && to_.numbered
-            ? converter.ktCpgToCpg(&out[0], int64_t(out.size()), in, int64_t(n), &written,
-                                   &consumed, from_.number, to_.number)
-            : converter.ktCpgToCpg(&out[0], int64_t(out.size()), in, int64_t(n), &written,
-                                   &consumed, from_.name.c_str(), to_.name.c_str());
-    return status == 0 && keep(out, written);
+    out.resize(status == 0 ? size_t(written) : 0);
+    return status == 0;
   }
 
   CharacterConverter converter;
 
  private:
-  int maxSize() { return std::max(converter.ktMaxCharSize(to_.number), 4); }
-  static bool keep(std::string& out, int64_t written) {
-    out.resize(size_t(written));
-    return true;
-  }
-
   CodePageArg from_;
   CodePageArg to_;
 };
 
-int runConvert(const std::vector<std::string>& args) {
+struct ConvertOptions {
   CodePageArg from, to;
-  bool haveFrom = false, haveTo = false, fallback = false;
   int32_t mode = CharacterConverter::kSubstitutionIgnore;
+  bool fallback = false;
+};
+
+// The command line; false on wrong usage.
+bool parseOptions(const std::vector<std::string>& args, ConvertOptions* o) {
+  bool haveFrom = false, haveTo = false;
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
     bool hasValue = i + 1 < args.size();
     if (a == "--from" && hasValue) {
-      haveFrom = parseCodePage(args[++i], &from);
+      haveFrom = parseCodePage(args[++i], &o->from);
     } else if (a == "--to" && hasValue) {
-      haveTo = parseCodePage(args[++i], &to);
+      haveTo = parseCodePage(args[++i], &o->to);
     } else if (a == "--substitution" && hasValue) {
       const std::string& m = args[++i];
-      if (m == "ignore") mode = CharacterConverter::kSubstitutionIgnore;
-      else if (m == "error") mode = CharacterConverter::kSubstitutionError;
-      else if (m == "warning") mode = CharacterConverter::kSubstitutionWarning;
-      else return usageError("convert");
+      if (m == "ignore") o->mode = CharacterConverter::kSubstitutionIgnore;
+      else if (m == "error") o->mode = CharacterConverter::kSubstitutionError;
+      else if (m == "warning") o->mode = CharacterConverter::kSubstitutionWarning;
+      else return false;
     } else if (a == "--fallback") {
-      fallback = true;
+      o->fallback = true;
     } else {
-      return usageError("convert");
+      return false;
     }
   }
-  if (!haveFrom || !haveTo) return usageError("convert");
-  if ((from.numbered && from.name.empty()) || (to.numbered && to.name.empty())) {
-    fprintf(stderr, "vxtool: no converter is known for code page %lld\n",
-            static_cast<long long>(from.numbered && from.name.empty() ? from.number : to.number));
-    return 1;
-  }
-  ToolErrorList errors;
+  return haveFrom && haveTo;
+}
+
+// Standard input through the conversion in pieces of whole characters.
+int streamThrough(Conversion& conversion, const CodePageArg& from, UConverter* probe,
+                  ToolErrorList& errors) {
   RecordPrinter printer;
-  Conversion conversion(from, to);
-  conversion.converter.substitutionMode = mode;
-  if (conversion.converter.initialize(4) != 0) return errors.fail();
-  if (fallback) conversion.converter.setEnableFallbackMapping(1);
-  UErrorCode status = U_ZERO_ERROR;
-  UConverter* probe = from.utf16 ? nullptr : ucnv_open(from.name.c_str(), &status);
-  if (U_FAILURE(status)) {
-    conversion.converter.ktMaxCharSize(from.number);  // files the record for the code page
-    if (!printer.print(errors.list())) fprintf(stderr, "vxtool: cannot open %s\n", from.name.c_str());
-    return 1;
-  }
   std::string pending, out;
   std::vector<char> buffer(kReadSize);
   bool atEnd = false;
-  int exitStatus = 0;
-  while (!atEnd && exitStatus == 0) {
+  while (!atEnd) {
     size_t got = fread(buffer.data(), 1, buffer.size(), stdin);
     pending.append(buffer.data(), got);
     atEnd = got == 0;
     size_t n = atEnd ? pending.size() : wholeCharacters(pending, from, probe);
     if (n == 0 && !atEnd) continue;
     bool ok = conversion.convert(pending.data(), n, out);
-    if (printer.print(errors.list()) || !ok) exitStatus = 1;
-    else if (!writeStandardOutput(out.data(), out.size())) exitStatus = 1;
+    if (printer.print(errors.list()) || !ok) return 1;
+    if (!writeStandardOutput(out.data(), out.size())) return 1;
     pending.erase(0, n);
   }
   if (ferror(stdin)) {
     fprintf(stderr, "vxtool: cannot read standard input\n");
-    exitStatus = 1;
+    return 1;
   }
+  return 0;
+}
+
+int runConvert(const std::vector<std::string>& args) {
+  ConvertOptions o;
+  if (!parseOptions(args, &o)) return usageError("convert");
+  for (const CodePageArg* cp : {&o.from, &o.to}) {
+    if (cp->numbered && cp->name.empty()) {
+      fprintf(stderr, "vxtool: no converter is known for code page %lld\n",
+              static_cast<long long>(cp->number));
+      return 1;
+    }
+  }
+  ToolErrorList errors;
+  Conversion conversion(o.from, o.to);
+  conversion.converter.substitutionMode = o.mode;
+  if (conversion.converter.initialize(4) != 0) return errors.fail();
+  if (o.fallback) conversion.converter.setEnableFallbackMapping(1);
+  // A second converter of the source code page finds where whole
+  // characters end; opening it also tells whether the code page exists.
+  UConverter* probe = nullptr;
+  if (!o.from.utf16) {
+    UConverter* handle;
+    bool known = o.from.numbered ? conversion.converter.getHandle(o.from.number, &handle) == 0
+                                 : conversion.converter.getHandle(o.from.name.c_str(),
+                                                                  int64_t(o.from.name.size()),
+                                                                  &handle) == 0;
+    if (!known) {
+      RecordPrinter().print(errors.list());
+      return 1;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    probe = ucnv_open(o.from.name.c_str(), &status);
+    if (U_FAILURE(status)) return 1;
+  }
+  int exitStatus = streamThrough(conversion, o.from, probe, errors);
   if (probe != nullptr) ucnv_close(probe);
   return exitStatus;
 }
