@@ -55,7 +55,7 @@ TEST_F(SortSpillTest, SpilledSortsAgreeWithAnIndependentSort) {
   layouts[] = {
       {"8-byte key, just over memory", 16, 2, {{0, 0, 8}}, 8200, 2},
       {"descending key over 3 buffers", 16, 3, {{VxSortKey::kDescending, 4, 2}}, 61000, 5},
-      {"two keys, tiny records, 64 buffers", 8, 64, {{0, 7, 1}, {VxSortKey::kDescending, 0, 3}}, 600000, 2},
+      {"two keys, 64 buffers", 64, 64, {{0, 63, 1}, {VxSortKey::kDescending, 0, 3}}, 70000, 2},
       {"200 runs of 8 records", 16384, 2, {{0, 100, 1}, {0, 0, 4}}, 1597, 200},
       {"no caches: one record per run re-read", 40000, 2, {{VxSortKey::kDescending, 39990, 2}}, 41, 21},
   };
