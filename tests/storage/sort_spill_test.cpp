@@ -107,6 +107,34 @@ TEST_F(SortSpillTest, ReadingAgainAndByKeyAfterAMerge) {
   }
 }
 
+// A merged sort re-sorted after its start key moved past the first key:
+// every run is sorted again and the merge follows the second key alone.
+TEST_F(SortSpillTest, ReSortWithMergeFollowsTheNewStartKey) {
+  VxSort sort(4096);  // 16 records per buffer, 32 per run
+  sort.setMaxBuffers(2);
+  sort.addKey(0, 0, 1);
+  sort.addKey(VxSortKey::kDescending, 1, 2);
+  std::string record(4096, '\0');
+  std::mt19937 rng(31);
+  for (int i = 0; i < 300; ++i) {
+    record[0] = char(rng() % 3), record[1] = char(rng()), record[2] = char(rng());
+    ASSERT_EQ(0u, sort.addRecord(record.data()));
+  }
+  void* r;
+  ASSERT_EQ(0u, sort.getSorted(&r));
+  sort.setStartKey(1);
+  ASSERT_EQ(0u, sort.reSortWithMerge());
+  EXPECT_EQ(1u, sort.reSort());  // runs cannot be re-sorted in memory
+  std::string previous(2, '\xFF');
+  int n = 0;
+  for (; sort.getSorted(&r) == 0 && r != nullptr; ++n) {
+    std::string key(static_cast<char*>(r) + 1, 2);
+    ASSERT_LE(memcmp(key.data(), previous.data(), 2), 0) << "at " << n;
+    previous = key;
+  }
+  EXPECT_EQ(300, n);
+}
+
 // A file system that fills up (here a file-size limit): adding fails with
 // the sort's record, and the destructor leaves no file behind.
 TEST_F(SortSpillTest, AFullFileSystemFailsCleanlyAndLeavesNothingBehind) {
