@@ -15,43 +15,8 @@ using vxtest::StorageTest;
 using MemFileTest = StorageTest;
 using TmpFileTest = StorageTest;
 
-// Random appends against a std::string: every read and every in-place
-// pointer agrees with the model, for block sizes from 1 to 300.
-TEST_F(MemFileTest, AppendsAndReadsAgreeWithAStringModel) {
-  const unsigned seed = 7001;
-  std::mt19937 rng(seed);
-  for (int round = 0; round < 60; ++round) {
-    SCOPED_TRACE(testing::Message() << "round " << round << ", seed " << seed);
-    VXSIZE_T blockSize = 1 + rng() % 300;
-    MemFile file(blockSize);
-    std::string model;
-    for (int step = 0; step < 40; ++step) {
-      std::string piece(rng() % (3 * blockSize), '\0');
-      for (char& c : piece) c = char(rng());
-      ASSERT_EQ(0u, file.append(piece.data(), piece.size()));
-      model += piece;
-      ASSERT_EQ(model.size(), file.getLength());
-      VXSIZE_T offset = rng() % (model.size() + 2), n = rng() % (2 * blockSize + 2);
-      std::string out(n, '\x55');
-      EXPECT_EQ(0u, file.read(offset, &out[0], n));
-      VXSIZE_T copied = offset < model.size() ? std::min<VXSIZE_T>(n, model.size() - offset) : 0;
-      EXPECT_EQ(model.substr(std::min<VXSIZE_T>(offset, model.size()), copied), out.substr(0, copied));
-      EXPECT_EQ(std::string(n - copied, '\x55'), out.substr(copied));
-      void* p;
-      VXSIZE_T contiguous;
-      EXPECT_EQ(0u, file.tmpPointer(offset, &p, &contiguous, 1));
-      if (offset >= model.size()) {
-        EXPECT_EQ(nullptr, p);
-        EXPECT_EQ(0u, contiguous);
-      } else {
-        EXPECT_EQ(std::min(blockSize - offset % blockSize, model.size() - offset), contiguous);
-        EXPECT_EQ(0, memcmp(p, model.data() + offset, contiguous));
-      }
-    }
-    file.clear();
-    EXPECT_EQ(0u, file.getLength());
-  }
-}
+// (MemFile against a std::string model: fuzz/memfile_fuzz.cpp, replayed
+// in every test run.)
 
 // Blocks of 10 bytes: 25 bytes fill blocks 0 to 2, offset 8 has 2 bytes
 // left in its block. A failed block allocation still counts the bytes it
