@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
 #include <random>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -151,6 +153,30 @@ TEST_F(TmpFileTest, TheSpanOfOneStoreIsAHardLimit) {
   char out[sizeof tail];
   ASSERT_EQ(0u, store.tmpRead(VxTmpFile::kMaxSpan - sizeof tail, out, sizeof out));
   EXPECT_STREQ(tail, out);
+}
+
+// Four threads write and read back their own 64 KB of one store through a
+// one-set cache, so each evicts the others' pages all the time: the store's
+// lock keeps every copy whole.
+TEST_F(TmpFileTest, ThreadsSharingOneStoreReadBackWhatTheyWrote) {
+  VxTmpFile store(4096, 0);
+  VXSIZE_T base;
+  ASSERT_EQ(0u, store.tmpFindSpace(4 * 65536, &base));
+  std::atomic<int> bad{0}, ready{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      std::string bytes(65536, char('a' + t)), out(65536, '\0');
+      for (++ready; ready < 4;) std::this_thread::yield();  // start together
+      for (int round = 0; round < 60; ++round) {
+        bytes[round * 997] ^= 1;
+        bad += store.tmpWrite(base + t * 65536, bytes.data(), bytes.size()) != 0 ||
+               store.tmpRead(base + t * 65536, &out[0], out.size()) != 0 || out != bytes;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(0, bad.load());
 }
 
 // Truncating to 0 deletes the disk file; the store is usable afterwards.
