@@ -103,35 +103,23 @@ TEST_F(TmpFileTest, AllocationRules) {
   EXPECT_EQ(4u, store.getContiguousSpace(1));
   EXPECT_EQ(2048u, store.getContiguousSpace(2048));  // would straddle a page
   EXPECT_EQ(4096u, store.getSpaceEnd());
-  VXSIZE_T a, b, c;
-  ASSERT_EQ(0u, store.tmpFindSpace(1000, &a));
-  ASSERT_EQ(0u, store.tmpFindSpace(1000, &b));
-  ASSERT_EQ(0u, store.tmpFindSpace(1000, &c));
+  auto find = [&](VXSIZE_T n) { VXSIZE_T at = 0; EXPECT_EQ(0u, store.tmpFindSpace(n, &at)); return at; };
+  VXSIZE_T a = find(1000), b = find(1000), c = find(1000);
   store.tmpFreeSpace(a, 100);  // under 256 bytes: lost for good
-  ASSERT_EQ(0u, store.tmpFindSpace(100, &a));
-  EXPECT_EQ(c + 1000, a);
+  EXPECT_EQ(c + 1000, find(100));
   store.tmpFreeSpace(b, 300);  // kept
-  VXSIZE_T d;
-  ASSERT_EQ(0u, store.tmpFindSpace(300, &d));
-  EXPECT_EQ(b, d);
+  EXPECT_EQ(b, find(300));
   store.tmpFreeSpace(b, 1000);  // reused from the front, 1000 - 400 left
-  ASSERT_EQ(0u, store.tmpFindSpace(400, &d));
-  EXPECT_EQ(b, d);
-  ASSERT_EQ(0u, store.tmpFindSpace(400, &d));  // only 200 would be left: all given
-  EXPECT_EQ(b + 400, d);
+  EXPECT_EQ(b, find(400));
+  EXPECT_EQ(b + 400, find(400));  // only 200 would be left: all given
   VXSIZE_T end = store.getSpaceEnd();
-  ASSERT_EQ(0u, store.tmpFindSpace(300, &d));
-  EXPECT_EQ(end, d);
+  EXPECT_EQ(end, find(300));
   // Neighbours merge, and an extent reaching the end gives it back.
-  store.tmpFreeSpace(b, 500);
-  store.tmpFreeSpace(b + 500, 500);
-  ASSERT_EQ(0u, store.tmpFindSpace(1000, &d));
-  EXPECT_EQ(b, d);
-  store.tmpFreeSpace(end - 600, 600);
-  store.tmpFreeSpace(end, 300);
+  store.tmpFreeSpace(b, 500), store.tmpFreeSpace(b + 500, 500);
+  EXPECT_EQ(b, find(1000));
+  store.tmpFreeSpace(end - 600, 600), store.tmpFreeSpace(end, 300);
   EXPECT_EQ(end - 600, store.getSpaceEnd());
-  ASSERT_EQ(0u, store.tmpFindSpace(VxTmpFile::kAllTheRest, &d));
-  EXPECT_EQ(end - 600, d);
+  EXPECT_EQ(end - 600, find(VxTmpFile::kAllTheRest));
   EXPECT_EQ(VxTmpFile::kAllTheRest, store.getSpaceEnd());
 }
 
