@@ -279,18 +279,7 @@ unsigned VxTree::treeSearch(const void* key, VXSIZE_T& nodeAddress, uint16_t& in
   it.nodes.setNextIndex(equalDepth);
   it.indexes.setNextIndex(equalDepth);
   if (mode == 1) {
-    for (;;) {
-      VXSIZE_T top = it.nodes.getCount() - 1;
-      if (loadNode(it.nodes.at(top), workNode2) != 0) return 1;
-      if (keyCompare(key, keyOf(workNode2, it.indexes.at(top))) != 0) break;
-      if (!isMarked(workNode2, it.indexes.at(top))) {
-        found = 1;
-        break;
-      }
-      bool moved;
-      if (stepForward(it, &moved) != 0) return 1;
-      if (!moved) break;
-    }
+    if (skipToLiveEqual(it, key, &found) != 0) return 1;
     if (!found) {
       it.reset();
       return 0;
@@ -299,6 +288,24 @@ unsigned VxTree::treeSearch(const void* key, VXSIZE_T& nodeAddress, uint16_t& in
   nodeAddress = it.nodes.at(it.nodes.getCount() - 1);
   index = uint16_t(it.indexes.at(it.nodes.getCount() - 1));
   return 0;
+}
+
+// From the first entry equal to key, steps over marked ones; *found tells
+// whether a live equal entry was reached (the iterator is left on it).
+unsigned VxTree::skipToLiveEqual(VxTreeIterator& it, const void* key, unsigned int* found) {
+  *found = 0;
+  for (;;) {
+    VXSIZE_T top = it.nodes.getCount() - 1;
+    if (loadNode(it.nodes.at(top), workNode2) != 0) return 1;
+    if (keyCompare(key, keyOf(workNode2, it.indexes.at(top))) != 0) return 0;
+    if (!isMarked(workNode2, it.indexes.at(top))) {
+      *found = 1;
+      return 0;
+    }
+    bool moved;
+    if (stepForward(it, &moved) != 0) return 1;
+    if (!moved) return 0;
+  }
 }
 
 unsigned VxTree::doesExist(const void* key, unsigned int* found) {
@@ -430,32 +437,12 @@ unsigned VxTree::removeFromNode(VxTreeIterator& path, VXSIZE_T level, char* node
   } else if (sonOf(node, idx) == 0) {
     // The right son moves into the left son's place, whose base is lower
     // by the gap between the removed key and the one before it.
-    if (isPTree() && rebaseSon(sonOf(node, idx + 1), readU64(keyOf(node, idx)) - sonBase(node, idx)) != 0) return 1;
+    if (isPTree() && rebaseSon(sonOf(node, idx + 1), readU64(keyOf(node, idx)) - sonBase(node, idx)) != 0) {
+      return 1;
+    }
     memmove(node + 16 + idx * T, node + 16 + (idx + 1) * T, (keys - 1 - idx) * T + 8);
   } else {
-    VXSIZE_T c = sonOf(node, idx), offset = sonBase(node, idx);
-    for (;;) {
-      if (loadNode(c, workNode2) != 0) return 1;
-      VXSIZE_T k = usedOf(workNode2) - 1, right = sonOf(workNode2, k);
-      if (right == 0) {
-        if (push(path.nodes, path.indexes, c, k - 1) != 0) return 1;
-        break;
-      }
-      if (push(path.nodes, path.indexes, c, k) != 0) return 1;
-      offset += sonBase(workNode2, k);
-      c = right;
-    }
-    VXSIZE_T removedKey = readU64(keyOf(node, idx)), rightSon = sonOf(node, idx + 1);
-    memcpy(keyOf(node, idx), keyOf(workNode2, usedOf(workNode2) - 2), T - 8);
-    // In a positional tree the predecessor's key was relative to its own
-    // node; offset is that node's base above this one's. The right son's
-    // base was the removed key and becomes the predecessor's.
-    VXSIZE_T newKey = readU64(keyOf(node, idx)) + offset;
-    if (isPTree()) writeU64(keyOf(node, idx), newKey);
-    if (storeNode(address, node) != 0) return 1;
-    memcpy(node, workNode2, nodeBytes());
-    if (isPTree() && rebaseSon(rightSon, removedKey - newKey) != 0) return 1;
-    return removeFromNode(path, path.nodes.getCount() - 1, node);
+    return replaceByPredecessor(path, level, node);
   }
   writeU16(node, uint16_t(keys));  // one son fewer: used is now the old key count
   if (keys > 1) return storeNode(address, node);
@@ -469,6 +456,37 @@ unsigned VxTree::removeFromNode(VxTreeIterator& path, VXSIZE_T level, char* node
   if (loadNode(parent, workNode2) != 0) return 1;
   setSon(workNode2, path.indexes.at(level - 1), only);
   return storeNode(parent, workNode2);
+}
+
+// The entry at the path's top has subtrees on both sides: its in-order
+// predecessor (the last key at the bottom of the left subtree's rightmost
+// path) takes its place and is removed from its own node instead.
+unsigned VxTree::replaceByPredecessor(VxTreeIterator& path, VXSIZE_T level, char* node) {
+  const VXSIZE_T T = tripletSize;
+  VXSIZE_T address = path.nodes.at(level), idx = path.indexes.at(level);
+  VXSIZE_T c = sonOf(node, idx), offset = sonBase(node, idx);
+  for (;;) {
+    if (loadNode(c, workNode2) != 0) return 1;
+    VXSIZE_T k = usedOf(workNode2) - 1, right = sonOf(workNode2, k);
+    if (right == 0) {
+      if (push(path.nodes, path.indexes, c, k - 1) != 0) return 1;
+      break;
+    }
+    if (push(path.nodes, path.indexes, c, k) != 0) return 1;
+    offset += sonBase(workNode2, k);
+    c = right;
+  }
+  VXSIZE_T removedKey = readU64(keyOf(node, idx)), rightSon = sonOf(node, idx + 1);
+  memcpy(keyOf(node, idx), keyOf(workNode2, usedOf(workNode2) - 2), T - 8);
+  // In a positional tree the predecessor's key was relative to its own
+  // node; offset is that node's base above this one's. The right son's
+  // base was the removed key and becomes the predecessor's.
+  VXSIZE_T newKey = readU64(keyOf(node, idx)) + offset;
+  if (isPTree()) writeU64(keyOf(node, idx), newKey);
+  if (storeNode(address, node) != 0) return 1;
+  memcpy(node, workNode2, nodeBytes());
+  if (isPTree() && rebaseSon(rightSon, removedKey - newKey) != 0) return 1;
+  return removeFromNode(path, path.nodes.getCount() - 1, node);
 }
 
 // With deleted marks the entry is only marked (not in a positional tree).

@@ -173,6 +173,8 @@ class VX_EXPORT VxTree : public VxObject {
   unsigned insertAt(VxTreeIterator& path, const char* entry, VXSIZE_T rightSon);
   unsigned removeAt(VxTreeIterator& path);
   unsigned removeFromNode(VxTreeIterator& path, VXSIZE_T level, char* node);
+  unsigned replaceByPredecessor(VxTreeIterator& path, VXSIZE_T level, char* node);
+  unsigned skipToLiveEqual(VxTreeIterator& it, const void* key, unsigned int* found);
   unsigned readCurrent(VxTreeIterator& it, void* key, void* data, unsigned int* found);
   unsigned descendEdge(VxTreeIterator& it, VXSIZE_T node, bool leftmost);
   unsigned stepForward(VxTreeIterator& it, bool* moved);

@@ -90,7 +90,9 @@ unsigned MergeInfo::findPlace(const MergeSource& source, const char* record, VXS
     VXSIZE_T mid = lo + (hi - lo) / 2;
     char* other;
     if (recordOf(source, sections()[mid], probeScratch, &other) != 0) return 1;
-    int16_t c = source.sort->fullCompare(record, other);
+    // The runs were sorted by compare (from the start key), so they are
+    // merged by it too; with start key 0 that is the full comparison.
+    int16_t c = source.sort->compare(record, other);
     if (c == 0) {
       lo = mid;
       break;

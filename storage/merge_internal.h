@@ -19,7 +19,7 @@ class VxSort;
 
 // What the merge needs to see of its sort.
 struct MergeSource {
-  const VxSort* sort;  // for fullCompare
+  const VxSort* sort;  // for compare
   char* const* buffers;
   VXSIZE_T recordsPerBuffer;
   VXSIZE_T slotCount;  // record slots in all buffers

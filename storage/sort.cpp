@@ -403,8 +403,7 @@ unsigned VxSort::nextSlot(void** slot) {
 }
 
 // Appends the records in memory to the runs' file (created at the first
-// run) as one run. The file layer refuses single writes of 64 KB, so each
-// buffer goes out in two halves.
+// run) as one run.
 unsigned VxSort::writeRun() {
   if (runFile <= 0) {
     if (runFileName == nullptr) {
@@ -420,21 +419,40 @@ unsigned VxSort::writeRun() {
       return 1;
     }
   }
-  VXSIZE_T left = inMemory * recordLength;
+  if (transferRecords(bytesSpilled / recordLength, inMemory, true) != 0) return 1;
+  bytesSpilled += inMemory * recordLength;
+  ++runCount;
+  return 0;
+}
+
+// Moves count records between the buffers (from slot 0 on) and the runs'
+// file (from record first on), buffer by buffer. The file layer refuses
+// single writes of 64 KB, so transfers go in pieces of half a buffer.
+unsigned VxSort::transferRecords(VXSIZE_T first, VXSIZE_T count, bool toFile) {
+  int64_t at = int64_t(first * recordLength);
+  VXSIZE_T left = count * recordLength;
   for (uint16_t b = 0; left > 0; ++b) {
     VXSIZE_T inBuffer = recordsPerBuffer * recordLength < left ? recordsPerBuffer * recordLength : left;
     for (VXSIZE_T done = 0; done < inBuffer;) {
       VXSIZE_T piece = inBuffer - done < kBufferSize / 2 ? inBuffer - done : kBufferSize / 2;
-      if (bosFileWrite(runFile, int64_t(bytesSpilled), buffers[b] + done, piece) != 0) {
-        addError(kErrSortWrite);
-        return 1;
+      if (toFile) {
+        if (bosFileWrite(runFile, at, buffers[b] + done, piece) != 0) {
+          addError(kErrSortWrite);
+          return 1;
+        }
+      } else {
+        int32_t got = 0;
+        bosFileRead(runFile, at, buffers[b] + done, piece, &got);
+        if (got < 0 || VXSIZE_T(got) != piece) {
+          addError(kErrSortRead);
+          return 1;
+        }
       }
-      bytesSpilled += piece;
+      at += int64_t(piece);
       done += piece;
     }
     left -= inBuffer;
   }
-  ++runCount;
   return 0;
 }
 
@@ -488,13 +506,18 @@ MergeSource VxSort::mergeSource() const {
 unsigned VxSort::prepareMerge() {
   if (writeRun() != 0) return 1;
   inMemory = 0;
+  return buildMerge();
+}
+
+unsigned VxSort::buildMerge() {
   VXSIZE_T runLength = bufferCount * recordsPerBuffer;
   VXSIZE_T bytes = MergeInfo::bytesFor(runCount);
   VXSIZE_T reserved = (bytes + recordLength - 1) / recordLength;
   void* memory = buffers[0];
   if (reserved > recordsPerBuffer) {
-    memory = ramAlloc(bytes);
-    mergeOwnBlock = memory != nullptr;
+    if (!mergeOwnBlock) merge = static_cast<MergeInfo*>(ramAlloc(bytes));
+    mergeOwnBlock = merge != nullptr;
+    memory = merge;
     reserved = 0;
   }
   if (memory == nullptr) {
@@ -504,6 +527,24 @@ unsigned VxSort::prepareMerge() {
   if (ensureScratch() != 0) return 1;
   return MergeInfo::prepareForMerge(memory, mergeSource(), runCount, runLength, recordCount,
                                     reserved, &merge);
+}
+
+// Every run fits the buffers (it was written from them), so each is read
+// back, sorted by the present keys and written back in its place; then
+// the merge is built again, since the buffers that held it were used.
+unsigned VxSort::reSortWithMerge() {
+  if (!(sortFlags & kSpilled)) return reSort();
+  if (sortBuf() != 0) return 1;
+  VXSIZE_T runLength = bufferCount * recordsPerBuffer;
+  for (VXSIZE_T first = 0; first < recordCount; first += runLength) {
+    inMemory = recordCount - first < runLength ? recordCount - first : runLength;
+    if (transferRecords(first, inMemory, false) != 0) return 1;
+    sortInMemory();
+    if (transferRecords(first, inMemory, true) != 0) return 1;
+  }
+  inMemory = 0;
+  readPosition = 0;
+  return buildMerge();
 }
 
 // Four records: three for the merge, the last for the record handed out

@@ -129,11 +129,16 @@ class VX_EXPORT VxSort : public VxObject {
   // it by binary search, a merged one by reading forward from the start.
   unsigned getFirstRecordWithKey(const void* key, void** record);
 
-  // Re-sorting after the keys or the records changed (in memory only; a
-  // sort that wrote runs refuses with 1):
-  // reSort sorts every record again by the present keys and rewinds.
+  // Re-sorting after the keys or the start key changed.
+  // reSort sorts the records in memory again by the present keys and
+  // rewinds; a sort that wrote runs refuses it (1, error 2713).
   unsigned reSort();
-  // Ranges: within records already sorted, a range is the records that
+  // reSortWithMerge does the same for any sort: a sort that wrote runs
+  // reads each run back into its buffers, sorts it and writes it back in
+  // place, then merges the runs again from the start. 0 or 1.
+  unsigned reSortWithMerge();
+  // Ranges (in memory only, like reSort):
+  // within records already sorted, a range is the records that
   // compare equal on their first leadingKeys keys (compareLeadingKeys).
   // startResortRange rewinds the range walk to the first record;
   // resortRange(leadingKeys, startKey) takes the next range, sorts it by
@@ -175,7 +180,9 @@ class VX_EXPORT VxSort : public VxObject {
   void sortSlots(VXSIZE_T first, VXSIZE_T count, VXSIZE_T fromKey);
   void releaseBuffers();
   unsigned writeRun();
+  unsigned transferRecords(VXSIZE_T first, VXSIZE_T count, bool toFile);
   unsigned prepareMerge();
+  unsigned buildMerge();
   MergeSource mergeSource() const;
   unsigned inMemoryOnly();
   unsigned ensureScratch();

@@ -162,6 +162,15 @@ TEST_F(TreeTest, PresentKeysMarkedSlotsChangedKeysAndOrders) {
   tree.getData(other, &got, &found, nullptr);
   EXPECT_EQ(2u, got);
   EXPECT_EQ(1u, tree.changeKey(key, other));
+  VxTreeIterator at;  // changes through an iterator left on an entry
+  tree.getData(other, &got, &found, &at);
+  ASSERT_EQ(0u, tree.changeCurrentData(&d1, &at));
+  tree.getData(other, &got, &found, nullptr);
+  EXPECT_EQ(1u, got);
+  tree.getData(other, &got, &found, &at);
+  ASSERT_EQ(0u, tree.deleteCurrent(&at));
+  tree.doesExist(other, &found);
+  EXPECT_EQ(0u, found);
 
   auto reversed = [](const void* a, const void* b, uint16_t n) { return int16_t(-memcmp(a, b, n)); };
   VxTree down(1, 0, reversed, 0, 0);

@@ -55,7 +55,7 @@ TEST_F(SortSpillTest, SpilledSortsAgreeWithAnIndependentSort) {
   layouts[] = {
       {"8-byte key, just over memory", 16, 2, {{0, 0, 8}}, 8200, 2},
       {"descending key over 3 buffers", 16, 3, {{VxSortKey::kDescending, 4, 2}}, 61000, 5},
-      {"two keys, tiny records, 64 buffers", 8, 64, {{0, 7, 1}, {VxSortKey::kDescending, 0, 3}}, 600000, 2},
+      {"two keys, 64 buffers", 64, 64, {{0, 63, 1}, {VxSortKey::kDescending, 0, 3}}, 70000, 2},
       {"200 runs of 8 records", 16384, 2, {{0, 100, 1}, {0, 0, 4}}, 1597, 200},
       {"no caches: one record per run re-read", 40000, 2, {{VxSortKey::kDescending, 39990, 2}}, 41, 21},
   };
@@ -105,6 +105,34 @@ TEST_F(SortSpillTest, ReadingAgainAndByKeyAfterAMerge) {
     EXPECT_EQ('a', *static_cast<char*>(r));
     EXPECT_EQ(buffers == 2 ? 7u : 0u, sort.getRunCount());
   }
+}
+
+// A merged sort re-sorted after its start key moved past the first key:
+// every run is sorted again and the merge follows the second key alone.
+TEST_F(SortSpillTest, ReSortWithMergeFollowsTheNewStartKey) {
+  VxSort sort(4096);  // 16 records per buffer, 32 per run
+  sort.setMaxBuffers(2);
+  sort.addKey(0, 0, 1);
+  sort.addKey(VxSortKey::kDescending, 1, 2);
+  std::string record(4096, '\0');
+  std::mt19937 rng(31);
+  for (int i = 0; i < 300; ++i) {
+    record[0] = char(rng() % 3), record[1] = char(rng()), record[2] = char(rng());
+    ASSERT_EQ(0u, sort.addRecord(record.data()));
+  }
+  void* r;
+  ASSERT_EQ(0u, sort.getSorted(&r));
+  sort.setStartKey(1);
+  ASSERT_EQ(0u, sort.reSortWithMerge());
+  EXPECT_EQ(1u, sort.reSort());  // runs cannot be re-sorted in memory
+  std::string previous(2, '\xFF');
+  int n = 0;
+  for (; sort.getSorted(&r) == 0 && r != nullptr; ++n) {
+    std::string key(static_cast<char*>(r) + 1, 2);
+    ASSERT_LE(memcmp(key.data(), previous.data(), 2), 0) << "at " << n;
+    previous = key;
+  }
+  EXPECT_EQ(300, n);
 }
 
 // A file system that fills up (here a file-size limit): adding fails with

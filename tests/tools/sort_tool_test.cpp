@@ -60,6 +60,8 @@ TEST_F(SortTool, AgreesWithGnuSortAndReportsItsRuns) {
                        " && LC_ALL=C sort in > a && LC_ALL=C sort out > b && cmp -s a b").c_str()));
   ASSERT_EQ(0, sort("--record-length 16 --key 0:8:desc --key 8:7", input));
   ASSERT_EQ(0, system(("cd " + dir + " && LC_ALL=C sort -k1.1,1.8r -k1.9,1.15 in | cmp -s - out").c_str()));
+  ASSERT_EQ(0, sort("--record-length 16 --key 0:1 --key 1:7 --start-key 1 --buffers 2", input));  // the first key ignored
+  ASSERT_EQ(0, system(("cd " + dir + " && LC_ALL=C sort -s -k1.2,1.8 in | cut -c2-8 > g2 && cut -c2-8 out | cmp -s - g2").c_str()));
   EXPECT_EQ(0, system(("test -z \"$(ls -A " + dir + "/tmp)\"").c_str()));
 }
 

@@ -31,11 +31,11 @@ bool parseNumber(const std::string& text, unsigned long low, unsigned long high,
 }
 
 // OFFSET:LENGTH, then any of :desc and :intl.
-bool parseKey(const std::string& spec, VxSortKey* key) {
+bool parseKey(const std::string& text, VxSortKey* key) {
   std::vector<std::string> parts;
   for (size_t from = 0;;) {
-    size_t colon = spec.find(':', from);
-    parts.push_back(spec.substr(from, colon - from));
+    size_t colon = text.find(':', from);
+    parts.push_back(text.substr(from, colon - from));
     if (colon == std::string::npos) break;
     from = colon + 1;
   }
