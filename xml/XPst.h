@@ -38,7 +38,9 @@
  *
  * Nothing is left behind by a failed or cancelled document: the output is
  * built under a temporary name next to the output file and renamed into
- * place only when XPstClose has written all of it.
+ * place only when XPstClose has written all of it. The files are created
+ * readable and writable by their owner only (mode 0600); an existing file
+ * at an output path is replaced.
  *
  * Errors. Every call but XPstFree returns 0 for success and 1 for failure
  * (XPstCreate: a writer, or null when memory is short). Errors collect in
