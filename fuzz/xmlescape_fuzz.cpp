@@ -56,14 +56,21 @@ std::string readable(const std::string& s) {
   return out;
 }
 
+std::string scratch;
+
+// The scratch directory, removed with its documents when the process ends.
 std::string directory() {
-  static std::string dir;
-  if (dir.empty()) {
+  if (scratch.empty()) {
     char pattern[] = "/tmp/xmlescape_fuzz_XXXXXX";
     if (mkdtemp(pattern) == nullptr) abort();
-    dir = pattern;
+    scratch = pattern;
+    atexit([] {
+      unlink((scratch + "/doc.xml").c_str());
+      unlink((scratch + "/doc.xsd").c_str());
+      rmdir(scratch.c_str());
+    });
   }
-  return dir;
+  return scratch;
 }
 
 void checkEscape(const std::string& text) {
