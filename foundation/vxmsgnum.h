@@ -14,6 +14,11 @@
 
 #include <cstdint>
 
+// The XML result-set writer.
+constexpr uint16_t kErrXmlWriteFailed = 1018;         // a document could not be written
+constexpr uint16_t kErrXmlUnsupportedType = 1023;     // column type has no XML form (+ name)
+constexpr uint16_t kErrXmlColumnNotDeclared = 1024;   // declaration not written (+ name)
+
 // Files, directories and the operating system.
 constexpr uint16_t kErrCannotDelete = 1502;           // file could not be deleted (name)
 constexpr uint16_t kErrOutOfMemory = 1503;            // out of memory
@@ -30,6 +35,15 @@ constexpr uint16_t kErrFileExists = 1520;             // file already exists (na
 constexpr uint16_t kErrDeadlock = 1521;               // locking would deadlock (name)
 constexpr uint16_t kErrCannotLoadLibrary = 1523;      // library not loaded (path, loader text)
 constexpr uint16_t kErrNameTooLong = 1524;            // file name too long (name)
+
+// Temporary files and the runs of the sort.
+constexpr uint16_t kErrFileNotRead = 1510;            // a file could not be read (name)
+constexpr uint16_t kErrInvalidParameterValue = 2709;  // a size or option cannot be used (what)
+constexpr uint16_t kErrSortWrite = 2711;              // the sort could not write its temporary file
+constexpr uint16_t kErrSortRead = 2712;               // the sort could not read its temporary file
+constexpr uint16_t kErrSortNotInMemory = 2713;        // the records do not fit in the sort's buffers
+constexpr uint16_t kErrTempFileNotCreated = 2714;     // temporary file not created (name)
+constexpr uint16_t kErrTempFileFull = 2715;           // a temporary store passed its 128 MB span
 
 // Values, connection strings, hexadecimal text, sorting and strings.
 constexpr uint16_t kErrNumberOutOfRange = 2701;       // number out of range (text)

@@ -46,6 +46,7 @@ foundation  containers/vxparams.h   an error record carries its message as a par
 foundation  containers/vxsorted.h   the error list is a sorted array of records
 foundation  containers/vxstring.h   error records and lists print themselves into strings
 containers  storage/sort.h          the sorted arrays re-sort through the library'"'"'s one in-memory sort
+containers  storage/vxtmpfil.h      the B-tree keeps its nodes in a temporary store so that it can outgrow memory
 '
 
 folders=()

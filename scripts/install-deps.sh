@@ -9,6 +9,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libicu-dev libsqlite3-dev unixodbc-dev unixodbc odbcinst
   libc-bin locales valgrind
+  libxml2-dev libxml2-utils
   icu-devtools
   libssl-dev openssl
 )

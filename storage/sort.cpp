@@ -6,11 +6,13 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "bos/bosfile.h"
 #include "foundation/but.h"
 #include "foundation/ram_internal.h"
 #include "foundation/vxerror.h"
 #include "foundation/vxmsgnum.h"
 #include "foundation/vxstr.h"
+#include "storage/merge_internal.h"
 
 namespace {
 
@@ -136,12 +138,15 @@ struct ContiguousRecords {
   void exchange(char* a, char* b) const { length.exchange(a, b); }
 };
 
-// Record n of records spread over 64 KB buffers of perBuffer records each.
+// Record origin + n of records spread over 64 KB buffers of perBuffer
+// records each.
 struct BufferedRecords {
   char* const* buffers;
   VXSIZE_T perBuffer;
   AnyLength length;
+  VXSIZE_T origin;
   char* operator()(VXSIZE_T n) const {
+    n += origin;
     return buffers[n / perBuffer] + (n % perBuffer) * length.size();
   }
   void exchange(char* a, char* b) const { length.exchange(a, b); }
@@ -292,11 +297,33 @@ VxSort::VxSort(uint16_t recordLength)
       recordCount(0),
       inMemory(0),
       readPosition(0),
-      sortFlags(0) {
+      sortFlags(0),
+      maxBuffers(kMaxBuffers),
+      runCount(0),
+      bytesSpilled(0),
+      runFile(0),
+      runFileName(nullptr),
+      merge(nullptr),
+      mergeOwnBlock(false),
+      scratch(nullptr),
+      rangeFirst(0),
+      rangeEnd(0),
+      rangePosition(0) {
   setRecordLength(recordLength);
 }
 
-VxSort::~VxSort() { releaseBuffers(); }
+VxSort::~VxSort() {
+  releaseBuffers();
+  if (runFile > 0) bosFileClose(runFile);
+  if (runFileName != nullptr) bosFileDelete(runFileName);
+  free(runFileName);
+  if (mergeOwnBlock) free(merge);
+  free(scratch);
+}
+
+void VxSort::setMaxBuffers(uint16_t n) {
+  maxBuffers = n < 2 ? 2 : (n > kMaxBuffers ? kMaxBuffers : n);
+}
 
 void VxSort::releaseBuffers() {
   if (sortFlags & kOwnsBuffers) {
@@ -341,30 +368,91 @@ char* VxSort::recordAddress(VXSIZE_T n) const {
 }
 
 // Slot reservation. Record n goes to buffer n / recordsPerBuffer; a buffer
-// that does not exist yet is allocated (64 KB, at most 64 of them). When no
-// buffer can be had the record is refused and its slot taken back. This is
-// the point where a full memory would instead be sorted and written to a
-// temporary file as one run, restarting the buffers with this record;
-// until runs exist the sort holds what fits in its buffers.
+// that does not exist yet is allocated (64 KB each, at most maxBuffers of
+// them, none once runs were written). When no buffer can be added the
+// memory is full: with fewer than two buffers that is a failure, else the
+// records in memory are sorted and written as one run and the record goes
+// to slot 0 of the emptied buffers. Every run but the last therefore holds
+// exactly bufferCount * recordsPerBuffer records.
 unsigned VxSort::nextSlot(void** slot) {
   if ((sortFlags & kCallerBuffer) || recordsPerBuffer == 0) return 1;
   VXSIZE_T n = inMemory;
-  VXSIZE_T buffer = n / recordsPerBuffer;
-  if (buffer >= bufferCount) {
+  if (n / recordsPerBuffer >= bufferCount) {
     sortFlags |= kOwnsBuffers;
     char* fresh = nullptr;
-    if (bufferCount < kMaxBuffers) {
+    if (!(sortFlags & kSpilled) && bufferCount < maxBuffers) {
       fresh = static_cast<char*>(ramAlloc(kBufferSize));
     }
-    if (fresh == nullptr) {
+    if (fresh != nullptr) {
+      buffers[bufferCount++] = fresh;
+    } else if (bufferCount < 2) {
       addError(kErrOutOfMemory);
       return 1;
+    } else {
+      sortInMemory();
+      if (writeRun() != 0) return 1;
+      sortFlags |= kSpilled;
+      inMemory = 0;
+      n = 0;
     }
-    buffers[bufferCount++] = fresh;
   }
   ++inMemory;
   ++recordCount;
   *slot = recordAddress(n);
+  return 0;
+}
+
+// Appends the records in memory to the runs' file (created at the first
+// run) as one run.
+unsigned VxSort::writeRun() {
+  if (runFile <= 0) {
+    if (runFileName == nullptr) {
+      runFileName = static_cast<char*>(ramAllocZeroed(BOS_MAX_PATH));
+      if (runFileName == nullptr) {
+        addError(kErrOutOfMemory);
+        return 1;
+      }
+    }
+    if (bosFileOpen(runFileName, BOS_OPEN_TEMPORARY | BOS_OPEN_READ_WRITE, &runFile) != 0) {
+      runFile = 0;
+      addError(kErrTempFileNotCreated) << runFileName;
+      return 1;
+    }
+  }
+  if (transferRecords(bytesSpilled / recordLength, inMemory, true) != 0) return 1;
+  bytesSpilled += inMemory * recordLength;
+  ++runCount;
+  return 0;
+}
+
+// Moves count records between the buffers (from slot 0 on) and the runs'
+// file (from record first on), buffer by buffer. The file layer refuses
+// single writes of 64 KB, so transfers go in pieces of half a buffer.
+unsigned VxSort::transferRecords(VXSIZE_T first, VXSIZE_T count, bool toFile) {
+  int64_t at = int64_t(first * recordLength);
+  VXSIZE_T left = count * recordLength;
+  for (uint16_t b = 0; left > 0; ++b) {
+    VXSIZE_T inBuffer = recordsPerBuffer * recordLength < left ? recordsPerBuffer * recordLength : left;
+    for (VXSIZE_T done = 0; done < inBuffer;) {
+      VXSIZE_T piece = inBuffer - done < kBufferSize / 2 ? inBuffer - done : kBufferSize / 2;
+      if (toFile) {
+        if (bosFileWrite(runFile, at, buffers[b] + done, piece) != 0) {
+          addError(kErrSortWrite);
+          return 1;
+        }
+      } else {
+        int32_t got = 0;
+        bosFileRead(runFile, at, buffers[b] + done, piece, &got);
+        if (got < 0 || VXSIZE_T(got) != piece) {
+          addError(kErrSortRead);
+          return 1;
+        }
+      }
+      at += int64_t(piece);
+      done += piece;
+    }
+    left -= inBuffer;
+  }
   return 0;
 }
 
@@ -385,34 +473,216 @@ void VxSort::setBuf(VXSIZE_T count, void* buffer) {
   sortFlags = static_cast<uint8_t>((sortFlags & kKeysAdded) | kCallerBuffer);
 }
 
-void VxSort::sortInMemory() {
-  if (inMemory < 2) return;
+void VxSort::sortInMemory() { sortSlots(0, inMemory, startKey); }
+
+// Sorts count records from slot first on by the keys from fromKey on.
+void VxSort::sortSlots(VXSIZE_T first, VXSIZE_T count, VXSIZE_T fromKey) {
+  if (count < 2) return;
   if (!(sortFlags & kCallerBuffer) && bufferCount > 1) {
-    sortRecords(BufferedRecords{buffers, recordsPerBuffer, AnyLength{recordLength}}, keys,
-                startKey, keyCount, inMemory);
+    sortRecords(BufferedRecords{buffers, recordsPerBuffer, AnyLength{recordLength}, first}, keys,
+                fromKey, keyCount, count);
   } else if (recordLength == 8) {
-    sortRecords(ContiguousRecords<FixedLength<8>>{buffers[0], {}}, keys, startKey, keyCount,
-                inMemory);
+    sortRecords(ContiguousRecords<FixedLength<8>>{recordAddress(first), {}}, keys, fromKey,
+                keyCount, count);
   } else if (recordLength == 16) {
-    sortRecords(ContiguousRecords<FixedLength<16>>{buffers[0], {}}, keys, startKey, keyCount,
-                inMemory);
+    sortRecords(ContiguousRecords<FixedLength<16>>{recordAddress(first), {}}, keys, fromKey,
+                keyCount, count);
   } else {
-    sortRecords(ContiguousRecords<AnyLength>{buffers[0], {recordLength}}, keys, startKey,
-                keyCount, inMemory);
+    sortRecords(ContiguousRecords<AnyLength>{recordAddress(first), {recordLength}}, keys,
+                fromKey, keyCount, count);
   }
 }
 
-unsigned VxSort::sortBuf() {
-  if (!(sortFlags & kSorted)) {
-    sortInMemory();
-    sortFlags |= kSorted;
-    readPosition = 0;
+MergeSource VxSort::mergeSource() const {
+  return MergeSource{this,      buffers,      recordsPerBuffer, bufferCount * recordsPerBuffer,
+                     recordLength, runFile, scratch};
+}
+
+// The result of a sort that wrote runs: the records in memory become the
+// last run, then the buffers are handed to the merge. Its header and one
+// section per run take the first slots of buffer 0 (a merge too large for
+// one buffer gets a block of its own instead), and three scratch records
+// serve the merge when the runs outnumber the free slots.
+unsigned VxSort::prepareMerge() {
+  if (writeRun() != 0) return 1;
+  inMemory = 0;
+  return buildMerge();
+}
+
+unsigned VxSort::buildMerge() {
+  VXSIZE_T runLength = bufferCount * recordsPerBuffer;
+  VXSIZE_T bytes = MergeInfo::bytesFor(runCount);
+  VXSIZE_T reserved = (bytes + recordLength - 1) / recordLength;
+  void* memory = buffers[0];
+  if (reserved > recordsPerBuffer) {
+    if (!mergeOwnBlock) merge = static_cast<MergeInfo*>(ramAlloc(bytes));
+    mergeOwnBlock = merge != nullptr;
+    memory = merge;
+    reserved = 0;
   }
+  if (memory == nullptr) {
+    addError(kErrOutOfMemory);
+    return 1;
+  }
+  if (ensureScratch() != 0) return 1;
+  return MergeInfo::prepareForMerge(memory, mergeSource(), runCount, runLength, recordCount,
+                                    reserved, &merge);
+}
+
+// Every run fits the buffers (it was written from them), so each is read
+// back, sorted by the present keys and written back in its place; then
+// the merge is built again, since the buffers that held it were used.
+unsigned VxSort::reSortWithMerge() {
+  if (!(sortFlags & kSpilled)) return reSort();
+  if (sortBuf() != 0) return 1;
+  VXSIZE_T runLength = bufferCount * recordsPerBuffer;
+  for (VXSIZE_T first = 0; first < recordCount; first += runLength) {
+    inMemory = recordCount - first < runLength ? recordCount - first : runLength;
+    if (transferRecords(first, inMemory, false) != 0) return 1;
+    sortInMemory();
+    if (transferRecords(first, inMemory, true) != 0) return 1;
+  }
+  inMemory = 0;
+  readPosition = 0;
+  return buildMerge();
+}
+
+// Four records: three for the merge, the last for the record handed out
+// before (getSortedWithCompare).
+unsigned VxSort::ensureScratch() {
+  if (scratch == nullptr) scratch = static_cast<char*>(ramAlloc(4 * VXSIZE_T(recordLength)));
+  if (scratch != nullptr) return 0;
+  addError(kErrOutOfMemory);
+  return 1;
+}
+
+unsigned VxSort::sortBuf() {
+  if (sortFlags & kSorted) return 0;
+  sortInMemory();
+  sortFlags |= kSorted;
+  readPosition = 0;
+  if (sortFlags & kSpilled) return prepareMerge();
   return 0;
 }
 
 unsigned VxSort::getSorted(void** record) {
-  sortBuf();
-  *record = readPosition < inMemory ? recordAddress(readPosition++) : nullptr;
+  *record = nullptr;
+  if (sortBuf() != 0) return 1;
+  if (sortFlags & kSpilled) {
+    if (merge == nullptr || merge->getNextRecord(mergeSource(), record) != 0) return 1;
+    if (*record != nullptr) ++readPosition;
+    return 0;
+  }
+  if (readPosition < inMemory) *record = recordAddress(readPosition++);
   return 0;
+}
+
+unsigned VxSort::getFirstRecord(void** record) {
+  *record = nullptr;
+  if (sortBuf() != 0) return 1;
+  readPosition = 0;
+  if ((sortFlags & kSpilled) && (merge == nullptr || merge->restart(mergeSource()) != 0)) return 1;
+  return getSorted(record);
+}
+
+unsigned VxSort::getSortedWithCompare(void** record, VXSIZE_T* result) {
+  *record = nullptr;
+  if (ensureScratch() != 0) return 1;
+  char* previous = scratch + 3 * VXSIZE_T(recordLength);
+  bool first = readPosition == 0;
+  if (getSorted(record) != 0) return 1;
+  if (*record == nullptr) return 0;
+  *result = first || compare(previous, *record) != 0 ? 1 : 0;
+  memcpy(previous, *record, recordLength);
+  return 0;
+}
+
+// In memory: a binary search for the first record not below key. Merged:
+// records are read from the start until one is not below key; when it is
+// greater it is put back, so that reading resumes with it.
+unsigned VxSort::getFirstRecordWithKey(const void* key, void** record) {
+  *record = nullptr;
+  if (sortBuf() != 0) return 1;
+  if (sortFlags & kSpilled) {
+    void* r;
+    if (getFirstRecord(&r) != 0) return 1;
+    while (r != nullptr && compare(r, key) < 0) {
+      if (getSorted(&r) != 0) return 1;
+    }
+    if (r == nullptr) return 0;
+    if (compare(r, key) == 0) {
+      *record = r;
+    } else {
+      merge->unread();
+      --readPosition;
+    }
+    return 0;
+  }
+  VXSIZE_T lo = 0, hi = inMemory;
+  while (lo < hi) {
+    VXSIZE_T mid = lo + (hi - lo) / 2;
+    if (compare(recordAddress(mid), key) < 0) {
+      lo = mid + 1;
+    } else {
+      hi = mid;
+    }
+  }
+  readPosition = lo;
+  if (lo < inMemory && compare(recordAddress(lo), key) == 0) *record = recordAddress(readPosition++);
+  return 0;
+}
+
+int16_t VxSort::compareLeadingKeys(const void* a, const void* b, VXSIZE_T n) const {
+  return compareKeys(keys, 0, n < keyCount ? n : keyCount, a, b);
+}
+
+// Range re-sorting works on records held in memory; a sort whose records
+// went to runs has no place to re-sort them in.
+unsigned VxSort::inMemoryOnly() {
+  if (!(sortFlags & kSpilled)) return 0;
+  addError(kErrSortNotInMemory);
+  return 1;
+}
+
+unsigned VxSort::reSort() {
+  if (inMemoryOnly() != 0) return 1;
+  sortFlags &= uint8_t(~kSorted);
+  return sortBuf();
+}
+
+unsigned VxSort::startResortRange() {
+  if (inMemoryOnly() != 0 || sortBuf() != 0) return 1;
+  rangeFirst = rangeEnd = rangePosition = 0;
+  return 0;
+}
+
+// The next range starts where the last one ended and runs while records
+// equal its first record on the leading keys.
+unsigned VxSort::resortRange(VXSIZE_T leadingKeys, unsigned int fromKey) {
+  if (inMemoryOnly() != 0) return 1;
+  if (rangeEnd >= inMemory) return 1;
+  rangeFirst = rangeEnd;
+  const char* head = recordAddress(rangeFirst);
+  rangeEnd = rangeFirst + 1;
+  while (rangeEnd < inMemory && compareLeadingKeys(head, recordAddress(rangeEnd), leadingKeys) == 0) {
+    ++rangeEnd;
+  }
+  sortSlots(rangeFirst, rangeEnd - rangeFirst, fromKey);
+  rangePosition = rangeFirst;
+  return 0;
+}
+
+unsigned VxSort::getFirstRecordInRange(void** record) {
+  rangePosition = rangeFirst;
+  return getNextRecordInRange(record);
+}
+
+unsigned VxSort::getNextRecordInRange(void** record) {
+  *record = rangePosition < rangeEnd ? recordAddress(rangePosition++) : nullptr;
+  return 0;
+}
+
+void VxSort::endResortRange() {
+  rangeFirst = rangeEnd = rangePosition = 0;
+  readPosition = 0;
 }

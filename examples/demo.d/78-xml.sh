@@ -1,0 +1,17 @@
+# A result set saved as XML: the schema first, then one record per row.
+say "A small CSV of orders: the first line describes the columns; \\N is NULL:"
+show cat "$EXAMPLES/xml/orders.csv"
+out=$(mktemp -d)
+say "Saved with the schema inline; the five special characters are escaped, a NULL leaves its element out, time stamps lose their fractions:"
+show "$VXTOOL" xml -o "$out/orders.xml" "$EXAMPLES/xml/orders.csv"
+show sed -n '/<data>/,$p' "$out/orders.xml"
+show xmllint --noout "$out/orders.xml"
+say "With the schema in its own file, the data document names it:"
+show "$VXTOOL" xml --schema-file "$out/orders.xsd" -o "$out/data.xml" "$EXAMPLES/xml/orders.csv"
+show head -3 "$out/data.xml"
+show xmllint --noout "$out/orders.xsd" "$out/data.xml"
+say "A value that does not fit its column names the line, and no document is left behind:"
+printf 'QTY TINYINT\n1\n300\n' >"$out/bad.csv"
+show "$VXTOOL" xml -o "$out/bad.xml" "$out/bad.csv"
+show ls "$out"
+rm -rf "$out"
