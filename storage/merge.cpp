@@ -80,8 +80,8 @@ unsigned MergeInfo::recordOf(const MergeSource& source, const MergeSection& s, c
   return 0;
 }
 
-// Binary search for the place of `record` among sections lo..hi-1 (ordered
-// by their current records): the first section whose record is greater,
+// Binary search for the place of `record` among the runs at positions
+// lo..hi-1 of the order (which is by their current records): the first section whose record is greater,
 // or the first equal one met by the search, before which it goes.
 unsigned MergeInfo::findPlace(const MergeSource& source, const char* record, VXSIZE_T lo,
                               VXSIZE_T hi, VXSIZE_T* place) {
@@ -89,7 +89,7 @@ unsigned MergeInfo::findPlace(const MergeSource& source, const char* record, VXS
   while (lo < hi) {
     VXSIZE_T mid = lo + (hi - lo) / 2;
     char* other;
-    if (recordOf(source, sections()[mid], probeScratch, &other) != 0) return 1;
+    if (recordOf(source, sections()[source.order[mid]], probeScratch, &other) != 0) return 1;
     // The runs were sorted by compare (from the start key), so they are
     // merged by it too; with start key 0 that is the full comparison.
     int16_t c = source.sort->compare(record, other);
@@ -110,11 +110,10 @@ unsigned MergeInfo::findPlace(const MergeSource& source, const char* record, VXS
 unsigned MergeInfo::restart(const MergeSource& source) {
   advancePending = 0;
   liveSections = 0;
-  // Sections are taken in run order and each is inserted at its place
-  // among those already ordered.
-  MergeSection* all = sections();
+  // Runs are taken in order and each is inserted at its place among those
+  // already ordered.
   for (VXSIZE_T i = 0; i < sectionCount; ++i) {
-    MergeSection s = all[i];
+    MergeSection& s = sections()[i];
     s.current = s.first;
     s.cacheUsed = 0;
     if (!singleRecordCache && loadCacheForSection(source, s) != 0) return 1;
@@ -122,8 +121,8 @@ unsigned MergeInfo::restart(const MergeSource& source) {
     if (recordOf(source, s, source.scratch + source.recordLength, &record) != 0) return 1;
     VXSIZE_T place;
     if (findPlace(source, record, 0, liveSections, &place) != 0) return 1;
-    memmove(&all[place + 1], &all[place], (i - place) * sizeof(MergeSection));
-    all[place] = s;
+    memmove(&source.order[place + 1], &source.order[place], (liveSections - place) * sizeof *source.order);
+    source.order[place] = uint32_t(i);
     ++liveSections;
   }
   return 0;
@@ -133,13 +132,13 @@ unsigned MergeInfo::restart(const MergeSource& source) {
 // when that is used up, drops it when the run is exhausted, else moves it
 // to its new place among the others.
 unsigned MergeInfo::advanceFirst(const MergeSource& source) {
-  MergeSection* all = sections();
-  MergeSection s = all[0];
+  uint32_t* order = source.order;
+  uint32_t first = order[0];
+  MergeSection& s = sections()[first];
   ++s.current;
   if (s.current > s.last) {
-    memmove(&all[0], &all[1], (liveSections - 1) * sizeof(MergeSection));
+    memmove(&order[0], &order[1], (liveSections - 1) * sizeof *order);
     --liveSections;
-    all[liveSections] = s;  // kept, so that restart finds every run
     return 0;
   }
   if (!singleRecordCache && s.current >= s.cacheStart + s.cacheUsed &&
@@ -150,8 +149,8 @@ unsigned MergeInfo::advanceFirst(const MergeSource& source) {
   if (recordOf(source, s, source.scratch + source.recordLength, &record) != 0) return 1;
   VXSIZE_T place;
   if (findPlace(source, record, 1, liveSections, &place) != 0) return 1;
-  memmove(&all[0], &all[1], (place - 1) * sizeof(MergeSection));
-  all[place - 1] = s;
+  memmove(&order[0], &order[1], (place - 1) * sizeof *order);
+  order[place - 1] = first;
   return 0;
 }
 
@@ -163,7 +162,7 @@ unsigned MergeInfo::getNextRecord(const MergeSource& source, void** record) {
   }
   if (liveSections == 0) return 0;
   char* r;
-  if (recordOf(source, sections()[0], source.scratch, &r) != 0) return 1;
+  if (recordOf(source, sections()[source.order[0]], source.scratch, &r) != 0) return 1;
   advancePending = 1;
   *record = r;
   return 0;

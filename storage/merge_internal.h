@@ -26,6 +26,7 @@ struct MergeSource {
   uint16_t recordLength;
   int file;            // the runs, record n at byte n * recordLength
   char* scratch;       // three records, used when the caches are empty
+  uint32_t* order;     // the live runs' numbers, ordered by their current records
 
   char* slot(VXSIZE_T n) const {
     return buffers[n / recordsPerBuffer] + (n % recordsPerBuffer) * recordLength;
@@ -70,7 +71,7 @@ struct MergeInfo {
   VXSIZE_T cacheRecords;       // per-run cache, in records
   VXSIZE_T singleRecordCache;  // 1: no room for caches, records are re-read
   VXSIZE_T reservedSlots;
-  VXSIZE_T liveSections;       // runs not yet exhausted, first liveSections of sections()
+  VXSIZE_T liveSections;       // runs not yet exhausted: the first entries of the order
   VXSIZE_T advancePending;     // the first run's record was handed out
 
  private:

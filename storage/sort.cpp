@@ -16,6 +16,18 @@
 
 namespace {
 
+// Eight bytes compared as one big-endian number: the order of an unsigned
+// byte comparison, in one step instead of a call to memcmp. Eight-byte keys
+// (a time stamp, a 64-bit number, a short code) are common enough.
+inline int compareEightBytes(const char* a, const char* b) {
+  uint64_t x, y;
+  memcpy(&x, a, sizeof x);
+  memcpy(&y, b, sizeof y);
+  x = __builtin_bswap64(x);
+  y = __builtin_bswap64(y);
+  return (x > y) - (x < y);
+}
+
 // A key's comparison negated for a descending key. The one value whose
 // negation does not fit 16 bits becomes the largest positive one.
 inline int16_t negated(int16_t c) { return c == INT16_MIN ? INT16_MAX : static_cast<int16_t>(-c); }
@@ -49,7 +61,7 @@ int16_t compareKeys(const VxSortKey* keys, VXSIZE_T first, VXSIZE_T count, const
               ? key.compareFunction(key.compareContext, x, y, &key)
               : 0;
     } else {
-      c = memCompare(x, y, key.length);
+      c = key.length == 8 ? int16_t(compareEightBytes(x, y)) : memCompare(x, y, key.length);
     }
     if (c != 0) return (key.kind & VxSortKey::kDescending) ? negated(c) : c;
   }
@@ -58,8 +70,8 @@ int16_t compareKeys(const VxSortKey* keys, VXSIZE_T first, VXSIZE_T count, const
 
 // Orders used by the quicksort. The general one dispatches on each key's
 // kind; when every key in play is a plain byte key the dispatch is dropped,
-// and a single one-byte key (the common sort on a flag or code column) is
-// compared in line.
+// and a single one-byte key (the common sort on a flag or code column) or
+// eight-byte key is compared in line.
 struct GeneralOrder {
   const VxSortKey* keys;
   VXSIZE_T first;
@@ -78,10 +90,20 @@ struct ByteKeyOrder {
   int operator()(const char* a, const char* b) const {
     for (VXSIZE_T k = first; k < count; ++k) {
       const VxSortKey& key = keys[k];
-      int c = memCompare(a + key.offset, b + key.offset, key.length);
+      int c = key.length == 8 ? compareEightBytes(a + key.offset, b + key.offset)
+                              : memCompare(a + key.offset, b + key.offset, key.length);
       if (c != 0) return (key.kind & VxSortKey::kDescending) ? -c : c;
     }
     return 0;
+  }
+};
+
+struct EightByteKeyOrder {
+  VXSIZE_T offset;
+  int sign;  // 1 ascending, -1 descending
+
+  int operator()(const char* a, const char* b) const {
+    return sign * compareEightBytes(a + offset, b + offset);
   }
 };
 
@@ -279,6 +301,9 @@ void sortRecords(const Records& records, const VxSortKey* keys, VXSIZE_T first, 
   if (bytesOnly && keyCount - first == 1 && keys[first].length == 1) {
     int sign = (keys[first].kind & VxSortKey::kDescending) ? -1 : 1;
     QuickSort<Records, OneByteKeyOrder>(records, {keys[first].offset, sign}).sort(0, count - 1);
+  } else if (bytesOnly && keyCount - first == 1 && keys[first].length == 8) {
+    int sign = (keys[first].kind & VxSortKey::kDescending) ? -1 : 1;
+    QuickSort<Records, EightByteKeyOrder>(records, {keys[first].offset, sign}).sort(0, count - 1);
   } else if (bytesOnly) {
     QuickSort<Records, ByteKeyOrder>(records, {keys, first, keyCount}).sort(0, count - 1);
   } else {
@@ -306,6 +331,7 @@ VxSort::VxSort(uint16_t recordLength)
       merge(nullptr),
       mergeOwnBlock(false),
       scratch(nullptr),
+      mergeOrder(nullptr),
       rangeFirst(0),
       rangeEnd(0),
       rangePosition(0) {
@@ -319,6 +345,7 @@ VxSort::~VxSort() {
   free(runFileName);
   if (mergeOwnBlock) free(merge);
   free(scratch);
+  free(mergeOrder);
 }
 
 void VxSort::setMaxBuffers(uint16_t n) {
@@ -494,15 +521,16 @@ void VxSort::sortSlots(VXSIZE_T first, VXSIZE_T count, VXSIZE_T fromKey) {
 }
 
 MergeSource VxSort::mergeSource() const {
-  return MergeSource{this,      buffers,      recordsPerBuffer, bufferCount * recordsPerBuffer,
-                     recordLength, runFile, scratch};
+  return MergeSource{this,         buffers, recordsPerBuffer, bufferCount * recordsPerBuffer,
+                     recordLength, runFile, scratch, mergeOrder};
 }
 
 // The result of a sort that wrote runs: the records in memory become the
 // last run, then the buffers are handed to the merge. Its header and one
 // section per run take the first slots of buffer 0 (a merge too large for
-// one buffer gets a block of its own instead), and three scratch records
-// serve the merge when the runs outnumber the free slots.
+// one buffer gets a block of its own instead); the order of the runs, one
+// 4-byte run number each, and three scratch records (for when the runs
+// outnumber the free slots) are allocated beside the buffers.
 unsigned VxSort::prepareMerge() {
   if (writeRun() != 0) return 1;
   inMemory = 0;
@@ -525,6 +553,11 @@ unsigned VxSort::buildMerge() {
     return 1;
   }
   if (ensureScratch() != 0) return 1;
+  if (mergeOrder == nullptr) mergeOrder = static_cast<uint32_t*>(ramAlloc(runCount * sizeof *mergeOrder));
+  if (mergeOrder == nullptr) {
+    addError(kErrOutOfMemory);
+    return 1;
+  }
   return MergeInfo::prepareForMerge(memory, mergeSource(), runCount, runLength, recordCount,
                                     reserved, &merge);
 }

@@ -213,6 +213,7 @@ class VX_EXPORT VxSort : public VxObject {
   MergeInfo* merge;     // in buffer 0, or its own block when too large
   bool mergeOwnBlock;
   char* scratch;        // three records for the merge, then the previous one
+  uint32_t* mergeOrder; // the runs in the order of their current records
 
   // The range being re-sorted: records rangeFirst .. rangeEnd - 1.
   VXSIZE_T rangeFirst;

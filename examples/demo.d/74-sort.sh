@@ -4,7 +4,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export VX_TMPDIR="$work"
 
-say "Six 8-byte records (a 3-letter key, a number, a line feed) sorted by the key:"
+say "Six 8-byte records (a 5-byte name, a 2-digit number, a line feed) sorted by the name:"
 printf 'pear 01\nfig  02\napple03\nfig  04\nkiwi 05\nbean 06\n' > "$work/small"
 show "$VXTOOL" sort --record-length 8 --key 0:5 < "$work/small"
 say "The same, the key descending:"

@@ -54,6 +54,7 @@ TEST_F(SortSpillTest, SpilledSortsAgreeWithAnIndependentSort) {
   const struct { const char* name; uint16_t length; uint16_t buffers; std::vector<Key> keys; uint32_t records; VXSIZE_T runs; }
   layouts[] = {
       {"8-byte key, just over memory", 16, 2, {{0, 0, 8}}, 8200, 2},
+      {"descending 8-byte key", 16, 2, {{VxSortKey::kDescending, 8, 8}}, 9000, 2},
       {"descending key over 3 buffers", 16, 3, {{VxSortKey::kDescending, 4, 2}}, 61000, 5},
       {"two keys, 64 buffers", 64, 64, {{0, 63, 1}, {VxSortKey::kDescending, 0, 3}}, 70000, 2},
       {"200 runs of 8 records", 16384, 2, {{0, 100, 1}, {0, 0, 4}}, 1597, 200},
