@@ -5,51 +5,21 @@
 #include <iconv.h>
 #include <sys/stat.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
+
+#include "tool_scratch.h"
 
 namespace {
 
-struct ToolRun {
-  int status;
-  std::string out, err;
-};
+using vxtest::ToolRun;
 
-std::string slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-class CodePageTool : public ::testing::Test {
+// vxtool with HOME at the scratch directory and no other profile variables.
+class CodePageTool : public vxtest::ToolScratch {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/vx_codepage_XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(pattern));
-    dir = pattern;
+  ToolRun run(const std::string& args, const std::string& input = "") {
+    return tool(args, input, "env -u ODBCINI -u ODBC_INI -u ODBCINSTINI -u ODBCINST_INI HOME='" + dir + "'");
   }
-  void TearDown() override { EXPECT_EQ(0, system(("rm -rf '" + dir + "'").c_str())); }
-
-  void write(const std::string& name, const std::string& text) {
-    std::ofstream(dir + "/" + name, std::ios::binary) << text;
-  }
-  // vxtool with args (shell words), input on stdin, HOME at the scratch
-  // directory and no other profile variables.
-  ToolRun tool(const std::string& args, const std::string& input = "") {
-    write("stdin", input);
-    std::string command = "env -u ODBCINI -u ODBC_INI -u ODBCINSTINI -u ODBCINST_INI HOME='" + dir +
-                          "' " VX_TOOL " " + args + " <'" + dir + "/stdin' >'" + dir +
-                          "/stdout' 2>'" + dir + "/stderr'";
-    int status = system(command.c_str());
-    return ToolRun{WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(dir + "/stdout"),
-               slurp(dir + "/stderr")};
-  }
-  std::string dir;
 };
 
 TEST_F(CodePageTool, FormatsAndStatuses) {
@@ -74,7 +44,7 @@ TEST_F(CodePageTool, FormatsAndStatuses) {
       {"convert --from 106", 2, "", "usage:"},
   };
   for (const Row& row : rows) {
-    ToolRun r = tool(row.args, "a\xE2\x82\xAC");
+    ToolRun r = run(row.args, "a\xE2\x82\xAC");
     EXPECT_EQ(row.status, r.status) << row.args;
     EXPECT_EQ(row.out, r.out) << row.args;
     EXPECT_EQ(0u, r.err.find(row.err)) << row.args << ": " << r.err;
@@ -85,10 +55,10 @@ TEST_F(CodePageTool, FormatsAndStatuses) {
 // ODBC_INI are unset; odbcinst.ini is read only when odbc.ini was.
 TEST_F(CodePageTool, AppCodePageFromTheHomeProfiles) {
   write(".odbcinst.ini", "[ODBC]\nIANAAppCodePage=38\n");
-  EXPECT_EQ("4\n", tool("codepage app 'UID=me'").out);
+  EXPECT_EQ("4\n", run("codepage app 'UID=me'").out);
   write(".odbc.ini", "[Sales]\nAppCodePage=6\n[ODBC]\nx=1\n");
-  EXPECT_EQ("38\n", tool("codepage app 'UID=me'").out);
-  EXPECT_EQ("17\ndsn Sales\n", tool("codepage app 'DSN=Sales'").out);
+  EXPECT_EQ("38\n", run("codepage app 'UID=me'").out);
+  EXPECT_EQ("17\ndsn Sales\n", run("codepage app 'DSN=Sales'").out);
 }
 
 // Half a megabyte of mixed ASCII and two-byte text through fixed read
@@ -115,11 +85,11 @@ TEST_F(CodePageTool, StreamsLongInputLikeIconv) {
   ASSERT_NE(size_t(-1), iconv(cd, &in, &inLeft, &out, &outLeft));
   iconv_close(cd);
   expected.resize(expected.size() - outLeft);
-  ToolRun toSjis = tool("convert --from 106 --to Shift_JIS", utf8);
+  ToolRun toSjis = run("convert --from 106 --to Shift_JIS", utf8);
   EXPECT_EQ(0, toSjis.status);
   EXPECT_TRUE(toSjis.out == expected) << "seed 12: sizes " << toSjis.out.size() << "/" << expected.size();
-  ToolRun back = tool("convert --from 2024 --to utf-16le", expected);
-  ToolRun again = tool("convert --from utf-16le --to 106", back.out);
+  ToolRun back = run("convert --from 2024 --to utf-16le", expected);
+  ToolRun again = run("convert --from utf-16le --to 106", back.out);
   EXPECT_TRUE(again.out == utf8) << "seed 12";
 }
 

@@ -4,41 +4,27 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
+
+#include "tool_scratch.h"
 
 namespace {
 
-std::string slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-class SortTool : public ::testing::Test {
+// vxtool sort with its temporary files in the scratch directory's "tmp".
+class SortTool : public vxtest::ToolScratch {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/vx_sort_tool_XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(pattern));
-    dir = pattern;
-    ASSERT_EQ(0, system(("mkdir " + dir + "/tmp").c_str()));
+    ToolScratch::SetUp();
+    ASSERT_EQ(0, system(("mkdir '" + dir + "/tmp'").c_str()));
   }
-  void TearDown() override { EXPECT_EQ(0, system(("rm -rf '" + dir + "'").c_str())); }
-  // Runs "prefix vxtool sort args < in" and returns its exit status; out
-  // and err receive its standard output and error.
+  // The exit status; out and err receive the standard output and error.
   int sort(const std::string& args, const std::string& input, const std::string& prefix = "") {
-    std::ofstream(dir + "/in", std::ios::binary) << input;
-    std::string command = "cd " + dir + " && " + prefix + " VX_TMPDIR=" + dir + "/tmp " VX_TOOL " sort " + args +
-                          " < in > out 2> err";
-    int status = system(("sh -c '" + command + "'").c_str());
-    out = slurp(dir + "/out");
-    err = slurp(dir + "/err");
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    vxtest::ToolRun run = tool("sort " + args, input, prefix + " VX_TMPDIR='" + dir + "/tmp'");
+    out = run.out, err = run.err;
+    return run.status;
   }
-  std::string dir, out, err;
+  std::string out, err;
 };
 
 // Records of 16 bytes (an 8-letter key, a number, a line feed) sorted by

@@ -5,43 +5,27 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
+
+#include "tool_scratch.h"
 
 namespace {
 
-class VxtoolXml : public ::testing::Test {
+class VxtoolXml : public vxtest::ToolScratch {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/vx_tool_xml_XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(pattern));
-    dir = pattern;
-  }
-  void TearDown() override { EXPECT_EQ(0, system(("rm -rf '" + dir + "'").c_str())); }
-
-  // Writes the CSV, runs "vxtool xml ARGS $D/t.csv" and returns the exit
-  // status; standard output and error go to $D/out and $D/err.
+  // Writes the CSV as t.csv, runs "vxtool xml ARGS t.csv" and returns the
+  // exit status; standard output and error stay in "out" and "err".
   int run(const std::string& csv, const std::string& args) {
-    std::ofstream(dir + "/t.csv") << csv;
-    std::string command = std::string(VX_TOOL) + " xml " + args + " " + dir + "/t.csv >" + dir +
-                          "/out 2>" + dir + "/err";
-    int status = system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    write("t.csv", csv);
+    return tool("xml " + args + " t.csv").status;
   }
-  std::string read(const std::string& name) {
-    std::ifstream in(dir + "/" + name);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-  }
-  // Files of the directory other than the CSV and the captured streams.
+  // Files of the directory other than the CSV and the streams.
   std::string documents() {
     std::string names;
     DIR* d = opendir(dir.c_str());
     for (dirent* e; (e = readdir(d)) != nullptr;) {
       std::string name = e->d_name;
-      if (name != "." && name != ".." && name != "t.csv" && name != "out" && name != "err")
+      if (name != "." && name != ".." && name != "t.csv" && name != "in" && name != "out" && name != "err")
         names += name + " ";
     }
     closedir(d);
@@ -50,8 +34,6 @@ class VxtoolXml : public ::testing::Test {
   bool lint(const std::string& name) {
     return system(("xmllint --noout " + dir + "/" + name + " 2>/dev/null").c_str()) == 0;
   }
-
-  std::string dir;
 };
 
 const char kHeader[] = "ID INTEGER,NAME VARCHAR(5) NULL,AMOUNT DECIMAL(6,2),QTY TINYINT UNSIGNED\n";
