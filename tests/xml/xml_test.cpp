@@ -301,7 +301,8 @@ TEST_F(XmlWriterTest, InlineDocumentHasTheFixedShape) {
       slurp(path("t.xml")));
 }
 
-// The declaration of each SQL type, as it appears in a schema file.
+// The declaration of each SQL type, as it appears in a schema file; the
+// column names probe the edges of the ASCII letters ("`" and "[" are none).
 TEST_F(XmlWriterTest, EachSqlTypeIsDeclaredAsTheTableSays) {
   struct { XML_PERSIST_COL_DESC column; const char* declaration; } rows[] = {
       {{"A", SQL_INTEGER, 10, 0, SQL_NULLABLE, 0, SQL_C_SLONG}, "\"A\" minOccurs=\"0\" type=\"int\"/>"},
@@ -317,11 +318,11 @@ TEST_F(XmlWriterTest, EachSqlTypeIsDeclaredAsTheTableSays) {
        "            <length value=\"8\"/>"},
       {{"F", SQL_VARBINARY, 9, 0, SQL_NO_NULLS, 0, SQL_C_BINARY}, "<maxLength value=\"9\"/>"},
       {{"G", SQL_LONGVARBINARY, 0, 0, SQL_NO_NULLS, 0, SQL_C_BINARY}, "hex\"/>\n        </simpleType>"},
-      {{"H", SQL_WLONGVARCHAR, 0, 0, SQL_NO_NULLS, 0, SQL_C_WCHAR}, "\"H\" minOccurs=\"1\" type=\"string\"/>"},
-      {{"I", SQL_TINYINT, 3, 0, SQL_NO_NULLS, 1, SQL_C_UTINYINT}, "\"I\" minOccurs=\"1\" type=\"unsignedByte\"/>"},
-      {{"J", SQL_SMALLINT, 5, 0, SQL_NO_NULLS, 0, SQL_C_SSHORT}, "\"J\" minOccurs=\"1\" type=\"short\"/>"},
-      {{"K", SQL_BIGINT, 19, 0, SQL_NO_NULLS, 0, SQL_C_SBIGINT}, "\"K\" minOccurs=\"1\" type=\"long\"/>"},
-      {{"L", SQL_REAL, 7, 0, SQL_NO_NULLS, 0, SQL_C_FLOAT}, "\"L\" minOccurs=\"1\" type=\"float\"/>"},
+      {{"z", SQL_WLONGVARCHAR, 0, 0, SQL_NO_NULLS, 0, SQL_C_WCHAR}, "\"z\" minOccurs=\"1\" type=\"string\"/>"},
+      {{"Z", SQL_TINYINT, 3, 0, SQL_NO_NULLS, 1, SQL_C_UTINYINT}, "\"Z\" minOccurs=\"1\" type=\"unsignedByte\"/>"},
+      {{"a", SQL_SMALLINT, 5, 0, SQL_NO_NULLS, 0, SQL_C_SSHORT}, "\"a\" minOccurs=\"1\" type=\"short\"/>"},
+      {{"`K", SQL_BIGINT, 19, 0, SQL_NO_NULLS, 0, SQL_C_SBIGINT}, "\"__K\" minOccurs=\"1\" type=\"long\"/>"},
+      {{"[L", SQL_REAL, 7, 0, SQL_NO_NULLS, 0, SQL_C_FLOAT}, "\"__L\" minOccurs=\"1\" type=\"float\"/>"},
       {{"M", SQL_FLOAT, 15, 0, SQL_NO_NULLS, 0, SQL_C_DOUBLE}, "\"M\" minOccurs=\"1\" type=\"double\"/>"},
       {{"N", SQL_BIT, 1, 0, SQL_NO_NULLS, 0, SQL_C_BIT}, "\"N\" minOccurs=\"1\" type=\"boolean\"/>"},
       {{"O", SQL_TYPE_TIME, 8, 0, SQL_NO_NULLS, 0, SQL_C_TYPE_TIME}, "\"O\" minOccurs=\"1\" type=\"time\"/>"},
