@@ -127,6 +127,18 @@ TEST(VxParser, ChangeGoalParsesAFragment) {
   delete root;
 }
 
+// Quote characters set on the parser reach its lexer: "#" opens a literal
+// only once it is one.
+TEST(VxParser, LiteralQuoteCharactersAreTheParsersOwn) {
+  VxParser parser(makeBlob(numbered({"goal ::= literal-quote-char literal-contents literal-quote-char"})).data(), "");
+  VxReduction* root = nullptr;
+  EXPECT_EQ(1u, parser.parse("#x#", root));
+  parser.setLiteralQuoteChars('#', 0, 0);
+  ASSERT_EQ(0u, parser.parse("#x#", root));
+  EXPECT_EQ("1000[40:# 41:x 40:#]", treeText(root));
+  delete root;
+}
+
 // The rule stack lives on the heap: a statement may nest kMaxDepth rule
 // levels, one more stops the parse without FailProc.
 TEST(VxParser, NestingStopsOneLevelPastTheLimit) {
