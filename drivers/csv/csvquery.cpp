@@ -1,0 +1,460 @@
+// Parsing and running the driver's SELECT statements.
+#include "drivers/csv/csvquery.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <set>
+
+#include "foundation/vxstr.h"
+#include "parser/vxparse.h"
+
+namespace {
+
+// The accepted SQL in the grammar compiler's notation (rule number, blanks,
+// rule text), and its keywords (token number, blanks, word). Where an
+// alternative is a prefix of another, the longer comes first.
+const char kGrammar[] =
+    "1000 goal ::= statement [ ; ]\n"
+    "1001 statement ::= SELECT select-list FROM name [ WHERE expr ] [ order-by ]\n"
+    "1002 select-list ::= * | name { , name }*\n"
+    "1003 order-by ::= ORDER BY order-item { , order-item }*\n"
+    "1004 order-item ::= name [ ASC | DESC ]\n"
+    "1005 expr ::= and-expr { OR and-expr }*\n"
+    "1006 and-expr ::= not-expr { AND not-expr }*\n"
+    "1007 not-expr ::= NOT not-expr | predicate\n"
+    "1008 predicate ::= operand [ predicate-tail ]\n"
+    "1009 predicate-tail ::= comparison operand | NOT LIKE operand | LIKE operand | IS NOT NULL | IS NULL\n"
+    "1010 comparison ::= = | < [ > | = ] | > [ = ] | ! =\n"
+    "1011 operand ::= number [ . [ number ] ] | string | name | ( expr ) | - operand | NULL\n"
+    "1012 string ::= ' [ literal-contents ] '\n"
+    "1013 name ::= alphanum | \" literal-contents \"\n";
+
+const char kKeywords[] =
+    "100 SELECT\n103 FROM\n104 WHERE\n106 BY\n108 ORDER\n109 ASC\n110 DESC\n"
+    "119 AND\n120 OR\n121 NOT\n122 NULL\n123 IS\n126 LIKE\n";
+
+// Rule numbers of kGrammar, and the token kinds the compiler looks at.
+enum Rule : int16_t {
+  kStatement = 1001, kSelectList, kOrderBy, kOrderItem, kExpr, kAndExpr, kNotExpr, kPredicate,
+  kPredicateTail, kComparison, kOperand, kString, kName
+};
+enum Token : int16_t {
+  kEndOfText = 1, kWord = 2, kNumber = 5, kMinus = 20, kOpenParen = 18, kDoubleQuote = 32, kApostrophe = 33, kQuote = 40, kContents = 41,
+  kDesc = 110, kNotWord = 121, kNullWord = 122, kLikeWord = 126
+};
+
+// Converts "NUMBER BLANKS TEXT" lines into the parser's blob layout: text,
+// NUL, 16-bit number, ..., and a final NUL. Also keeps number -> text.
+std::string toBlob(const char* lines, std::map<int, std::string>* names) {
+  std::string blob;
+  const char* at = lines;
+  while (*at) {
+    const char* end = strchr(at, '\n');
+    char* text = nullptr;
+    int16_t number = int16_t(strtol(at, &text, 10));
+    while (*text == ' ') ++text;
+    std::string entry(static_cast<const char*>(text), end);
+    blob += entry;
+    blob.push_back('\0');
+    blob.append(reinterpret_cast<const char*>(&number), 2);
+    if (names) (*names)[number] = entry;
+    at = end + 1;
+  }
+  blob.push_back('\0');
+  return blob;
+}
+
+// A token kind in words, for the syntax error's list of what was expected.
+std::string describeKind(int16_t kind, const char* text, const std::map<int, std::string>& keywords) {
+  static const char kPunctuation[] = "~`!@#$%^&*()-_+=|\\{[}]:;\"'<,>.?/";
+  if (kind == kEndOfText) return "end of statement";
+  if (kind == kWord) return text ? text : "identifier";
+  if (kind == kNumber) return "number";
+  if (kind == kQuote || kind == kApostrophe) return "string";
+  if (kind == kDoubleQuote) return "quoted name";
+  if (kind == kContents) return "literal";
+  if (kind >= 8 && kind <= 39) return std::string(1, kPunctuation[kind - 8]);
+  auto it = keywords.find(kind);
+  return it != keywords.end() ? it->second : "token " + std::to_string(kind);
+}
+
+std::string terminalText(const VxReduction* node) { return node->getString() ? node->getString() : ""; }
+
+// The text of a name node: the word, or the inside of a quoted name.
+std::string nameText(const VxReduction* name) {
+  for (const VxReduction* c = name->getChild(); c; c = c->getNextSibling())
+    if (c->reductNumber() == kWord || c->reductNumber() == kContents) return terminalText(c);
+  return std::string();
+}
+
+// The inside of a string literal, its doubled quotes made single.
+std::string stringText(const VxReduction* literal) {
+  std::string out;
+  for (const VxReduction* c = literal->getChild(); c; c = c->getNextSibling()) {
+    if (c->reductNumber() != kContents) continue;
+    std::string raw = terminalText(c);
+    for (size_t i = 0; i < raw.size(); ++i) {
+      out += raw[i];
+      if (raw[i] == '\'' && i + 1 < raw.size() && raw[i + 1] == '\'') ++i;
+    }
+  }
+  return out;
+}
+
+std::unique_ptr<CsvExpr> makeNode(CsvExpr::Op op, std::unique_ptr<CsvExpr> left,
+                                  std::unique_ptr<CsvExpr> right = nullptr) {
+  auto node = std::make_unique<CsvExpr>();
+  node->op = op;
+  node->left = std::move(left);
+  node->right = std::move(right);
+  return node;
+}
+
+std::unique_ptr<CsvExpr> compileExpr(const VxReduction* node);
+
+std::unique_ptr<CsvExpr> compileOperand(const VxReduction* operand) {
+  const VxReduction* first = operand->getChild();
+  auto node = std::make_unique<CsvExpr>();
+  switch (first->reductNumber()) {
+    case kNumber: {
+      std::string text;
+      for (const VxReduction* c = first; c; c = c->getNextSibling()) text += terminalText(c);
+      bool isInteger = text.find('.') == std::string::npos;
+      if (!csvConvertText(text, isInteger ? CsvValue::kInteger : CsvValue::kReal, node->value))
+        csvConvertText(text, CsvValue::kReal, node->value);  // an integer too long for 64 bits
+      return node;
+    }
+    case kString:
+      node->value.kind = CsvValue::kText;
+      node->value.text = stringText(first);
+      return node;
+    case kName:
+      node->op = CsvExpr::kColumn;
+      node->name = nameText(first);
+      return node;
+    case kOpenParen: return compileExpr(first->getNextSibling());
+    case kMinus: return makeNode(CsvExpr::kNegate, compileOperand(first->getNextSibling()));
+    default: return node;  // NULL: a literal of kind kNull
+  }
+}
+
+CsvExpr::Cmp comparisonOf(const VxReduction* comparison) {
+  std::string op;
+  for (const VxReduction* c = comparison->getChild(); c; c = c->getNextSibling()) op += terminalText(c);
+  if (op == "=") return CsvExpr::kEq;
+  if (op == "<") return CsvExpr::kLt;
+  if (op == "<=") return CsvExpr::kLe;
+  if (op == ">") return CsvExpr::kGt;
+  if (op == ">=") return CsvExpr::kGe;
+  return CsvExpr::kNe;  // <> and !=
+}
+
+// Compiles an expr, and-expr, not-expr or predicate node. Operators of one
+// level associate to the left.
+std::unique_ptr<CsvExpr> compileExpr(const VxReduction* node) {
+  const VxReduction* first = node->getChild();
+  switch (node->reductNumber()) {
+    case kExpr:
+    case kAndExpr: {
+      CsvExpr::Op op = node->reductNumber() == kExpr ? CsvExpr::kOr : CsvExpr::kAnd;
+      std::unique_ptr<CsvExpr> result = compileExpr(first);
+      for (const VxReduction* c = first->getNextSibling(); c; c = c->getNextSibling())
+        if (!c->terminal()) result = makeNode(op, std::move(result), compileExpr(c));
+      return result;
+    }
+    case kNotExpr:
+      if (first->reductNumber() == kNotWord) return makeNode(CsvExpr::kNot, compileExpr(first->getNextSibling()));
+      return compileExpr(first);
+    default: break;  // a predicate
+  }
+  std::unique_ptr<CsvExpr> left = compileOperand(first);
+  const VxReduction* tail = first->getNextSibling();
+  if (!tail) return left;
+  const VxReduction* head = tail->getChild();
+  if (head->reductNumber() == kComparison) {
+    auto node = makeNode(CsvExpr::kCompare, std::move(left), compileOperand(head->getNextSibling()));
+    node->cmp = comparisonOf(head);
+    return node;
+  }
+  bool negated = false;
+  const VxReduction* last = head;
+  for (const VxReduction* c = head; c; c = c->getNextSibling()) {
+    negated = negated || c->reductNumber() == kNotWord;
+    last = c;
+  }
+  bool like = false;
+  for (const VxReduction* c = head; c; c = c->getNextSibling()) like = like || c->reductNumber() == kLikeWord;
+  auto result = like ? makeNode(CsvExpr::kLike, std::move(left), compileOperand(last))
+                     : makeNode(CsvExpr::kIsNull, std::move(left));
+  result->negated = negated;
+  return result;
+}
+
+void compileStatement(const VxReduction* statement, CsvQuery& query) {
+  for (const VxReduction* c = statement->getChild(); c; c = c->getNextSibling()) {
+    switch (c->reductNumber()) {
+      case kSelectList:
+        for (const VxReduction* item = c->getChild(); item; item = item->getNextSibling())
+          if (item->reductNumber() == kName) query.columns.push_back(nameText(item));
+        break;
+      case kName: query.table = nameText(c); break;
+      case kExpr: query.where = compileExpr(c); break;
+      case kOrderBy:
+        for (const VxReduction* item = c->getChild(); item; item = item->getNextSibling()) {
+          if (item->reductNumber() != kOrderItem) continue;
+          const VxReduction* direction = item->getChild()->getNextSibling();
+          query.orderBy.emplace_back(nameText(item->getChild()), direction && direction->reductNumber() == kDesc);
+        }
+        break;
+      default: break;
+    }
+  }
+}
+
+// ---- Running ----
+
+enum Truth { kFalse, kTrue, kUnknown };
+
+// Evaluation of a condition over one row; the first type error is filed
+// and sets failed, after which results no longer matter.
+class Evaluator {
+ public:
+  bool failed = false;
+
+  CsvValue value(const CsvExpr& e, const std::vector<CsvValue>& row) {
+    switch (e.op) {
+      case CsvExpr::kLiteral: return e.value;
+      case CsvExpr::kColumn: return row[size_t(e.column)];
+      case CsvExpr::kNegate: {
+        CsvValue v = value(*e.left, row);
+        if (v.kind == CsvValue::kInteger) v.integer = -v.integer;
+        else if (v.kind == CsvValue::kReal) v.real = -v.real;
+        else if (v.kind == CsvValue::kText) typeError(v, CsvValue::ofInteger(0));
+        return v;
+      }
+      default: {
+        Truth t = truth(e, row);
+        return t == kUnknown ? CsvValue() : CsvValue::ofInteger(t == kTrue);
+      }
+    }
+  }
+
+  Truth truth(const CsvExpr& e, const std::vector<CsvValue>& row) {
+    switch (e.op) {
+      case CsvExpr::kNot: {
+        Truth t = truth(*e.left, row);
+        return t == kUnknown ? kUnknown : (t == kTrue ? kFalse : kTrue);
+      }
+      case CsvExpr::kAnd: {
+        Truth a = truth(*e.left, row), b = truth(*e.right, row);
+        if (a == kFalse || b == kFalse) return kFalse;
+        return a == kTrue && b == kTrue ? kTrue : kUnknown;
+      }
+      case CsvExpr::kOr: {
+        Truth a = truth(*e.left, row), b = truth(*e.right, row);
+        if (a == kTrue || b == kTrue) return kTrue;
+        return a == kFalse && b == kFalse ? kFalse : kUnknown;
+      }
+      case CsvExpr::kIsNull: return (value(*e.left, row).isNull() != e.negated) ? kTrue : kFalse;
+      case CsvExpr::kLike: {
+        CsvValue text = value(*e.left, row), pattern = value(*e.right, row);
+        if (text.isNull() || pattern.isNull()) return kUnknown;
+        std::string t = text.toText(), p = pattern.toText();
+        bool match = strLike(t.data(), t.size(), p.data(), p.size(), '%', '_', '\0', 1, 1, VX_CP_UTF8);
+        return match != e.negated ? kTrue : kFalse;
+      }
+      case CsvExpr::kCompare: {
+        CsvValue a = value(*e.left, row), b = value(*e.right, row);
+        if (a.isNull() || b.isNull()) return kUnknown;
+        int order = 0;
+        if (!compare(a, b, order)) return kUnknown;
+        return holds(e.cmp, order) ? kTrue : kFalse;
+      }
+      default: {
+        CsvValue v = value(e, row);
+        if (v.isNull()) return kUnknown;
+        if (v.kind == CsvValue::kText) {
+          typeError(v, CsvValue::ofInteger(1));
+          return kUnknown;
+        }
+        return v.asReal() != 0 ? kTrue : kFalse;
+      }
+    }
+  }
+
+ private:
+  static bool holds(CsvExpr::Cmp cmp, int order) {
+    switch (cmp) {
+      case CsvExpr::kEq: return order == 0;
+      case CsvExpr::kNe: return order != 0;
+      case CsvExpr::kLt: return order < 0;
+      case CsvExpr::kLe: return order <= 0;
+      case CsvExpr::kGt: return order > 0;
+      case CsvExpr::kGe: return order >= 0;
+    }
+    return false;
+  }
+
+  // Orders two non-NULL values: numbers by value, texts by their bytes; a
+  // text against a number as a number when it reads as one.
+  bool compare(const CsvValue& a, const CsvValue& b, int& order) {
+    if (a.kind == CsvValue::kText && b.kind == CsvValue::kText) {
+      int c = a.text.compare(b.text);
+      order = (c > 0) - (c < 0);
+      return true;
+    }
+    CsvValue x = a, y = b;
+    if ((x.kind == CsvValue::kText && !csvConvertText(x.text, CsvValue::kReal, x)) ||
+        (y.kind == CsvValue::kText && !csvConvertText(y.text, CsvValue::kReal, y))) {
+      typeError(a, b);
+      return false;
+    }
+    if (x.kind == CsvValue::kInteger && y.kind == CsvValue::kInteger) {
+      order = (x.integer > y.integer) - (x.integer < y.integer);
+    } else {
+      order = (x.asReal() > y.asReal()) - (x.asReal() < y.asReal());
+    }
+    return true;
+  }
+
+  void typeError(const CsvValue& a, const CsvValue& b) {
+    if (failed) return;
+    failed = true;
+    csvError(kErrCsvTypeMismatch, "22018") << a.toText().c_str() << b.toText().c_str();
+  }
+};
+
+bool resolveColumns(CsvExpr* e, const CsvTable& table) {
+  if (!e) return true;
+  if (e->op == CsvExpr::kColumn) {
+    e->column = table.findColumn(e->name);
+    if (e->column < 0) {
+      csvError(kErrCsvColumnNotFound, "42S22") << e->name.c_str();
+      return false;
+    }
+  }
+  return resolveColumns(e->left.get(), table) && resolveColumns(e->right.get(), table);
+}
+
+bool findColumnOrFail(const CsvTable& table, const std::string& name, size_t& at) {
+  int found = table.findColumn(name);
+  if (found < 0) csvError(kErrCsvColumnNotFound, "42S22") << name.c_str();
+  at = size_t(found);
+  return found >= 0;
+}
+
+// Orders two values of one column; NULL comes first.
+int orderOf(const CsvValue& a, const CsvValue& b) {
+  if (a.isNull()) return b.isNull() ? 0 : -1;
+  if (b.isNull()) return 1;
+  if (a.kind == CsvValue::kText) {
+    int c = a.text.compare(b.text);
+    return (c > 0) - (c < 0);
+  }
+  if (a.kind == CsvValue::kInteger) return (a.integer > b.integer) - (a.integer < b.integer);
+  return (a.real > b.real) - (a.real < b.real);
+}
+
+}  // namespace
+
+class CsvStatementParser::Impl : public VxParser {
+ public:
+  Impl() {
+    std::string grammar = toBlob(kGrammar, nullptr);
+    std::string keywords = toBlob(kKeywords, &keywordNames_);
+    init(grammar.data(), keywords.data(), VX_CP_UTF8);
+    setValidMiddleChars("_");
+  }
+
+  int FailProc(int16_t kind, const char* text, int16_t, const char*, VxStateTransition* transitions) override {
+    failKind_ = kind;
+    failText_ = text ? text : "";
+    expected_ = transitions;
+    return 0;  // go on to the innermost rule, whose choices are the closest
+  }
+
+  // Files the syntax error of the last failed parse.
+  void reportFailure() {
+    if (lastFailure() != kSyntaxError) {
+      csvError(kErrCsvSyntax, "42000") << "the statement"
+                                       << (lastFailure() == kTooDeep ? "fewer nested parentheses" : "valid SQL");
+      return;
+    }
+    std::string at = failKind_ == kEndOfText ? "end of statement" : "\"" + failText_ + "\"";
+    std::set<std::string> seen;
+    std::string expected;
+    for (VxStateTransition* t = expected_; t; t = t->getNextTransition()) {
+      std::string what = describeKind(t->getTokenType(), t->getTokenStringPtr(), keywordNames_);
+      if (!seen.insert(what).second) continue;
+      if (!expected.empty()) expected += ", ";
+      expected += what;
+    }
+    csvError(kErrCsvSyntax, "42000") << at.c_str() << (expected.empty() ? "nothing more" : expected.c_str());
+  }
+
+ private:
+  std::map<int, std::string> keywordNames_;
+  int16_t failKind_ = 0;
+  std::string failText_;
+  VxStateTransition* expected_ = nullptr;
+};
+
+CsvStatementParser::CsvStatementParser() : impl_(std::make_unique<Impl>()) {}
+CsvStatementParser::~CsvStatementParser() = default;
+
+bool CsvStatementParser::parse(const char* text, CsvQuery& query) {
+  query = CsvQuery();
+  VxReduction* root = nullptr;
+  if (impl_->parse(text, root, VX_CP_UTF8) != 0) {
+    impl_->reportFailure();
+    return false;
+  }
+  std::unique_ptr<VxReduction> tree(root);
+  compileStatement(root->getChild(), query);
+  return true;
+}
+
+bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& result) {
+  result = CsvResult();
+  CsvTable table;
+  if (!csvLoadTable(directory, query.table, table) || !resolveColumns(query.where.get(), table)) return false;
+  std::vector<size_t> projection;
+  for (const std::string& name : query.columns) {
+    size_t at = 0;
+    if (!findColumnOrFail(table, name, at)) return false;
+    projection.push_back(at);
+  }
+  if (query.columns.empty())
+    for (size_t i = 0; i < table.columns.size(); ++i) projection.push_back(i);
+  std::vector<std::pair<size_t, bool>> keys;
+  for (const auto& item : query.orderBy) {
+    size_t at = 0;
+    if (!findColumnOrFail(table, item.first, at)) return false;
+    keys.emplace_back(at, item.second);
+  }
+
+  Evaluator evaluator;
+  std::vector<std::vector<CsvValue>> selected;
+  for (auto& row : table.rows) {
+    if (query.where && evaluator.truth(*query.where, row) != kTrue) continue;
+    if (evaluator.failed) return false;
+    selected.push_back(std::move(row));
+  }
+  if (evaluator.failed) return false;
+  std::stable_sort(selected.begin(), selected.end(), [&keys](const auto& a, const auto& b) {
+    for (const auto& key : keys) {
+      int order = orderOf(a[key.first], b[key.first]);
+      if (order != 0) return key.second ? order > 0 : order < 0;
+    }
+    return false;
+  });
+  for (size_t at : projection) result.columns.push_back(table.columns[at]);
+  for (const auto& row : selected) {
+    std::vector<CsvValue> out;
+    out.reserve(projection.size());
+    for (size_t at : projection) out.push_back(row[at]);
+    result.rows.push_back(std::move(out));
+  }
+  return true;
+}

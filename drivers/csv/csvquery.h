@@ -1,0 +1,75 @@
+// Statements of the CSV driver: parsing with the library's parser and a
+// grammar of the accepted SQL, and running a query over a table.
+//
+// Accepted: SELECT * | column, ... FROM table [WHERE condition]
+// [ORDER BY column [ASC|DESC], ...]. A condition combines comparisons
+// (= <> != < <= > >=), LIKE and NOT LIKE (% and _ wildcards, matched by
+// the library's strLike, case-sensitive), IS [NOT] NULL, AND, OR, NOT and
+// parentheses, over columns, numbers, 'strings' and NULL. Comparisons
+// follow SQL's three-valued logic: with a NULL operand a row is not
+// selected. A number compared with a text compares as a number when the
+// text reads as one, and is a type error otherwise.
+//
+// Failure: every function files its errors in the calling thread's current
+// list (syntax error naming the token and what was expected, unknown
+// table or column, type error) and returns false.
+//
+// Thread-safety: a CsvStatementParser is used by one thread at a time;
+// distinct parsers and queries are independent.
+#ifndef VX_DRIVERS_CSV_CSVQUERY_H_
+#define VX_DRIVERS_CSV_CSVQUERY_H_
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "drivers/csv/csvtable.h"
+
+// A node of a WHERE condition.
+struct CsvExpr {
+  enum Op { kLiteral, kColumn, kNegate, kNot, kAnd, kOr, kCompare, kLike, kIsNull };
+  // Comparison operators of kCompare.
+  enum Cmp { kEq, kNe, kLt, kLe, kGt, kGe };
+  Op op = kLiteral;
+  Cmp cmp = kEq;
+  bool negated = false;   // NOT LIKE, IS NOT NULL
+  CsvValue value;         // kLiteral
+  std::string name;       // kColumn, until resolved
+  int column = -1;        // kColumn, once resolved
+  std::unique_ptr<CsvExpr> left, right;
+};
+
+// A parsed SELECT.
+struct CsvQuery {
+  std::string table;
+  std::vector<std::string> columns;  // empty for *
+  std::unique_ptr<CsvExpr> where;    // null when there is no WHERE
+  std::vector<std::pair<std::string, bool>> orderBy;  // column, descending
+};
+
+// A query's result: its columns and rows, in order.
+struct CsvResult {
+  std::vector<CsvColumn> columns;
+  std::vector<std::vector<CsvValue>> rows;
+};
+
+class CsvStatementParser {
+ public:
+  CsvStatementParser();
+  ~CsvStatementParser();
+  CsvStatementParser(const CsvStatementParser&) = delete;
+  CsvStatementParser& operator=(const CsvStatementParser&) = delete;
+
+  // Parses text into query.
+  bool parse(const char* text, CsvQuery& query);
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+// Runs query over the table files of directory.
+bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& result);
+
+#endif  // VX_DRIVERS_CSV_CSVQUERY_H_
