@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -535,6 +536,37 @@ VXCSV_ENTRY SQLGetData(SQLHSTMT handle, SQLUSMALLINT number, SQLSMALLINT type, S
   SQLRETURN rc = deliver(stmt->result.rows[stmt->next - 1][number - 1], stmt->result.columns[number - 1], type,
                          target, length, indicator, &stmt->readOffsets[number - 1]);
   return rc == SQL_SUCCESS ? scope.status() : rc;
+}
+
+// An argument of a catalog call: null when absent (every name matches).
+std::unique_ptr<std::string> patternArgument(SQLCHAR* text, SQLSMALLINT length) {
+  if (!text) return nullptr;
+  return std::make_unique<std::string>(inputText(text, length));
+}
+
+VXCSV_ENTRY SQLTables(SQLHSTMT handle, SQLCHAR*, SQLSMALLINT, SQLCHAR*, SQLSMALLINT, SQLCHAR* table,
+                      SQLSMALLINT tableLength, SQLCHAR*, SQLSMALLINT) {
+  Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
+  if (!stmt) return SQL_INVALID_HANDLE;
+  CallScope scope(*stmt);
+  closeCursor(*stmt);
+  auto pattern = patternArgument(table, tableLength);
+  if (!csvCatalogTables(stmt->dbc->directory, pattern.get(), stmt->result)) return scope.fail();
+  stmt->open = true;
+  return scope.status();
+}
+
+VXCSV_ENTRY SQLColumns(SQLHSTMT handle, SQLCHAR*, SQLSMALLINT, SQLCHAR*, SQLSMALLINT, SQLCHAR* table,
+                       SQLSMALLINT tableLength, SQLCHAR* column, SQLSMALLINT columnLength) {
+  Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
+  if (!stmt) return SQL_INVALID_HANDLE;
+  CallScope scope(*stmt);
+  closeCursor(*stmt);
+  auto tables = patternArgument(table, tableLength);
+  auto columns = patternArgument(column, columnLength);
+  if (!csvCatalogColumns(stmt->dbc->directory, tables.get(), columns.get(), stmt->result)) return scope.fail();
+  stmt->open = true;
+  return scope.status();
 }
 
 VXCSV_ENTRY SQLMoreResults(SQLHSTMT handle) {

@@ -72,4 +72,11 @@ class CsvStatementParser {
 // Runs query over the table files of directory.
 bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& result);
 
+// The catalog: the directory's tables, and their columns, whose names
+// match the patterns (% and _ as in LIKE, case-insensitive; null matches
+// all). A table that does not read stops SQLColumns with its error.
+bool csvCatalogTables(const std::string& directory, const std::string* pattern, CsvResult& result);
+bool csvCatalogColumns(const std::string& directory, const std::string* tablePattern,
+                       const std::string* columnPattern, CsvResult& result);
+
 #endif  // VX_DRIVERS_CSV_CSVQUERY_H_

@@ -9,6 +9,7 @@ trap 'rm -rf "$work"' EXIT
 export ODBCSYSINI=$work/odbc ODBCINSTINI=odbcinst.ini ODBCINI=$work/odbc/odbc.ini
 {
   isql -b -v csvdemo < "$here/session.sql" 2>&1 || true
+  printf 'help\nhelp sales\n' | isql -b -v -c -d'|' csvdemo 2>&1 || true
   printf 'SELECT * FROM unclosed\nSELECT * FROM badint\n' |
     isql -b -v -k "DRIVER=VXCSV;DIRECTORY=$here/bad" 2>&1 || true
 } | sed "s|$here/bad|BAD|g" > "$work/actual"
