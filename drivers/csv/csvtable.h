@@ -71,6 +71,9 @@ VxError& csvError(uint16_t number, const char* sqlstate);
 // Reads directory/NAME.csv (NAME as given, else in lower case) into table.
 bool csvLoadTable(const std::string& directory, const std::string& name, CsvTable& table);
 
+// Reads the whole text of a table file; path names it in messages.
+bool csvParseTable(std::string text, const std::string& path, CsvTable& table);
+
 // Converts text into a value of kind; false when it does not fit.
 bool csvConvertText(const std::string& text, CsvValue::Kind kind, CsvValue& out);
 
