@@ -16,7 +16,7 @@ namespace {
 // alternative is a prefix of another, the longer comes first.
 const char kGrammar[] =
     "1000 goal ::= statement [ ; ]\n"
-    "1001 statement ::= SELECT select-list FROM name [ WHERE expr ] [ order-by ]\n"
+    "1001 statement ::= SELECT [ DISTINCT ] select-list FROM name [ WHERE expr ] [ order-by ] [ limit ]\n"
     "1002 select-list ::= * | name { , name }*\n"
     "1003 order-by ::= ORDER BY order-item { , order-item }*\n"
     "1004 order-item ::= name [ ASC | DESC ]\n"
@@ -24,24 +24,27 @@ const char kGrammar[] =
     "1006 and-expr ::= not-expr { AND not-expr }*\n"
     "1007 not-expr ::= NOT not-expr | predicate\n"
     "1008 predicate ::= operand [ predicate-tail ]\n"
-    "1009 predicate-tail ::= comparison operand | NOT LIKE operand | LIKE operand | IS NOT NULL | IS NULL\n"
+    "1009 predicate-tail ::= comparison operand | [ NOT ] LIKE operand | [ NOT ] BETWEEN operand AND operand"
+    " | [ NOT ] IN ( operand { , operand }* ) | IS NOT NULL | IS NULL\n"
     "1010 comparison ::= = | < [ > | = ] | > [ = ] | ! =\n"
     "1011 operand ::= number [ . [ number ] ] | string | name | ( expr ) | - operand | NULL\n"
     "1012 string ::= ' [ literal-contents ] '\n"
-    "1013 name ::= alphanum | \" literal-contents \"\n";
+    "1013 name ::= alphanum | \" literal-contents \"\n"
+    "1014 limit ::= LIMIT number\n";
 
 const char kKeywords[] =
-    "100 SELECT\n103 FROM\n104 WHERE\n106 BY\n108 ORDER\n109 ASC\n110 DESC\n"
-    "119 AND\n120 OR\n121 NOT\n122 NULL\n123 IS\n126 LIKE\n";
+    "100 SELECT\n101 DISTINCT\n103 FROM\n104 WHERE\n106 BY\n108 ORDER\n109 ASC\n110 DESC\n"
+    "119 AND\n120 OR\n121 NOT\n122 NULL\n123 IS\n124 IN\n125 BETWEEN\n126 LIKE\n160 LIMIT\n";
 
 // Rule numbers of kGrammar, and the token kinds the compiler looks at.
 enum Rule : int16_t {
   kStatement = 1001, kSelectList, kOrderBy, kOrderItem, kExpr, kAndExpr, kNotExpr, kPredicate,
-  kPredicateTail, kComparison, kOperand, kString, kName
+  kPredicateTail, kComparison, kOperand, kString, kName, kLimit
 };
 enum Token : int16_t {
   kEndOfText = 1, kWord = 2, kNumber = 5, kMinus = 20, kOpenParen = 18, kDoubleQuote = 32, kApostrophe = 33, kQuote = 40, kContents = 41,
-  kDesc = 110, kNotWord = 121, kNullWord = 122, kLikeWord = 126
+  kDistinct = 101, kDesc = 110, kNotWord = 121, kInWord = 124, kBetweenWord = 125,
+  kLikeWord = 126
 };
 
 // Converts "NUMBER BLANKS TEXT" lines into the parser's blob layout: text,
@@ -177,17 +180,25 @@ std::unique_ptr<CsvExpr> compileExpr(const VxReduction* node) {
     node->cmp = comparisonOf(head);
     return node;
   }
+  // [NOT] LIKE, [NOT] BETWEEN, [NOT] IN or IS [NOT] NULL: the keyword
+  // names the test, the operands follow it.
   bool negated = false;
-  const VxReduction* last = head;
+  CsvExpr::Op op = CsvExpr::kIsNull;
+  std::vector<std::unique_ptr<CsvExpr>> operands;
   for (const VxReduction* c = head; c; c = c->getNextSibling()) {
-    negated = negated || c->reductNumber() == kNotWord;
-    last = c;
+    switch (c->reductNumber()) {
+      case kNotWord: negated = true; break;
+      case kLikeWord: op = CsvExpr::kLike; break;
+      case kBetweenWord: op = CsvExpr::kBetween; break;
+      case kInWord: op = CsvExpr::kIn; break;
+      case kOperand: operands.push_back(compileOperand(c)); break;
+      default: break;
+    }
   }
-  bool like = false;
-  for (const VxReduction* c = head; c; c = c->getNextSibling()) like = like || c->reductNumber() == kLikeWord;
-  auto result = like ? makeNode(CsvExpr::kLike, std::move(left), compileOperand(last))
-                     : makeNode(CsvExpr::kIsNull, std::move(left));
+  auto result = makeNode(op, std::move(left));
   result->negated = negated;
+  if (op == CsvExpr::kLike) result->right = std::move(operands.front());
+  else result->list = std::move(operands);
   return result;
 }
 
@@ -200,6 +211,8 @@ void compileStatement(const VxReduction* statement, CsvQuery& query) {
         break;
       case kName: query.table = nameText(c); break;
       case kExpr: query.where = compileExpr(c); break;
+      case kDistinct: query.distinct = true; break;
+      case kLimit: query.limit = strtoll(terminalText(c->getChild()->getNextSibling()).c_str(), nullptr, 10); break;
       case kOrderBy:
         for (const VxReduction* item = c->getChild(); item; item = item->getNextSibling()) {
           if (item->reductNumber() != kOrderItem) continue;
@@ -264,13 +277,24 @@ class Evaluator {
         bool match = strLike(t.data(), t.size(), p.data(), p.size(), '%', '_', '\0', 1, 1, VX_CP_UTF8);
         return match != e.negated ? kTrue : kFalse;
       }
-      case CsvExpr::kCompare: {
-        CsvValue a = value(*e.left, row), b = value(*e.right, row);
-        if (a.isNull() || b.isNull()) return kUnknown;
-        int order = 0;
-        if (!compare(a, b, order)) return kUnknown;
-        return holds(e.cmp, order) ? kTrue : kFalse;
+      case CsvExpr::kBetween: {
+        // a BETWEEN x AND y is a >= x AND a <= y.
+        Truth low = compareTruth(CsvExpr::kGe, *e.left, *e.list[0], row);
+        Truth high = compareTruth(CsvExpr::kLe, *e.left, *e.list[1], row);
+        Truth both = low == kFalse || high == kFalse ? kFalse : (low == kTrue && high == kTrue ? kTrue : kUnknown);
+        return negate(both, e.negated);
       }
+      case CsvExpr::kIn: {
+        // True when one item equals; else unknown when one was NULL.
+        Truth any = kFalse;
+        for (const auto& item : e.list) {
+          Truth t = compareTruth(CsvExpr::kEq, *e.left, *item, row);
+          if (t == kTrue) return negate(kTrue, e.negated);
+          if (t == kUnknown) any = kUnknown;
+        }
+        return negate(any, e.negated);
+      }
+      case CsvExpr::kCompare: return compareTruth(e.cmp, *e.left, *e.right, row);
       default: {
         CsvValue v = value(e, row);
         if (v.isNull()) return kUnknown;
@@ -284,6 +308,18 @@ class Evaluator {
   }
 
  private:
+  static Truth negate(Truth t, bool negated) {
+    return !negated || t == kUnknown ? t : (t == kTrue ? kFalse : kTrue);
+  }
+
+  Truth compareTruth(CsvExpr::Cmp cmp, const CsvExpr& left, const CsvExpr& right, const std::vector<CsvValue>& row) {
+    CsvValue a = value(left, row), b = value(right, row);
+    if (a.isNull() || b.isNull()) return kUnknown;
+    int order = 0;
+    if (!compare(a, b, order)) return kUnknown;
+    return holds(cmp, order) ? kTrue : kFalse;
+  }
+
   static bool holds(CsvExpr::Cmp cmp, int order) {
     switch (cmp) {
       case CsvExpr::kEq: return order == 0;
@@ -334,6 +370,8 @@ bool resolveColumns(CsvExpr* e, const CsvTable& table) {
       return false;
     }
   }
+  for (const auto& item : e->list)
+    if (!resolveColumns(item.get(), table)) return false;
   return resolveColumns(e->left.get(), table) && resolveColumns(e->right.get(), table);
 }
 
@@ -450,10 +488,17 @@ bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& resul
     return false;
   });
   for (size_t at : projection) result.columns.push_back(table.columns[at]);
+  std::set<std::string> seen;  // the rows so far, for DISTINCT
   for (const auto& row : selected) {
+    if (query.limit >= 0 && result.rows.size() >= size_t(query.limit)) break;
     std::vector<CsvValue> out;
+    std::string key;
     out.reserve(projection.size());
-    for (size_t at : projection) out.push_back(row[at]);
+    for (size_t at : projection) {
+      out.push_back(row[at]);
+      key += char('0' + row[at].kind) + row[at].toText() + '\0';
+    }
+    if (query.distinct && !seen.insert(key).second) continue;
     result.rows.push_back(std::move(out));
   }
   return true;

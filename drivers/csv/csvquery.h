@@ -1,11 +1,12 @@
 // Statements of the CSV driver: parsing with the library's parser and a
 // grammar of the accepted SQL, and running a query over a table.
 //
-// Accepted: SELECT * | column, ... FROM table [WHERE condition]
-// [ORDER BY column [ASC|DESC], ...]. A condition combines comparisons
-// (= <> != < <= > >=), LIKE and NOT LIKE (% and _ wildcards, matched by
-// the library's strLike, case-sensitive), IS [NOT] NULL, AND, OR, NOT and
-// parentheses, over columns, numbers, 'strings' and NULL. Comparisons
+// Accepted: SELECT [DISTINCT] * | column, ... FROM table [WHERE condition]
+// [ORDER BY column [ASC|DESC], ...] [LIMIT n]. A condition combines
+// comparisons (= <> != < <= > >=), [NOT] LIKE (% and _ wildcards, matched
+// by the library's strLike, case-sensitive), [NOT] BETWEEN, [NOT] IN,
+// IS [NOT] NULL, AND, OR, NOT and parentheses, over columns, numbers,
+// 'strings' and NULL. Comparisons
 // follow SQL's three-valued logic: with a NULL operand a row is not
 // selected. A number compared with a text compares as a number when the
 // text reads as one, and is a type error otherwise.
@@ -28,16 +29,17 @@
 
 // A node of a WHERE condition.
 struct CsvExpr {
-  enum Op { kLiteral, kColumn, kNegate, kNot, kAnd, kOr, kCompare, kLike, kIsNull };
+  enum Op { kLiteral, kColumn, kNegate, kNot, kAnd, kOr, kCompare, kLike, kIsNull, kBetween, kIn };
   // Comparison operators of kCompare.
   enum Cmp { kEq, kNe, kLt, kLe, kGt, kGe };
   Op op = kLiteral;
   Cmp cmp = kEq;
-  bool negated = false;   // NOT LIKE, IS NOT NULL
+  bool negated = false;   // NOT LIKE, NOT BETWEEN, NOT IN, IS NOT NULL
   CsvValue value;         // kLiteral
   std::string name;       // kColumn, until resolved
   int column = -1;        // kColumn, once resolved
   std::unique_ptr<CsvExpr> left, right;
+  std::vector<std::unique_ptr<CsvExpr>> list;  // kBetween: low, high; kIn: the items
 };
 
 // A parsed SELECT.
@@ -46,6 +48,8 @@ struct CsvQuery {
   std::vector<std::string> columns;  // empty for *
   std::unique_ptr<CsvExpr> where;    // null when there is no WHERE
   std::vector<std::pair<std::string, bool>> orderBy;  // column, descending
+  bool distinct = false;
+  long long limit = -1;              // -1 for no LIMIT
 };
 
 // A query's result: its columns and rows, in order.

@@ -27,13 +27,18 @@ queries=(
   "SELECT id FROM sales WHERE -qty < -4 OR (amount >= 99.99 AND amount != 300) ORDER BY id"
   "SELECT id, amount FROM sales WHERE amount = NULL OR amount <> amount ORDER BY id"
   "SELECT amount, id FROM sales ORDER BY amount, id DESC"
+  "SELECT DISTINCT city FROM sales WHERE id NOT BETWEEN 3 AND 5 ORDER BY city LIMIT 3"
+  "SELECT id FROM sales WHERE city IN ('Rome', 'Oslo', NULL) OR qty NOT IN (1, 2, 3, 4, 5, 6, 7) ORDER BY id"
+  "SELECT name, amount FROM sales WHERE amount BETWEEN 42 AND 180 ORDER BY amount DESC LIMIT 4"
+  "SELECT DISTINCT qty FROM sales WHERE qty NOT IN (2, 3) OR city IS NULL ORDER BY qty DESC"
+  "SELECT DISTINCT city, qty FROM sales WHERE NOT city NOT IN ('Paris', 'Berlin') ORDER BY city, qty LIMIT 0"
 )
 normalise() { sed -E 's/\.0(\||$)/\1/g'; }
 failed=0
 for q in "${queries[@]}"; do
   echo "$q" | isql -b -d'|' csvdemo | normalise > "$work/driver.out"
   sqlite3 -separator '|' -nullvalue '' "$work/sales.db" "PRAGMA case_sensitive_like = ON; $q;" | normalise > "$work/sqlite.out"
-  if [ ! -s "$work/sqlite.out" ] && [ "$q" != "${queries[6]}" ]; then
+  if [ ! -s "$work/sqlite.out" ] && [ "$q" != "${queries[6]}" ] && [ "$q" != "${queries[12]}" ]; then
     echo "sqlite3 gave no rows for: $q" >&2
     failed=1
   fi
