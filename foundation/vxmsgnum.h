@@ -91,6 +91,9 @@ constexpr uint16_t kErrCsvNotSupported = 7611;        // HYC00: optional feature
 constexpr uint16_t kErrCsvTruncated = 7612;           // 01004: string data right truncated
 constexpr uint16_t kErrCsvNullNoIndicator = 7613;     // 22002: NULL value without an indicator
 constexpr uint16_t kErrCsvUnsupportedType = 7614;     // HY003: C type not supported (type)
+constexpr uint16_t kErrCsvValueCount = 7615;          // 21S01: values and columns differ in number
+constexpr uint16_t kErrCsvNullNotAllowed = 7616;      // 23000: NULL into a column without NULL (column)
+constexpr uint16_t kErrCsvValueDoesNotFit = 7617;     // 22018: value does not fit its column (value, column)
 
 // Operating-system messages in the 30000 range.
 constexpr uint16_t kErrAccessDeniedByName = 30040;    // access denied (name)

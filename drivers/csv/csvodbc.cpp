@@ -67,6 +67,7 @@ struct Stmt : Handle {
   bool isPrepared = false;
   bool open = false;     // a result set is open
   CsvResult result;
+  SQLLEN rowCount = -1;  // rows an INSERT added, or the result's rows
   size_t next = 0;       // the row the next fetch returns
   std::vector<Binding> bindings;
   std::vector<size_t> readOffsets;  // SQLGetData's position in each column
@@ -204,6 +205,7 @@ SQLLEN displaySize(const CsvColumn& column) {
 
 void closeCursor(Stmt& stmt) {
   stmt.open = false;
+  stmt.rowCount = -1;
   stmt.result = CsvResult();
   stmt.next = 0;
 }
@@ -211,9 +213,15 @@ void closeCursor(Stmt& stmt) {
 SQLRETURN execute(Stmt& stmt, CallScope& scope, const std::string& text) {
   closeCursor(stmt);
   CsvQuery query;
-  if (!stmt.parser.parse(text.c_str(), query) || !csvRunQuery(stmt.dbc->directory, query, stmt.result))
-    return scope.fail();
+  if (!stmt.parser.parse(text.c_str(), query)) return scope.fail();
+  if (query.isInsert) {
+    if (!csvRunInsert(stmt.dbc->directory, query)) return scope.fail();
+    stmt.rowCount = 1;
+    return scope.status();
+  }
+  if (!csvRunQuery(stmt.dbc->directory, query, stmt.result)) return scope.fail();
   stmt.open = true;
+  stmt.rowCount = SQLLEN(stmt.result.rows.size());
   return scope.status();
 }
 
@@ -362,7 +370,7 @@ VXCSV_ENTRY SQLGetInfo(SQLHDBC handle, SQLUSMALLINT type, SQLPOINTER value, SQLS
     case SQL_DRIVER_VER: text = "00.01.0000"; break;
     case SQL_DBMS_NAME: text = "vxlib CSV"; break;
     case SQL_DBMS_VER: text = "00.01.0000"; break;
-    case SQL_DATA_SOURCE_READ_ONLY: text = "Y"; break;
+    case SQL_DATA_SOURCE_READ_ONLY: text = "N"; break;
     case SQL_IDENTIFIER_QUOTE_CHAR: text = "\""; break;
     case SQL_CATALOG_NAME_SEPARATOR: text = ""; break;
     case SQL_TXN_CAPABLE: isSmall = true; small = SQL_TC_NONE; break;
@@ -426,7 +434,7 @@ VXCSV_ENTRY SQLRowCount(SQLHSTMT handle, SQLLEN* count) {
   Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
   if (!stmt) return SQL_INVALID_HANDLE;
   CallScope scope(*stmt);
-  if (count) *count = stmt->open ? SQLLEN(stmt->result.rows.size()) : -1;
+  if (count) *count = stmt->rowCount;
   return scope.status();
 }
 

@@ -2,10 +2,13 @@
 #include "drivers/csv/csvquery.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <set>
 
+#include "bos/bosfile.h"
 #include "foundation/vxstr.h"
 #include "parser/vxparse.h"
 
@@ -15,7 +18,7 @@ namespace {
 // rule text), and its keywords (token number, blanks, word). Where an
 // alternative is a prefix of another, the longer comes first.
 const char kGrammar[] =
-    "1000 goal ::= statement [ ; ]\n"
+    "1000 goal ::= statement [ ; ] | insert-statement [ ; ]\n"
     "1001 statement ::= SELECT [ DISTINCT ] select-list FROM name [ WHERE expr ] [ order-by ] [ limit ]\n"
     "1002 select-list ::= * | name { , name }*\n"
     "1003 order-by ::= ORDER BY order-item { , order-item }*\n"
@@ -30,16 +33,17 @@ const char kGrammar[] =
     "1011 operand ::= number [ . [ number ] ] | string | name | ( expr ) | - operand | NULL\n"
     "1012 string ::= ' [ literal-contents ] '\n"
     "1013 name ::= alphanum | \" literal-contents \"\n"
-    "1014 limit ::= LIMIT number\n";
+    "1014 limit ::= LIMIT number\n"
+    "1015 insert-statement ::= INSERT INTO name [ ( name { , name }* ) ] VALUES ( operand { , operand }* )\n";
 
 const char kKeywords[] =
     "100 SELECT\n101 DISTINCT\n103 FROM\n104 WHERE\n106 BY\n108 ORDER\n109 ASC\n110 DESC\n"
-    "119 AND\n120 OR\n121 NOT\n122 NULL\n123 IS\n124 IN\n125 BETWEEN\n126 LIKE\n160 LIMIT\n";
+    "119 AND\n120 OR\n121 NOT\n122 NULL\n123 IS\n124 IN\n125 BETWEEN\n126 LIKE\n130 INSERT\n131 INTO\n132 VALUES\n160 LIMIT\n";
 
 // Rule numbers of kGrammar, and the token kinds the compiler looks at.
 enum Rule : int16_t {
   kStatement = 1001, kSelectList, kOrderBy, kOrderItem, kExpr, kAndExpr, kNotExpr, kPredicate,
-  kPredicateTail, kComparison, kOperand, kString, kName, kLimit
+  kPredicateTail, kComparison, kOperand, kString, kName, kLimit, kInsertStatement
 };
 enum Token : int16_t {
   kEndOfText = 1, kWord = 2, kNumber = 5, kMinus = 20, kOpenParen = 18, kDoubleQuote = 32, kApostrophe = 33, kQuote = 40, kContents = 41,
@@ -202,7 +206,20 @@ std::unique_ptr<CsvExpr> compileExpr(const VxReduction* node) {
   return result;
 }
 
+void compileInsert(const VxReduction* statement, CsvQuery& query) {
+  query.isInsert = true;
+  for (const VxReduction* c = statement->getChild(); c; c = c->getNextSibling()) {
+    if (c->reductNumber() == kName) {
+      if (query.table.empty()) query.table = nameText(c);
+      else query.columns.push_back(nameText(c));
+    } else if (c->reductNumber() == kOperand) {
+      query.values.push_back(compileOperand(c));
+    }
+  }
+}
+
 void compileStatement(const VxReduction* statement, CsvQuery& query) {
+  if (statement->reductNumber() == kInsertStatement) return compileInsert(statement, query);
   for (const VxReduction* c = statement->getChild(); c; c = c->getNextSibling()) {
     switch (c->reductNumber()) {
       case kSelectList:
@@ -394,6 +411,67 @@ int orderOf(const CsvValue& a, const CsvValue& b) {
   return (a.real > b.real) - (a.real < b.real);
 }
 
+// The value an INSERT stores in column, converted to the column's kind;
+// false with the error filed when it does not fit.
+bool fitValue(const CsvValue& value, const CsvColumn& column, CsvValue& out) {
+  if (value.isNull()) {
+    out = CsvValue();
+    if (!column.nullable) csvError(kErrCsvNullNotAllowed, "23000") << column.name.c_str();
+    return column.nullable;
+  }
+  bool fits = true;
+  if (column.kind == CsvValue::kReal && value.isNumber()) {
+    out = value;
+    out.kind = CsvValue::kReal;
+    out.real = value.asReal();
+  } else {
+    fits = csvConvertText(value.toText(), column.kind, out);
+  }
+  if (!fits) csvError(kErrCsvValueDoesNotFit, "22018") << value.toText().c_str() << column.name.c_str();
+  return fits;
+}
+
+// A field as the table file holds it: NULL as \N; a text quoted when it
+// holds a comma, quote or line end, is empty or reads as \N; a real in the
+// shortest of 15 or 17 digits that reads back exactly.
+std::string csvField(const CsvValue& value) {
+  if (value.isNull()) return "\\N";
+  if (value.kind == CsvValue::kReal) {
+    char buffer[32];
+    snprintf(buffer, sizeof buffer, "%.15g", value.real);
+    if (strtod(buffer, nullptr) != value.real) snprintf(buffer, sizeof buffer, "%.17g", value.real);
+    return buffer;
+  }
+  std::string text = value.toText();
+  if (value.kind != CsvValue::kText ||
+      (!text.empty() && text != "\\N" && text.find_first_of(",\"\r\n") == std::string::npos))
+    return text;
+  std::string quoted = "\"";
+  for (char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+  return quoted + "\"";
+}
+
+// Appends line at the end of the file at path under the exclusive lock.
+bool appendLine(const std::string& path, std::string line) {
+  char name[BOS_MAX_PATH];
+  snprintf(name, sizeof name, "%s", path.c_str());
+  int handle = -1;
+  if (bosFileOpen(name, BOS_OPEN_READ_WRITE | BOS_OPEN_EXCLUSIVE_LOCK, &handle) != 0) return false;
+  int32_t end = bosFileSeek(handle, 0, SEEK_END);
+  char last = '\n';
+  int32_t count = 0;
+  if (end > 0) bosFileRead(handle, end - 1, &last, 1, &count);
+  if (last != '\n') line.insert(line.begin(), '\n');
+  bool written = end >= 0;
+  // Written in pieces below 64 KB, the largest the file layer writes at once.
+  const size_t kPiece = 32768;
+  for (size_t at = 0; written && at < line.size(); at += kPiece) {
+    size_t n = std::min(kPiece, line.size() - at);
+    written = bosFileWrite(handle, int64_t(end) + int64_t(at), line.data() + at, n) == 0;
+  }
+  return bosFileClose(handle) == 0 && written;
+}
+
 }  // namespace
 
 class CsvStatementParser::Impl : public VxParser {
@@ -502,4 +580,42 @@ bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& resul
     result.rows.push_back(std::move(out));
   }
   return true;
+}
+
+bool csvRunInsert(const std::string& directory, CsvQuery& query) {
+  CsvTable table;
+  std::string path;
+  if (!csvLoadTable(directory, query.table, table, &path)) return false;
+  // Where each value goes: the columns named, else all in order.
+  std::vector<size_t> targets;
+  for (const std::string& name : query.columns) {
+    size_t at = 0;
+    if (!findColumnOrFail(table, name, at)) return false;
+    targets.push_back(at);
+  }
+  if (query.columns.empty())
+    for (size_t i = 0; i < table.columns.size(); ++i) targets.push_back(i);
+  if (targets.size() != query.values.size()) {
+    csvError(kErrCsvValueCount, "21S01");
+    return false;
+  }
+  // Values name no column: they are resolved against a table without any.
+  CsvTable noColumns;
+  Evaluator evaluator;
+  std::vector<CsvValue> row(table.columns.size());
+  for (size_t i = 0; i < targets.size(); ++i) {
+    if (!resolveColumns(query.values[i].get(), noColumns)) return false;
+    CsvValue value = evaluator.value(*query.values[i], row);
+    if (evaluator.failed || !fitValue(value, table.columns[targets[i]], row[targets[i]])) return false;
+  }
+  for (size_t i = 0; i < row.size(); ++i) {
+    bool named = std::find(targets.begin(), targets.end(), i) != targets.end();
+    if (!named && !table.columns[i].nullable) {
+      csvError(kErrCsvNullNotAllowed, "23000") << table.columns[i].name.c_str();
+      return false;
+    }
+  }
+  std::string line;
+  for (size_t i = 0; i < row.size(); ++i) line += (i ? "," : "") + csvField(row[i]);
+  return appendLine(path, line + "\n");
 }

@@ -1,7 +1,8 @@
 // Statements of the CSV driver: parsing with the library's parser and a
 // grammar of the accepted SQL, and running a query over a table.
 //
-// Accepted: SELECT [DISTINCT] * | column, ... FROM table [WHERE condition]
+// Accepted: INSERT INTO table [(column, ...)] VALUES (value, ...), and
+// SELECT [DISTINCT] * | column, ... FROM table [WHERE condition]
 // [ORDER BY column [ASC|DESC], ...] [LIMIT n]. A condition combines
 // comparisons (= <> != < <= > >=), [NOT] LIKE (% and _ wildcards, matched
 // by the library's strLike, case-sensitive), [NOT] BETWEEN, [NOT] IN,
@@ -50,6 +51,10 @@ struct CsvQuery {
   std::vector<std::pair<std::string, bool>> orderBy;  // column, descending
   bool distinct = false;
   long long limit = -1;              // -1 for no LIMIT
+  // INSERT: the table, the columns named (in columns; empty for all) and
+  // the values, one row.
+  bool isInsert = false;
+  std::vector<std::unique_ptr<CsvExpr>> values;
 };
 
 // A query's result: its columns and rows, in order.
@@ -75,6 +80,13 @@ class CsvStatementParser {
 
 // Runs query over the table files of directory.
 bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& result);
+
+// Appends the row of an INSERT to its table file. The whole file is read
+// first (a malformed file is reported, not appended to); the row is
+// written while the file layer's exclusive lock is held, at the file's end
+// as it is then, after a line end if the file lacks its last one. The
+// values must fit their columns; columns not named get NULL.
+bool csvRunInsert(const std::string& directory, CsvQuery& query);
 
 // The catalog: the directory's tables, and their columns, whose names
 // match the patterns (% and _ as in LIKE, case-insensitive; null matches

@@ -211,7 +211,7 @@ bool csvConvertText(const std::string& text, CsvValue::Kind kind, CsvValue& out)
   return errno == 0 && *end == '\0';
 }
 
-bool csvLoadTable(const std::string& directory, const std::string& name, CsvTable& table) {
+bool csvLoadTable(const std::string& directory, const std::string& name, CsvTable& table, std::string* pathOut) {
   table = CsvTable();
   std::string path = directory + "/" + name + ".csv";
   std::string text;
@@ -226,6 +226,7 @@ bool csvLoadTable(const std::string& directory, const std::string& name, CsvTabl
       return false;
     }
   }
+  if (pathOut) *pathOut = path;
   return csvParseTable(std::move(text), path, table);
 }
 

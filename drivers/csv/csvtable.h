@@ -68,8 +68,10 @@ struct CsvTable {
 // SQLSTATE and returns the record for its parameters.
 VxError& csvError(uint16_t number, const char* sqlstate);
 
-// Reads directory/NAME.csv (NAME as given, else in lower case) into table.
-bool csvLoadTable(const std::string& directory, const std::string& name, CsvTable& table);
+// Reads directory/NAME.csv (NAME as given, else in lower case) into table;
+// the path read goes to *path when path is not null.
+bool csvLoadTable(const std::string& directory, const std::string& name, CsvTable& table,
+                  std::string* path = nullptr);
 
 // Reads the whole text of a table file; path names it in messages.
 bool csvParseTable(std::string text, const std::string& path, CsvTable& table);

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -60,6 +61,10 @@ class Client : public ::testing::Test {
     return std::string((char*)state) + " " + (char*)text;
   }
   void write(const std::string& name, const std::string& text) { std::ofstream(dir_ + "/" + name) << text; }
+  std::string read(const std::string& name) {
+    std::ifstream in(dir_ + "/" + name);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  }
 
   std::string dir_;
   SQLHENV env_ = SQL_NULL_HENV;
@@ -130,6 +135,46 @@ TEST_F(Client, RandomTablesAgreeWithModel) {
   }
 }
 
+// Rows inserted with awkward texts, NULLs and reals read back as inserted.
+TEST_F(Client, InsertedRowsReadBack) {
+  const unsigned seed = 4242;
+  std::mt19937 rng(seed);
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  const std::string alphabet = "a,'\"\n\\N ";
+  write("t.csv", "a INTEGER,b VARCHAR(20) NULL,c DOUBLE NULL\n");
+  connect();
+  std::vector<std::string> expected;
+  for (int i = 0; i < 50; ++i) {
+    std::string b, literal;
+    for (unsigned n = rng() % 6; n > 0; --n) b += alphabet[rng() % alphabet.size()];
+    for (char ch : b) literal += ch == '\'' ? std::string("''") : std::string(1, ch);
+    bool bNull = rng() % 4 == 0;
+    double c = double(int(rng() % 2001) - 1000) / 8;
+    std::string sql = "INSERT INTO t (c, a, b) VALUES (" + std::to_string(c) + ", " + std::to_string(i) + ", " +
+                      (bNull ? "NULL" : "'" + literal + "'") + ")";
+    ASSERT_EQ(exec(sql), SQL_SUCCESS) << sql << " " << diagnostic();
+    SQLLEN count = 0;
+    SQLRowCount(stmt_, &count);
+    EXPECT_EQ(count, 1);
+    char cText[32];
+    snprintf(cText, sizeof cText, "%.15g", c);
+    expected.push_back(std::to_string(i) + "|" + (bNull ? "NULL" : b) + "|" + cText);
+  }
+  ASSERT_EQ(exec("SELECT a, b, c FROM t"), SQL_SUCCESS) << diagnostic();
+  for (const std::string& want : expected) {
+    ASSERT_EQ(SQLFetch(stmt_), SQL_SUCCESS);
+    std::string got;
+    for (SQLUSMALLINT col = 1; col <= 3; ++col) {
+      char text[64];
+      SQLLEN ind = 0;
+      ASSERT_EQ(SQLGetData(stmt_, col, SQL_C_CHAR, text, sizeof text, &ind), SQL_SUCCESS);
+      got += (col > 1 ? "|" : "") + (ind == SQL_NULL_DATA ? std::string("NULL") : std::string(text));
+    }
+    EXPECT_EQ(got, want);
+  }
+  EXPECT_EQ(SQLFetch(stmt_), SQL_NO_DATA);
+}
+
 TEST_F(Client, DriverConnectCompletesTheStringAndPreparedStatementsRun) {
   write("n.csv", "x DOUBLE NULL,y VARCHAR(5)\n1.5,p\n\\N,q\n");
   std::string in = "DRIVER={" + env("VXCSV_DRIVER") + "};DIRECTORY=" + dir_;
@@ -188,6 +233,14 @@ TEST_F(Client, FailuresGiveTheirDiagnostics) {
       {"SELECT a FROM value", "22018 [vxlib][CSV]The value zwei on line 3 of "},
       {"SELECT a FROM notnull", "22018 [vxlib][CSV]The value \\N on line 2 of "},
       {"SELECT a FROM header", "HY000 [vxlib][CSV]The header of "},
+      {"INSERT INTO t VALUES (1)", "21S01 [vxlib][CSV]The number of values does not match"},
+      {"INSERT INTO t (a) VALUES (2)", "23000 [vxlib][CSV]The column b does not accept NULL."},
+      {"INSERT INTO t VALUES (NULL, 'y')", "23000 [vxlib][CSV]The column a does not accept NULL."},
+      {"INSERT INTO t VALUES (1.5, 'y')", "22018 [vxlib][CSV]The value 1.5 does not fit the column a."},
+      {"INSERT INTO t VALUES (-'z', 'y')", "22018 [vxlib][CSV]The values z and 0 cannot be compared."},
+      {"INSERT INTO t VALUES (a, 'y')", "42S22 [vxlib][CSV]The column a was not found."},
+      {"INSERT INTO t (a, zz) VALUES (1, 'y')", "42S22 [vxlib][CSV]The column zz was not found."},
+      {"INSERT INTO value VALUES (3)", "22018 [vxlib][CSV]The value zwei on line 3 of "},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.sql);
@@ -198,6 +251,9 @@ TEST_F(Client, FailuresGiveTheirDiagnostics) {
     EXPECT_EQ(SQLFetch(stmt_), SQL_SUCCESS);
     SQLFreeStmt(stmt_, SQL_CLOSE);
   }
+  // Nothing was lost from or added to the files.
+  EXPECT_EQ(read("t.csv"), "a INTEGER,b VARCHAR(3)\n1,x\n");
+  EXPECT_EQ(read("value.csv"), "a INTEGER\n1\nzwei\n");
 }
 
 }  // namespace

@@ -5,3 +5,6 @@ SELECT name FROM sales WHERE amount BETWEEN 1 OR 2
 SELECT name FROM nosuch
 SELECT nope FROM sales
 SELECT name FROM sales WHERE name > 3
+INSERT INTO sales (id, name, qty, amount) VALUES (13, 'Zoe, "Z"', 2, 12.25)
+INSERT INTO sales (id, name) VALUES (14, 'Nobody')
+SELECT id, name, city, amount FROM sales WHERE id >= 12 ORDER BY id DESC
