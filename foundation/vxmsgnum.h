@@ -94,6 +94,7 @@ constexpr uint16_t kErrCsvUnsupportedType = 7614;     // HY003: C type not suppo
 constexpr uint16_t kErrCsvValueCount = 7615;          // 21S01: values and columns differ in number
 constexpr uint16_t kErrCsvNullNotAllowed = 7616;      // 23000: NULL into a column without NULL (column)
 constexpr uint16_t kErrCsvValueDoesNotFit = 7617;     // 22018: value does not fit its column (value, column)
+constexpr uint16_t kErrCsvParameterNotBound = 7618;   // 07002: parameter marker without a value (number)
 
 // Operating-system messages in the 30000 range.
 constexpr uint16_t kErrAccessDeniedByName = 30040;    // access denied (name)

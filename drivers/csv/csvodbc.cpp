@@ -60,6 +60,13 @@ struct Binding {
   SQLLEN* indicator = nullptr;
 };
 
+// A parameter bound with SQLBindParameter.
+struct Parameter {
+  SQLSMALLINT type = 0;
+  SQLPOINTER value = nullptr;
+  SQLLEN* indicator = nullptr;
+};
+
 struct Stmt : Handle {
   explicit Stmt(Dbc* d) : Handle(kStmtTag), dbc(d) {}
   Dbc* dbc;
@@ -70,6 +77,7 @@ struct Stmt : Handle {
   SQLLEN rowCount = -1;  // rows an INSERT added, or the result's rows
   size_t next = 0;       // the row the next fetch returns
   std::vector<Binding> bindings;
+  std::vector<Parameter> parameters;
   std::vector<size_t> readOffsets;  // SQLGetData's position in each column
   CsvStatementParser parser;
 };
@@ -210,10 +218,47 @@ void closeCursor(Stmt& stmt) {
   stmt.next = 0;
 }
 
+// The values of the bound parameters; the numbers past the last bound one
+// and those left unbound in between stay out (an unbound one ends the list).
+bool parameterValues(const Stmt& stmt, std::vector<CsvValue>& values) {
+  for (const Parameter& p : stmt.parameters) {
+    if (!p.value && !(p.indicator && *p.indicator == SQL_NULL_DATA)) break;
+    CsvValue value;
+    if (p.indicator && *p.indicator == SQL_NULL_DATA) {
+      values.push_back(value);
+      continue;
+    }
+    switch (p.type) {
+      case SQL_C_CHAR: {
+        const char* text = static_cast<const char*>(p.value);
+        value.kind = CsvValue::kText;
+        value.text = !p.indicator || *p.indicator == SQL_NTS ? std::string(text)
+                                                              : std::string(text, size_t(std::max<SQLLEN>(*p.indicator, 0)));
+        break;
+      }
+      case SQL_C_SLONG:
+      case SQL_C_LONG: value = CsvValue::ofInteger(*static_cast<const SQLINTEGER*>(p.value)); break;
+      case SQL_C_SBIGINT: value = CsvValue::ofInteger(*static_cast<const SQLBIGINT*>(p.value)); break;
+      case SQL_C_DOUBLE:
+        value.kind = CsvValue::kReal;
+        value.real = *static_cast<const SQLDOUBLE*>(p.value);
+        break;
+      default:
+        csvError(kErrCsvUnsupportedType, "HY003") << int64_t(p.type);
+        return false;
+    }
+    values.push_back(value);
+  }
+  return true;
+}
+
 SQLRETURN execute(Stmt& stmt, CallScope& scope, const std::string& text) {
   closeCursor(stmt);
   CsvQuery query;
-  if (!stmt.parser.parse(text.c_str(), query)) return scope.fail();
+  std::vector<CsvValue> values;
+  if (!stmt.parser.parse(text.c_str(), query) || !parameterValues(stmt, values) ||
+      !csvBindParameters(query, values))
+    return scope.fail();
   if (query.isInsert) {
     if (!csvRunInsert(stmt.dbc->directory, query)) return scope.fail();
     stmt.rowCount = 1;
@@ -422,6 +467,24 @@ VXCSV_ENTRY SQLExecute(SQLHSTMT handle) {
   return execute(*stmt, scope, stmt->prepared);
 }
 
+VXCSV_ENTRY SQLBindParameter(SQLHSTMT handle, SQLUSMALLINT number, SQLSMALLINT direction, SQLSMALLINT type,
+                             SQLSMALLINT, SQLULEN, SQLSMALLINT, SQLPOINTER value, SQLLEN, SQLLEN* indicator) {
+  Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
+  if (!stmt) return SQL_INVALID_HANDLE;
+  CallScope scope(*stmt);
+  if (number < 1) {
+    csvError(kErrCsvBadColumnNumber, "07009") << int64_t(number);
+    return scope.fail();
+  }
+  if (direction != SQL_PARAM_INPUT) {
+    csvError(kErrCsvNotSupported, "HYC00") << "An output parameter";
+    return scope.fail();
+  }
+  if (stmt->parameters.size() < number) stmt->parameters.resize(number);
+  stmt->parameters[number - 1] = Parameter{type, value, indicator};
+  return scope.status();
+}
+
 VXCSV_ENTRY SQLNumResultCols(SQLHSTMT handle, SQLSMALLINT* count) {
   Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
   if (!stmt) return SQL_INVALID_HANDLE;
@@ -600,6 +663,7 @@ VXCSV_ENTRY SQLFreeStmt(SQLHSTMT handle, SQLUSMALLINT option) {
   CallScope scope(*stmt);
   if (option == SQL_CLOSE) closeCursor(*stmt);
   if (option == SQL_UNBIND) stmt->bindings.clear();
+  if (option == SQL_RESET_PARAMS) stmt->parameters.clear();
   return scope.status();
 }
 

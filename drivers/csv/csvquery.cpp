@@ -30,7 +30,7 @@ const char kGrammar[] =
     "1009 predicate-tail ::= comparison operand | [ NOT ] LIKE operand | [ NOT ] BETWEEN operand AND operand"
     " | [ NOT ] IN ( operand { , operand }* ) | IS NOT NULL | IS NULL\n"
     "1010 comparison ::= = | < [ > | = ] | > [ = ] | ! =\n"
-    "1011 operand ::= number [ . [ number ] ] | string | name | ( expr ) | - operand | NULL\n"
+    "1011 operand ::= number [ . [ number ] ] | string | name | ( expr ) | - operand | NULL | ?\n"
     "1012 string ::= ' [ literal-contents ] '\n"
     "1013 name ::= alphanum | \" literal-contents \"\n"
     "1014 limit ::= LIMIT number\n"
@@ -46,7 +46,7 @@ enum Rule : int16_t {
   kPredicateTail, kComparison, kOperand, kString, kName, kLimit, kInsertStatement
 };
 enum Token : int16_t {
-  kEndOfText = 1, kWord = 2, kNumber = 5, kMinus = 20, kOpenParen = 18, kDoubleQuote = 32, kApostrophe = 33, kQuote = 40, kContents = 41,
+  kEndOfText = 1, kWord = 2, kNumber = 5, kMinus = 20, kOpenParen = 18, kDoubleQuote = 32, kQuestionMark = 38, kApostrophe = 33, kQuote = 40, kContents = 41,
   kDistinct = 101, kDesc = 110, kNotWord = 121, kInWord = 124, kBetweenWord = 125,
   kLikeWord = 126
 };
@@ -142,6 +142,7 @@ std::unique_ptr<CsvExpr> compileOperand(const VxReduction* operand) {
       return node;
     case kOpenParen: return compileExpr(first->getNextSibling());
     case kMinus: return makeNode(CsvExpr::kNegate, compileOperand(first->getNextSibling()));
+    case kQuestionMark: node->op = CsvExpr::kParameter; return node;
     default: return node;  // NULL: a literal of kind kNull
   }
 }
@@ -204,6 +205,31 @@ std::unique_ptr<CsvExpr> compileExpr(const VxReduction* node) {
   if (op == CsvExpr::kLike) result->right = std::move(operands.front());
   else result->list = std::move(operands);
   return result;
+}
+
+// Numbers the ? markers below e in the order they were written: an
+// operator's left operand comes before its right one or its list.
+void numberParameters(CsvExpr* e, int& next) {
+  if (!e) return;
+  if (e->op == CsvExpr::kParameter) e->column = next++;
+  numberParameters(e->left.get(), next);
+  numberParameters(e->right.get(), next);
+  for (auto& item : e->list) numberParameters(item.get(), next);
+}
+
+bool bindExpr(CsvExpr* e, const std::vector<CsvValue>& values) {
+  if (!e) return true;
+  if (e->op == CsvExpr::kParameter) {
+    if (size_t(e->column) >= values.size()) {
+      csvError(kErrCsvParameterNotBound, "07002") << int64_t(e->column + 1);
+      return false;
+    }
+    e->op = CsvExpr::kLiteral;
+    e->value = values[size_t(e->column)];
+  }
+  for (auto& item : e->list)
+    if (!bindExpr(item.get(), values)) return false;
+  return bindExpr(e->left.get(), values) && bindExpr(e->right.get(), values);
 }
 
 void compileInsert(const VxReduction* statement, CsvQuery& query) {
@@ -380,6 +406,10 @@ class Evaluator {
 
 bool resolveColumns(CsvExpr* e, const CsvTable& table) {
   if (!e) return true;
+  if (e->op == CsvExpr::kParameter) {  // a marker that was never bound
+    csvError(kErrCsvParameterNotBound, "07002") << int64_t(e->column + 1);
+    return false;
+  }
   if (e->op == CsvExpr::kColumn) {
     e->column = table.findColumn(e->name);
     if (e->column < 0) {
@@ -528,6 +558,15 @@ bool CsvStatementParser::parse(const char* text, CsvQuery& query) {
   }
   std::unique_ptr<VxReduction> tree(root);
   compileStatement(root->getChild(), query);
+  numberParameters(query.where.get(), query.parameterCount);
+  for (auto& value : query.values) numberParameters(value.get(), query.parameterCount);
+  return true;
+}
+
+bool csvBindParameters(CsvQuery& query, const std::vector<CsvValue>& values) {
+  if (!bindExpr(query.where.get(), values)) return false;
+  for (auto& value : query.values)
+    if (!bindExpr(value.get(), values)) return false;
   return true;
 }
 

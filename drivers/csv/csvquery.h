@@ -7,7 +7,7 @@
 // comparisons (= <> != < <= > >=), [NOT] LIKE (% and _ wildcards, matched
 // by the library's strLike, case-sensitive), [NOT] BETWEEN, [NOT] IN,
 // IS [NOT] NULL, AND, OR, NOT and parentheses, over columns, numbers,
-// 'strings' and NULL. Comparisons
+// 'strings', NULL and ? markers whose values are bound before it runs. Comparisons
 // follow SQL's three-valued logic: with a NULL operand a row is not
 // selected. A number compared with a text compares as a number when the
 // text reads as one, and is a type error otherwise.
@@ -30,7 +30,7 @@
 
 // A node of a WHERE condition.
 struct CsvExpr {
-  enum Op { kLiteral, kColumn, kNegate, kNot, kAnd, kOr, kCompare, kLike, kIsNull, kBetween, kIn };
+  enum Op { kLiteral, kColumn, kNegate, kNot, kAnd, kOr, kCompare, kLike, kIsNull, kBetween, kIn, kParameter };
   // Comparison operators of kCompare.
   enum Cmp { kEq, kNe, kLt, kLe, kGt, kGe };
   Op op = kLiteral;
@@ -38,7 +38,7 @@ struct CsvExpr {
   bool negated = false;   // NOT LIKE, NOT BETWEEN, NOT IN, IS NOT NULL
   CsvValue value;         // kLiteral
   std::string name;       // kColumn, until resolved
-  int column = -1;        // kColumn, once resolved
+  int column = -1;        // kColumn, once resolved; kParameter: its number from 0
   std::unique_ptr<CsvExpr> left, right;
   std::vector<std::unique_ptr<CsvExpr>> list;  // kBetween: low, high; kIn: the items
 };
@@ -55,6 +55,7 @@ struct CsvQuery {
   // the values, one row.
   bool isInsert = false;
   std::vector<std::unique_ptr<CsvExpr>> values;
+  int parameterCount = 0;  // ? markers, numbered in the order written
 };
 
 // A query's result: its columns and rows, in order.
@@ -77,6 +78,10 @@ class CsvStatementParser {
   class Impl;
   std::unique_ptr<Impl> impl_;
 };
+
+// Puts values[i] in place of the marker numbered i; fails (07002) when a
+// marker has no value.
+bool csvBindParameters(CsvQuery& query, const std::vector<CsvValue>& values);
 
 // Runs query over the table files of directory.
 bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& result);

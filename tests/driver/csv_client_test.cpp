@@ -204,6 +204,30 @@ TEST_F(Client, DriverConnectCompletesTheStringAndPreparedStatementsRun) {
     EXPECT_EQ(SQLFetch(stmt_), SQL_NO_DATA);
     SQLCloseCursor(stmt_);
   }
+  // Parameters: a NULL and a text with a quote and a comma go in, and are
+  // found again through a marker.
+  char text[16] = "it's, \"so\"";
+  SQLLEN nullInd = SQL_NULL_DATA, textInd = SQL_NTS;
+  double unused = 0;
+  ASSERT_EQ(SQLPrepare(stmt_, (SQLCHAR*)"INSERT INTO n VALUES (?, ?)", SQL_NTS), SQL_SUCCESS);
+  SQLBindParameter(stmt_, 1, SQL_PARAM_INPUT, SQL_C_DOUBLE, SQL_DOUBLE, 0, 0, &unused, 0, &nullInd);
+  SQLBindParameter(stmt_, 2, SQL_PARAM_INPUT, SQL_C_CHAR, SQL_VARCHAR, 5, 0, text, 0, &textInd);
+  ASSERT_EQ(SQLExecute(stmt_), SQL_SUCCESS) << diagnostic();
+  SQLFreeStmt(stmt_, SQL_RESET_PARAMS);
+  SQLINTEGER limit = 1;
+  ASSERT_EQ(SQLPrepare(stmt_, (SQLCHAR*)"SELECT y FROM n WHERE x IS NULL AND y IN ('q', ?) LIMIT ?", SQL_NTS), SQL_SUCCESS);
+  SQLBindParameter(stmt_, 1, SQL_PARAM_INPUT, SQL_C_CHAR, SQL_VARCHAR, 5, 0, text, 0, &textInd);
+  SQLBindParameter(stmt_, 2, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &limit, 0, nullptr);
+  ASSERT_EQ(SQLExecute(stmt_), SQL_ERROR);  // LIMIT takes a number, not a marker
+  EXPECT_EQ(diagnostic().substr(0, 5), "42000");
+  ASSERT_EQ(SQLPrepare(stmt_, (SQLCHAR*)"SELECT y FROM n WHERE x IS NULL AND y IN ('q', ?)", SQL_NTS), SQL_SUCCESS);
+  ASSERT_EQ(SQLExecute(stmt_), SQL_SUCCESS) << diagnostic();
+  std::string found;
+  char y[32];
+  SQLLEN yInd = 0;
+  while (SQLFetch(stmt_) == SQL_SUCCESS && SQLGetData(stmt_, 1, SQL_C_CHAR, y, sizeof y, &yInd) == SQL_SUCCESS)
+    found += std::string(y) + ";";
+  EXPECT_EQ(found, "q;it's, \"so\";");
 }
 
 // Every failure comes back as a diagnostic with its SQLSTATE and text, and
@@ -240,6 +264,7 @@ TEST_F(Client, FailuresGiveTheirDiagnostics) {
       {"INSERT INTO t VALUES (-'z', 'y')", "22018 [vxlib][CSV]The values z and 0 cannot be compared."},
       {"INSERT INTO t VALUES (a, 'y')", "42S22 [vxlib][CSV]The column a was not found."},
       {"INSERT INTO t (a, zz) VALUES (1, 'y')", "42S22 [vxlib][CSV]The column zz was not found."},
+      {"SELECT a FROM t WHERE a = ? OR b = ?", "07002 [vxlib][CSV]Parameter 1 has no value bound."},
       {"INSERT INTO value VALUES (3)", "22018 [vxlib][CSV]The value zwei on line 3 of "},
   };
   for (const auto& c : cases) {
