@@ -15,6 +15,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -88,12 +89,13 @@ T* asHandle(SQLHANDLE handle, HandleTag tag) {
   return object && object->tag == tag ? object : nullptr;
 }
 
-// Installs a handle's error list for the length of one call; a call that
-// is not a diagnostic call starts with an empty list.
+// Empties a handle's error list and installs it as the thread's current
+// list for the length of one call (the diagnostic calls only read it and
+// take no scope).
 class CallScope {
  public:
-  CallScope(Handle& handle, bool clear = true) : handle_(handle) {
-    if (clear) handle.errors.clearErrors();
+  explicit CallScope(Handle& handle) : handle_(handle) {
+    handle.errors.clearErrors();
     VxErrorKeeper::setErrorList(&handle.errors);
   }
   ~CallScope() { VxErrorKeeper::giveUpErrorList(); }
@@ -604,6 +606,7 @@ VXCSV_ENTRY SQLGetData(SQLHSTMT handle, SQLUSMALLINT number, SQLSMALLINT type, S
     return scope.fail();
   }
   if (!columnNumberValid(*stmt, number)) return scope.fail();
+  assert(stmt->readOffsets.size() == stmt->result.columns.size());
   SQLRETURN rc = deliver(stmt->result.rows[stmt->next - 1][number - 1], stmt->result.columns[number - 1], type,
                          target, length, indicator, &stmt->readOffsets[number - 1]);
   return rc == SQL_SUCCESS ? scope.status() : rc;

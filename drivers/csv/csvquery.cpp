@@ -2,6 +2,7 @@
 #include "drivers/csv/csvquery.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -281,7 +282,10 @@ class Evaluator {
   CsvValue value(const CsvExpr& e, const std::vector<CsvValue>& row) {
     switch (e.op) {
       case CsvExpr::kLiteral: return e.value;
-      case CsvExpr::kColumn: return row[size_t(e.column)];
+      case CsvExpr::kColumn:
+        // Names are resolved against the row's table before a row is seen.
+        assert(e.column >= 0 && size_t(e.column) < row.size());
+        return row[size_t(e.column)];
       case CsvExpr::kNegate: {
         CsvValue v = value(*e.left, row);
         if (v.kind == CsvValue::kInteger) v.integer = -v.integer;
@@ -290,6 +294,9 @@ class Evaluator {
         return v;
       }
       default: {
+        // Markers are bound or reported before running; a marker here would
+        // send value and truth round each other for ever.
+        assert(e.op != CsvExpr::kParameter);
         Truth t = truth(e, row);
         return t == kUnknown ? CsvValue() : CsvValue::ofInteger(t == kTrue);
       }
