@@ -1,9 +1,10 @@
 // The CSV driver through the driver manager against the sqlite3 command-
 // line tool: one query over a 1,000,000-row table, every row of the result
 // fetched. The CSV is generated once; its import into SQLite is measured
-// on its own and not part of the query's time. The driver is named by
-// "VXCSV_DRIVER" (the built libvxcsv.so) and needs "VX_INSTALL_DIR" as
-// every vxlib program does.
+// on its own and not part of the query's time. The driver is the one named
+// by "VXCSV_DRIVER", else the one built beside this program
+// (BUILD/drivers/csv/libvxcsv.so for BUILD/bench/driver_bench), and
+// "VX_INSTALL_DIR" defaults to that build directory.
 #include <sql.h>
 #include <sqlext.h>
 #include <unistd.h>
@@ -86,10 +87,13 @@ void importIntoSqlite() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (!getenv("VXCSV_DRIVER")) {
-    fprintf(stderr, "set VXCSV_DRIVER to the built libvxcsv.so\n");
-    return 1;
-  }
+  char self[4096];
+  ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
+  if (length <= 0) abort();
+  std::string build(self, size_t(length));
+  build = build.substr(0, build.rfind('/')) + "/..";
+  setenv("VXCSV_DRIVER", (build + "/drivers/csv/libvxcsv.so").c_str(), 0);
+  setenv("VX_INSTALL_DIR", build.c_str(), 0);
   generate();
   importIntoSqlite();
   long driverRows = queryDriver(), sqliteRows = querySqlite();
