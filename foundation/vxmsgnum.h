@@ -75,6 +75,27 @@ constexpr uint16_t kErrHostNotFound = 7507;           // host not found (host)
 constexpr uint16_t kErrNoNetAddress = 7508;           // no address given
 constexpr uint16_t kErrSecureConnection = 7509;       // secure connection failed (reason)
 
+// The CSV driver (drivers/csv); each record carries the SQLSTATE named.
+constexpr uint16_t kErrCsvTableNotFound = 7600;       // 42S02: table not found (name)
+constexpr uint16_t kErrCsvColumnNotFound = 7601;      // 42S22: column not found (name)
+constexpr uint16_t kErrCsvSyntax = 7602;              // 42000: syntax error (token, expected)
+constexpr uint16_t kErrCsvBadRecord = 7603;           // HY000: malformed record (line, file, reason)
+constexpr uint16_t kErrCsvBadValue = 7604;            // 22018: value does not fit (value, line, file, column)
+constexpr uint16_t kErrCsvBadHeader = 7605;           // HY000: header not valid (file, reason)
+constexpr uint16_t kErrCsvNoDataSource = 7606;        // IM002: data source has no directory (name)
+constexpr uint16_t kErrCsvTypeMismatch = 7607;        // 22018: operands cannot be compared (left, right)
+constexpr uint16_t kErrCsvBadColumnNumber = 7608;     // 07009: column number not valid (number)
+constexpr uint16_t kErrCsvNoCursor = 7609;            // 24000: no result set is open
+constexpr uint16_t kErrCsvSequence = 7610;            // HY010: function called out of sequence
+constexpr uint16_t kErrCsvNotSupported = 7611;        // HYC00: optional feature not implemented (what)
+constexpr uint16_t kErrCsvTruncated = 7612;           // 01004: string data right truncated
+constexpr uint16_t kErrCsvNullNoIndicator = 7613;     // 22002: NULL value without an indicator
+constexpr uint16_t kErrCsvUnsupportedType = 7614;     // HY003: C type not supported (type)
+constexpr uint16_t kErrCsvValueCount = 7615;          // 21S01: values and columns differ in number
+constexpr uint16_t kErrCsvNullNotAllowed = 7616;      // 23000: NULL into a column without NULL (column)
+constexpr uint16_t kErrCsvValueDoesNotFit = 7617;     // 22018: value does not fit its column (value, column)
+constexpr uint16_t kErrCsvParameterNotBound = 7618;   // 07002: parameter marker without a value (number)
+
 // Operating-system messages in the 30000 range.
 constexpr uint16_t kErrAccessDeniedByName = 30040;    // access denied (name)
 constexpr uint16_t kErrSystemError = 30041;           // unmapped operating system error

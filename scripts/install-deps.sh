@@ -12,6 +12,7 @@ packages=(
   libxml2-dev libxml2-utils
   icu-devtools
   libssl-dev openssl
+  sqlite3
 )
 
 missing=()

@@ -1,0 +1,270 @@
+// Reading CSV tables: the header, the records, and the conversion of each
+// field into its column's kind.
+#include "drivers/csv/csvtable.h"
+
+#include <strings.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "foundation/vxerror.h"
+
+namespace {
+
+// One type name of the header: its SQL type, the kind its values take and
+// the size a column of it has when the header gives none.
+struct TypeInfo {
+  const char* name;
+  SQLSMALLINT sqlType;
+  CsvValue::Kind kind;
+  SQLULEN size;
+};
+
+const TypeInfo kTypes[] = {
+    {"CHAR", SQL_CHAR, CsvValue::kText, 1},          {"VARCHAR", SQL_VARCHAR, CsvValue::kText, 255},
+    {"LONGVARCHAR", SQL_LONGVARCHAR, CsvValue::kText, 65535},
+    {"TINYINT", SQL_TINYINT, CsvValue::kInteger, 3}, {"SMALLINT", SQL_SMALLINT, CsvValue::kInteger, 5},
+    {"INTEGER", SQL_INTEGER, CsvValue::kInteger, 10}, {"INT", SQL_INTEGER, CsvValue::kInteger, 10},
+    {"BIGINT", SQL_BIGINT, CsvValue::kInteger, 19},  {"REAL", SQL_REAL, CsvValue::kReal, 7},
+    {"FLOAT", SQL_FLOAT, CsvValue::kReal, 15},       {"DOUBLE", SQL_DOUBLE, CsvValue::kReal, 15},
+    {"NUMERIC", SQL_NUMERIC, CsvValue::kReal, 15},   {"DECIMAL", SQL_DECIMAL, CsvValue::kReal, 15},
+    {"DATE", SQL_TYPE_DATE, CsvValue::kText, 10},    {"TIME", SQL_TYPE_TIME, CsvValue::kText, 8},
+    {"TIMESTAMP", SQL_TYPE_TIMESTAMP, CsvValue::kText, 26}};
+
+// One record: its fields, which were NULL, and the line it starts on.
+struct Record {
+  std::vector<std::string> fields;
+  std::vector<bool> nulls;
+  long line = 0;
+};
+
+// RFC 4180 records over the whole text of a file. A record ends at LF or
+// CRLF outside quotes; a quote inside an unquoted field, text after a
+// closing quote and an unclosed quoted field are errors.
+class RecordReader {
+ public:
+  explicit RecordReader(std::string text) : text_(std::move(text)) {}
+
+  // False at the end of the text; on a malformed record *error names why.
+  bool next(Record& record, const char** error) {
+    *error = nullptr;
+    if (at_ >= text_.size()) return false;
+    record.fields.clear();
+    record.nulls.clear();
+    record.line = line_;
+    for (;;) {
+      std::string field;
+      bool quoted = text_[at_] == '"';
+      if (!(quoted ? readQuoted(field, error) : readPlain(field, error))) return true;
+      record.fields.push_back(field);
+      record.nulls.push_back(!quoted && field == "\\N");
+      if (at_ >= text_.size()) return true;
+      char c = text_[at_++];
+      if (c == ',') continue;
+      if (c == '\r' && at_ < text_.size() && text_[at_] == '\n') ++at_;
+      ++line_;
+      return true;
+    }
+  }
+
+ private:
+  bool atRecordEnd() const {
+    return text_[at_] == '\n' || (text_[at_] == '\r' && at_ + 1 < text_.size() && text_[at_ + 1] == '\n');
+  }
+  bool readPlain(std::string& field, const char** error) {
+    for (; at_ < text_.size() && text_[at_] != ',' && !atRecordEnd(); ++at_) {
+      if (text_[at_] == '"') return fail(error, "a quote inside an unquoted field");
+      field += text_[at_];
+    }
+    return true;
+  }
+  bool readQuoted(std::string& field, const char** error) {
+    for (++at_; at_ < text_.size(); ++at_) {
+      if (text_[at_] == '\n') ++line_;
+      if (text_[at_] != '"') {
+        field += text_[at_];
+      } else if (at_ + 1 < text_.size() && text_[at_ + 1] == '"') {
+        field += '"';
+        ++at_;
+      } else {
+        ++at_;
+        if (at_ < text_.size() && text_[at_] != ',' && !atRecordEnd())
+          return fail(error, "text after a closing quote");
+        return true;
+      }
+    }
+    return fail(error, "a quoted field is not closed");
+  }
+  bool fail(const char** error, const char* what) {
+    *error = what;
+    return false;
+  }
+
+  std::string text_;
+  size_t at_ = 0;
+  long line_ = 1;
+};
+
+void badHeader(const std::string& path, const char* reason) {
+  csvError(kErrCsvBadHeader, "HY000") << path.c_str() << reason;
+}
+
+// Reads one header cell "NAME TYPE[(n[,s])] [NULL] [UNSIGNED]".
+bool parseHeaderCell(const std::string& cell, const std::string& path, CsvColumn& column) {
+  std::istringstream words(cell);
+  std::string type, word;
+  if (!(words >> column.name >> type)) {
+    badHeader(path, "a cell lacks a name or a type");
+    return false;
+  }
+  size_t open = type.find('(');
+  if (open != std::string::npos) {
+    char* end = nullptr;
+    unsigned long size = strtoul(type.c_str() + open + 1, &end, 10);
+    if (*end == ',') column.scale = SQLSMALLINT(strtoul(end + 1, &end, 10));
+    if (*end != ')' || end[1] != '\0' || size == 0) {
+      badHeader(path, "a size is not a positive number in parentheses");
+      return false;
+    }
+    column.size = size;
+    type.resize(open);
+  }
+  const TypeInfo* info = nullptr;
+  for (const TypeInfo& t : kTypes)
+    if (strcasecmp(t.name, type.c_str()) == 0) info = &t;
+  if (!info) {
+    badHeader(path, "a column has an unknown type");
+    return false;
+  }
+  column.typeName = info->name;
+  column.sqlType = info->sqlType;
+  column.kind = info->kind;
+  if (column.size == 0 || column.kind != CsvValue::kText) column.size = info->size;
+  while (words >> word) {
+    if (strcasecmp(word.c_str(), "NULL") == 0) {
+      column.nullable = true;
+    } else if (strcasecmp(word.c_str(), "UNSIGNED") != 0) {
+      badHeader(path, "a cell has a word other than NULL or UNSIGNED after its type");
+      return false;
+    }
+  }
+  return true;
+}
+
+bool readWholeFile(const std::string& path, std::string& text) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return false;
+  std::ostringstream all;
+  all << in.rdbuf();
+  text = all.str();
+  return true;
+}
+
+}  // namespace
+
+VxError& csvError(uint16_t number, const char* sqlstate) {
+  VxError& error = addError(number);
+  if (!error.isStatic()) error.setInterfaceCode(sqlstate);
+  return error;
+}
+
+std::string CsvValue::toText() const {
+  switch (kind) {
+    case kInteger: return std::to_string(integer);
+    case kReal: {
+      char buffer[32];
+      snprintf(buffer, sizeof buffer, "%.15g", real);
+      return buffer;
+    }
+    case kText: return text;
+    case kNull: break;
+  }
+  return std::string();
+}
+
+int CsvTable::findColumn(const std::string& name) const {
+  for (size_t i = 0; i < columns.size(); ++i)
+    if (strcasecmp(columns[i].name.c_str(), name.c_str()) == 0) return int(i);
+  return -1;
+}
+
+bool csvConvertText(const std::string& text, CsvValue::Kind kind, CsvValue& out) {
+  out = CsvValue();
+  out.kind = kind;
+  if (kind == CsvValue::kText) {
+    out.text = text;
+    return true;
+  }
+  if (text.empty()) return false;
+  char* end = nullptr;
+  errno = 0;
+  if (kind == CsvValue::kInteger) {
+    out.integer = strtoll(text.c_str(), &end, 10);
+  } else {
+    out.real = strtod(text.c_str(), &end);
+    if (!std::isfinite(out.real)) return false;
+  }
+  return errno == 0 && *end == '\0';
+}
+
+bool csvLoadTable(const std::string& directory, const std::string& name, CsvTable& table, std::string* pathOut) {
+  table = CsvTable();
+  std::string path = directory + "/" + name + ".csv";
+  std::string text;
+  // A name with a slash would reach outside the data source's directory.
+  bool readable = name.find('/') == std::string::npos && readWholeFile(path, text);
+  if (!readable) {
+    std::string lower = name;
+    for (char& c : lower) c = char(tolower(static_cast<unsigned char>(c)));
+    path = directory + "/" + lower + ".csv";
+    if (name.find('/') != std::string::npos || !readWholeFile(path, text)) {
+      csvError(kErrCsvTableNotFound, "42S02") << name.c_str();
+      return false;
+    }
+  }
+  if (pathOut) *pathOut = path;
+  return csvParseTable(std::move(text), path, table);
+}
+
+bool csvParseTable(std::string text, const std::string& path, CsvTable& table) {
+  table = CsvTable();
+  RecordReader reader(std::move(text));
+  Record record;
+  const char* error = nullptr;
+  if (!reader.next(record, &error) || error) {
+    badHeader(path, error ? error : "the file is empty");
+    return false;
+  }
+  for (const std::string& cell : record.fields) {
+    CsvColumn column;
+    if (!parseHeaderCell(cell, path, column)) return false;
+    table.columns.push_back(column);
+  }
+  while (reader.next(record, &error)) {
+    const char* reason = error;
+    if (!reason && record.fields.size() != table.columns.size()) reason = "the number of fields differs from the header";
+    if (reason) {
+      csvError(kErrCsvBadRecord, "HY000") << int64_t(record.line) << path.c_str() << reason;
+      table = CsvTable();
+      return false;
+    }
+    std::vector<CsvValue> row(table.columns.size());
+    for (size_t i = 0; i < row.size(); ++i) {
+      const CsvColumn& column = table.columns[i];
+      bool fits = record.nulls[i] ? column.nullable : csvConvertText(record.fields[i], column.kind, row[i]);
+      if (record.nulls[i]) row[i] = CsvValue();
+      if (!fits) {
+        csvError(kErrCsvBadValue, "22018") << record.fields[i].c_str() << int64_t(record.line) << path.c_str()
+                                           << column.name.c_str();
+        table = CsvTable();
+        return false;
+      }
+    }
+    table.rows.push_back(std::move(row));
+  }
+  return true;
+}

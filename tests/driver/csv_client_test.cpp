@@ -1,0 +1,284 @@
+// The CSV driver through the driver manager (libodbc), as an application
+// uses it. Random tables are checked against a model computed here.
+#include <sql.h>
+#include <sqlext.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string env(const char* name) {
+  const char* value = getenv(name);
+  return value ? value : "";
+}
+
+// A fresh directory for tables, with the driver manager's configuration
+// pointing at the driver and a data source "csvtest" over the directory.
+class Client : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/vxcsv-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    dir_ = pattern;
+    std::ofstream(dir_ + "/odbcinst.ini") << "[VXCSV]\nDriver = " << env("VXCSV_DRIVER") << "\n";
+    std::ofstream(dir_ + "/odbc.ini") << "[csvtest]\nDriver = VXCSV\nDirectory = " << dir_ << "\n";
+    setenv("ODBCSYSINI", dir_.c_str(), 1);
+    setenv("ODBCINSTINI", "odbcinst.ini", 1);
+    setenv("ODBCINI", (dir_ + "/odbc.ini").c_str(), 1);
+    ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env_), SQL_SUCCESS);
+    SQLSetEnvAttr(env_, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+    ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_DBC, env_, &dbc_), SQL_SUCCESS);
+  }
+  void TearDown() override {
+    if (stmt_) SQLFreeHandle(SQL_HANDLE_STMT, stmt_);
+    SQLDisconnect(dbc_);
+    SQLFreeHandle(SQL_HANDLE_DBC, dbc_);
+    SQLFreeHandle(SQL_HANDLE_ENV, env_);
+    EXPECT_EQ(system(("rm -rf " + dir_).c_str()), 0);
+  }
+  void connect() {
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLConnect(dbc_, (SQLCHAR*)"csvtest", SQL_NTS, nullptr, 0, nullptr, 0)));
+    ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_STMT, dbc_, &stmt_), SQL_SUCCESS);
+  }
+  SQLRETURN exec(const std::string& sql) { return SQLExecDirect(stmt_, (SQLCHAR*)sql.c_str(), SQL_NTS); }
+  // The first diagnostic record of the statement: "SQLSTATE text".
+  std::string diagnostic() {
+    SQLCHAR state[6] = {0}, text[512] = {0};
+    SQLINTEGER native = 0;
+    SQLSMALLINT length = 0;
+    if (SQLGetDiagRec(SQL_HANDLE_STMT, stmt_, 1, state, &native, text, sizeof text, &length) != SQL_SUCCESS)
+      return "none";
+    return std::string((char*)state) + " " + (char*)text;
+  }
+  void write(const std::string& name, const std::string& text) { std::ofstream(dir_ + "/" + name) << text; }
+  std::string read(const std::string& name) {
+    std::ifstream in(dir_ + "/" + name);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  }
+
+  std::string dir_;
+  SQLHENV env_ = SQL_NULL_HENV;
+  SQLHDBC dbc_ = SQL_NULL_HDBC;
+  SQLHSTMT stmt_ = SQL_NULL_HSTMT;
+};
+
+struct Row {
+  int a;
+  bool bNull;
+  std::string b;
+};
+
+TEST_F(Client, RandomTablesAgreeWithModel) {
+  const unsigned seed = 20261123;
+  std::mt19937 rng(seed);
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  const std::string alphabet = "ab,\"\n x";
+  connect();
+  for (int round = 0; round < 20; ++round) {
+    std::vector<Row> rows(rng() % 40);
+    std::string csv = "a INTEGER,b VARCHAR(40) NULL\n";
+    for (Row& r : rows) {
+      r.a = int(rng() % 21) - 10;
+      r.bNull = rng() % 5 == 0;
+      for (unsigned n = rng() % 6; n > 0; --n) r.b += alphabet[rng() % alphabet.size()];
+      std::string quoted = "\"";
+      for (char c : r.b) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+      csv += std::to_string(r.a) + "," + (r.bNull ? "\\N" : quoted + "\"") + "\n";
+    }
+    write("t.csv", csv);
+    int k = int(rng() % 21) - 10;
+    std::string sql = "SELECT b, a FROM t WHERE a < " + std::to_string(k) +
+                      " AND NOT b LIKE '%x%' OR b IS NULL ORDER BY a DESC";
+    SCOPED_TRACE(sql + " over\n" + csv);
+    std::vector<Row> expected;
+    for (const Row& r : rows)
+      if (r.bNull || (r.a < k && r.b.find('x') == std::string::npos)) expected.push_back(r);
+    std::stable_sort(expected.begin(), expected.end(), [](const Row& x, const Row& y) { return x.a > y.a; });
+    ASSERT_EQ(exec(sql), SQL_SUCCESS) << diagnostic();
+    SQLLEN count = -2;
+    SQLRowCount(stmt_, &count);
+    EXPECT_EQ(count, SQLLEN(expected.size()));
+    // Column 2 bound, column 1 read with SQLGetData in pieces of 3 bytes.
+    SQLINTEGER a = 0;
+    SQLLEN aInd = 0;
+    SQLBindCol(stmt_, 2, SQL_C_SLONG, &a, 0, &aInd);
+    for (const Row& want : expected) {
+      ASSERT_EQ(SQLFetch(stmt_), SQL_SUCCESS);
+      EXPECT_EQ(a, want.a);
+      std::string got;
+      char piece[4];
+      SQLLEN ind = 0;
+      SQLRETURN rc;
+      while ((rc = SQLGetData(stmt_, 1, SQL_C_CHAR, piece, sizeof piece, &ind)) != SQL_NO_DATA) {
+        ASSERT_TRUE(SQL_SUCCEEDED(rc));
+        if (ind == SQL_NULL_DATA) break;
+        got += piece;
+      }
+      EXPECT_EQ(ind == SQL_NULL_DATA, want.bNull);
+      if (!want.bNull) {
+        EXPECT_EQ(got, want.b);
+      }
+    }
+    EXPECT_EQ(SQLFetch(stmt_), SQL_NO_DATA);
+    SQLFreeStmt(stmt_, SQL_UNBIND);
+    SQLFreeStmt(stmt_, SQL_CLOSE);
+  }
+}
+
+// Rows inserted with awkward texts, NULLs and reals read back as inserted.
+TEST_F(Client, InsertedRowsReadBack) {
+  const unsigned seed = 4242;
+  std::mt19937 rng(seed);
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  const std::string alphabet = "a,'\"\n\\N ";
+  write("t.csv", "a INTEGER,b VARCHAR(20) NULL,c DOUBLE NULL\n");
+  connect();
+  std::vector<std::string> expected;
+  for (int i = 0; i < 50; ++i) {
+    std::string b, literal;
+    for (unsigned n = rng() % 6; n > 0; --n) b += alphabet[rng() % alphabet.size()];
+    for (char ch : b) literal += ch == '\'' ? std::string("''") : std::string(1, ch);
+    bool bNull = rng() % 4 == 0;
+    double c = double(int(rng() % 2001) - 1000) / 8;
+    std::string sql = "INSERT INTO t (c, a, b) VALUES (" + std::to_string(c) + ", " + std::to_string(i) + ", " +
+                      (bNull ? "NULL" : "'" + literal + "'") + ")";
+    ASSERT_EQ(exec(sql), SQL_SUCCESS) << sql << " " << diagnostic();
+    SQLLEN count = 0;
+    SQLRowCount(stmt_, &count);
+    EXPECT_EQ(count, 1);
+    char cText[32];
+    snprintf(cText, sizeof cText, "%.15g", c);
+    expected.push_back(std::to_string(i) + "|" + (bNull ? "NULL" : b) + "|" + cText);
+  }
+  ASSERT_EQ(exec("SELECT a, b, c FROM t"), SQL_SUCCESS) << diagnostic();
+  for (const std::string& want : expected) {
+    ASSERT_EQ(SQLFetch(stmt_), SQL_SUCCESS);
+    std::string got;
+    for (SQLUSMALLINT col = 1; col <= 3; ++col) {
+      char text[64];
+      SQLLEN ind = 0;
+      ASSERT_EQ(SQLGetData(stmt_, col, SQL_C_CHAR, text, sizeof text, &ind), SQL_SUCCESS);
+      got += (col > 1 ? "|" : "") + (ind == SQL_NULL_DATA ? std::string("NULL") : std::string(text));
+    }
+    EXPECT_EQ(got, want);
+  }
+  EXPECT_EQ(SQLFetch(stmt_), SQL_NO_DATA);
+}
+
+TEST_F(Client, DriverConnectCompletesTheStringAndPreparedStatementsRun) {
+  write("n.csv", "x DOUBLE NULL,y VARCHAR(5)\n1.5,p\n\\N,q\n");
+  std::string in = "DRIVER={" + env("VXCSV_DRIVER") + "};DIRECTORY=" + dir_;
+  SQLCHAR out[1024];
+  SQLSMALLINT outLength = 0;
+  ASSERT_TRUE(SQL_SUCCEEDED(SQLDriverConnect(dbc_, nullptr, (SQLCHAR*)in.c_str(), SQL_NTS, out, sizeof out,
+                                             &outLength, SQL_DRIVER_NOPROMPT)));
+  EXPECT_NE(std::string((char*)out).find("DIRECTORY=" + dir_), std::string::npos) << out;
+  ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_STMT, dbc_, &stmt_), SQL_SUCCESS);
+  ASSERT_EQ(SQLPrepare(stmt_, (SQLCHAR*)"SELECT x, y FROM n WHERE x IS NULL OR x > 1", SQL_NTS), SQL_SUCCESS);
+  for (int run = 0; run < 2; ++run) {
+    ASSERT_EQ(SQLExecute(stmt_), SQL_SUCCESS) << diagnostic();
+    SQLSMALLINT columns = 0, type = 0, nullable = 0;
+    SQLNumResultCols(stmt_, &columns);
+    EXPECT_EQ(columns, 2);
+    SQLCHAR name[16];
+    SQLDescribeCol(stmt_, 1, name, sizeof name, nullptr, &type, nullptr, nullptr, &nullable);
+    EXPECT_EQ(std::string((char*)name) + std::to_string(type) + std::to_string(nullable), "x" + std::to_string(SQL_DOUBLE) + "1");
+    double x = 0;
+    SQLLEN ind = 0;
+    ASSERT_EQ(SQLFetch(stmt_), SQL_SUCCESS);
+    ASSERT_EQ(SQLGetData(stmt_, 1, SQL_C_DOUBLE, &x, 0, &ind), SQL_SUCCESS);
+    EXPECT_EQ(x, 1.5);
+    ASSERT_EQ(SQLFetch(stmt_), SQL_SUCCESS);
+    ASSERT_EQ(SQLGetData(stmt_, 1, SQL_C_DOUBLE, &x, 0, &ind), SQL_SUCCESS);
+    EXPECT_EQ(ind, SQL_NULL_DATA);
+    EXPECT_EQ(SQLFetch(stmt_), SQL_NO_DATA);
+    SQLCloseCursor(stmt_);
+  }
+  // Parameters: a NULL and a text with a quote and a comma go in, and are
+  // found again through a marker.
+  char text[16] = "it's, \"so\"";
+  SQLLEN nullInd = SQL_NULL_DATA, textInd = SQL_NTS;
+  double unused = 0;
+  ASSERT_EQ(SQLPrepare(stmt_, (SQLCHAR*)"INSERT INTO n VALUES (?, ?)", SQL_NTS), SQL_SUCCESS);
+  SQLBindParameter(stmt_, 1, SQL_PARAM_INPUT, SQL_C_DOUBLE, SQL_DOUBLE, 0, 0, &unused, 0, &nullInd);
+  SQLBindParameter(stmt_, 2, SQL_PARAM_INPUT, SQL_C_CHAR, SQL_VARCHAR, 5, 0, text, 0, &textInd);
+  ASSERT_EQ(SQLExecute(stmt_), SQL_SUCCESS) << diagnostic();
+  SQLFreeStmt(stmt_, SQL_RESET_PARAMS);
+  SQLINTEGER limit = 1;
+  ASSERT_EQ(SQLPrepare(stmt_, (SQLCHAR*)"SELECT y FROM n WHERE x IS NULL AND y IN ('q', ?) LIMIT ?", SQL_NTS), SQL_SUCCESS);
+  SQLBindParameter(stmt_, 1, SQL_PARAM_INPUT, SQL_C_CHAR, SQL_VARCHAR, 5, 0, text, 0, &textInd);
+  SQLBindParameter(stmt_, 2, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &limit, 0, nullptr);
+  ASSERT_EQ(SQLExecute(stmt_), SQL_ERROR);  // LIMIT takes a number, not a marker
+  EXPECT_EQ(diagnostic().substr(0, 5), "42000");
+  ASSERT_EQ(SQLPrepare(stmt_, (SQLCHAR*)"SELECT y FROM n WHERE x IS NULL AND y IN ('q', ?)", SQL_NTS), SQL_SUCCESS);
+  ASSERT_EQ(SQLExecute(stmt_), SQL_SUCCESS) << diagnostic();
+  std::string found;
+  char y[32];
+  SQLLEN yInd = 0;
+  while (SQLFetch(stmt_) == SQL_SUCCESS && SQLGetData(stmt_, 1, SQL_C_CHAR, y, sizeof y, &yInd) == SQL_SUCCESS)
+    found += std::string(y) + ";";
+  EXPECT_EQ(found, "q;it's, \"so\";");
+}
+
+// Every failure comes back as a diagnostic with its SQLSTATE and text, and
+// the statement stays usable.
+TEST_F(Client, FailuresGiveTheirDiagnostics) {
+  write("t.csv", "a INTEGER,b VARCHAR(3)\n1,x\n");
+  write("quote.csv", "a INTEGER\n1\n2\"x\n");
+  write("fields.csv", "a INTEGER,b CHAR\n1,x\n2\n");
+  write("value.csv", "a INTEGER\n1\nzwei\n");
+  write("notnull.csv", "a INTEGER\n\\N\n");
+  write("header.csv", "a WHATEVER\n1\n");
+  connect();
+  const struct {
+    const char* sql;
+    const char* diagnostic;
+  } cases[] = {
+      {"SELECT FROM t", "42000 [vxlib][CSV]Syntax error at \"FROM\"; expected *, identifier, quoted name."},
+      {"SELECT a FROM t WHERE", "42000 [vxlib][CSV]Syntax error at end of statement;"},
+      {"SELECT a FROM t ORDER a", "42000 [vxlib][CSV]Syntax error at \"a\"; expected BY."},
+      {"SELECT a FROM nosuch", "42S02 [vxlib][CSV]The table nosuch was not found."},
+      {"SELECT a FROM \"../t\"", "42S02 [vxlib][CSV]The table ../t was not found."},
+      {"SELECT c FROM t", "42S22 [vxlib][CSV]The column c was not found."},
+      {"SELECT a FROM t WHERE zz = 1", "42S22 [vxlib][CSV]The column zz was not found."},
+      {"SELECT a FROM t WHERE b > 1", "22018 [vxlib][CSV]The values x and 1 cannot be compared."},
+      {"SELECT a FROM quote", "HY000 [vxlib][CSV]Line 3 of "},
+      {"SELECT a FROM fields", "HY000 [vxlib][CSV]Line 3 of "},
+      {"SELECT a FROM value", "22018 [vxlib][CSV]The value zwei on line 3 of "},
+      {"SELECT a FROM notnull", "22018 [vxlib][CSV]The value \\N on line 2 of "},
+      {"SELECT a FROM header", "HY000 [vxlib][CSV]The header of "},
+      {"INSERT INTO t VALUES (1)", "21S01 [vxlib][CSV]The number of values does not match"},
+      {"INSERT INTO t (a) VALUES (2)", "23000 [vxlib][CSV]The column b does not accept NULL."},
+      {"INSERT INTO t VALUES (NULL, 'y')", "23000 [vxlib][CSV]The column a does not accept NULL."},
+      {"INSERT INTO t VALUES (1.5, 'y')", "22018 [vxlib][CSV]The value 1.5 does not fit the column a."},
+      {"INSERT INTO t VALUES (-'z', 'y')", "22018 [vxlib][CSV]The values z and 0 cannot be compared."},
+      {"INSERT INTO t VALUES (a, 'y')", "42S22 [vxlib][CSV]The column a was not found."},
+      {"INSERT INTO t (a, zz) VALUES (1, 'y')", "42S22 [vxlib][CSV]The column zz was not found."},
+      {"SELECT a FROM t WHERE a = ? OR b = ?", "07002 [vxlib][CSV]Parameter 1 has no value bound."},
+      {"INSERT INTO value VALUES (3)", "22018 [vxlib][CSV]The value zwei on line 3 of "},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.sql);
+    EXPECT_EQ(exec(c.sql), SQL_ERROR);
+    std::string got = diagnostic();
+    EXPECT_EQ(got.substr(0, strlen(c.diagnostic)), c.diagnostic) << got;
+    ASSERT_EQ(exec("SELECT a FROM t WHERE a = 1"), SQL_SUCCESS) << diagnostic();
+    EXPECT_EQ(SQLFetch(stmt_), SQL_SUCCESS);
+    SQLFreeStmt(stmt_, SQL_CLOSE);
+  }
+  // Nothing was lost from or added to the files.
+  EXPECT_EQ(read("t.csv"), "a INTEGER,b VARCHAR(3)\n1,x\n");
+  EXPECT_EQ(read("value.csv"), "a INTEGER\n1\nzwei\n");
+}
+
+}  // namespace
