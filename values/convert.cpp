@@ -194,7 +194,20 @@ namespace {
 //     cannot pass it, so the check starts at the 20th.
 //  3. Skip trailing white space; anything else left is 2702.
 // Deliberate: a text with no digits at all (empty, blanks, "+") is 0.
+//
+// Most texts are nothing but up to 19 digits. They are read first in one
+// loop that stops at the first non-digit; when that is the NUL the value is
+// complete (it cannot overflow), otherwise the steps above start over.
 unsigned parseUnsigned(const char* text, VXSIZE_T* target) {
+  VXSIZE_T quick = 0;
+  int length = 0;
+  for (unsigned digit; length < 19 && (digit = unsigned(uint8_t(text[length])) - '0') <= 9; ++length)
+    quick = quick * 10 + digit;
+  if (text[length] == '\0') {
+    *target = quick;
+    return 0;
+  }
+
   const char* p = skipWhiteSpace(text);
   while (*p == '+') p = skipWhiteSpace(p + 1);
   const char* number = p;
