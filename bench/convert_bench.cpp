@@ -12,6 +12,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <random>
 #include <string>
@@ -152,6 +153,39 @@ void registerCases(const char* length, bool shortNumbers) {
   });
 }
 
+// True when vxlib and the C++ library read every text of every data set
+// as the same value and write every value as the same text.
+bool sidesAgree() {
+  for (bool shortNumbers : {false, true}) {
+    for (bool withSign : {false, true}) {
+      const Data& d = data(shortNumbers, withSign);
+      for (size_t i = 0; i < d.texts.size(); ++i) {
+        const std::string& t = d.texts[i];
+        char vxText[32], stdText[32];
+        if (withSign) {
+          VXSSIZE_T vx = 0;
+          int64_t peer = 0;
+          if (convert(t.c_str(), &vx) != 0) return false;
+          std::from_chars(t.data(), t.data() + t.size(), peer);
+          if (vx != peer) return false;
+          convert(vxText, VXSSIZE_T(d.values[i]));
+          *std::to_chars(stdText, stdText + 31, int64_t(d.values[i])).ptr = '\0';
+        } else {
+          VXSIZE_T vx = 0;
+          uint64_t peer = 0;
+          if (convert(t.c_str(), &vx) != 0) return false;
+          std::from_chars(t.data(), t.data() + t.size(), peer);
+          if (vx != peer) return false;
+          convert(vxText, VXSIZE_T(d.values[i]));
+          *std::to_chars(stdText, stdText + 31, d.values[i]).ptr = '\0';
+        }
+        if (strcmp(vxText, stdText) != 0) return false;
+      }
+    }
+  }
+  return true;
+}
+
 // For every case, the time of ".../vx" divided by the time of each peer of
 // the same case, cases and peers in name order.
 void printRatios(const RunTimes& times) {
@@ -174,6 +208,10 @@ void printRatios(const RunTimes& times) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (!sidesAgree()) {
+    fprintf(stderr, "convert and from_chars/to_chars disagree on the inputs\n");
+    return 1;
+  }
   registerCases("all_lengths", false);
   registerCases("short", true);
   runAndPrint(&argc, argv, RunTimes::kCpuTime, printRatios);

@@ -117,7 +117,7 @@ int main(int argc, char** argv) {
   registerPair("compare", compareVx, compareLibc);
   registerPair("equal", equalVx, equalLibc);
   registerPair("zero", zeroVx, zeroLibc);
-  runAndPrint(&argc, argv, RunTimes::kRealTime,
+  runAndPrint(&argc, argv, RunTimes::kCpuTime,
               [](const RunTimes& times) { printPeerRatios(times, "libc"); });
   return 0;
 }

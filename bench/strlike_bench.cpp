@@ -2,9 +2,13 @@
 // patterns: case-insensitive, escape \, trailing blanks significant (the
 // settings under which both define the same matches). Each workload is a
 // fixed set of text/pattern pairs; one iteration matches all of them.
-// After the usual table it prints, per workload, vxlib's time divided by
-// SQLite's (below 1 means vxlib is faster).
+// The same strLike is also called through libvx.so, found with dlsym as a
+// driver that loads the library would call it, to show what the dynamic
+// call costs over the static library's. After the usual table it prints,
+// per workload, vxlib's time divided by SQLite's (below 1 means vxlib is
+// faster) and the shared library's time divided by the static one's.
 #include <benchmark/benchmark.h>
+#include <dlfcn.h>
 #include <sqlite3.h>
 
 #include <clocale>
@@ -78,17 +82,31 @@ int likeVx(const std::vector<Pair>& pairs) {
   return matches;
 }
 
+// The counted strLike as libvx.so exports it (its mangled C++ name).
+using StrLike = bool (*)(const char*, VXSIZE_T, const char*, VXSIZE_T, char, char, char, int16_t, int16_t,
+                         vxCPType);
+StrLike sharedStrLike = nullptr;
+
+int likeShared(const std::vector<Pair>& pairs) {
+  int matches = 0;
+  for (const Pair& p : pairs) {
+    matches += sharedStrLike(p.text.data(), p.text.size(), p.pattern.data(), p.pattern.size(), '%', '_',
+                             '\\', 0, 1, VX_CP_LOCALE);
+  }
+  return matches;
+}
+
 int likeSqlite(const std::vector<Pair>& pairs) {
   int matches = 0;
   for (const Pair& p : pairs) matches += sqlite3_strlike(p.pattern.c_str(), p.text.c_str(), '\\') == 0;
   return matches;
 }
 
-void runSide(benchmark::State& state, const std::string& workload, bool vx) {
+void runSide(benchmark::State& state, const std::string& workload, int (*like)(const std::vector<Pair>&)) {
   const std::vector<Pair>& pairs = workloads().at(workload);
   int matches = 0;
   for (auto _ : state) {
-    matches = vx ? likeVx(pairs) : likeSqlite(pairs);
+    matches = like(pairs);
     benchmark::DoNotOptimize(matches);
   }
   state.counters["matches"] = matches;
@@ -98,13 +116,15 @@ void runSide(benchmark::State& state, const std::string& workload, bool vx) {
 // Per workload, the time per pair of each side and vxlib's divided by
 // SQLite's.
 void printRatios(const RunTimes& times) {
-  printf("\n%-16s %14s %14s %10s\n", "workload", "vx ns/pair", "sqlite ns/pair", "vx/sqlite");
+  printf("\n%-16s %14s %14s %10s %14s %12s\n", "workload", "vx ns/pair", "sqlite ns/pair", "vx/sqlite",
+         "libvx.so ns", "so/static");
   for (const auto& entry : workloads()) {
-    const std::string vxName = "like/" + entry.first + "/vx", sqliteName = "like/" + entry.first + "/sqlite";
-    if (!times.has(vxName) || !times.has(sqliteName)) continue;
+    const std::string prefix = "like/" + entry.first;
+    const std::string vxName = prefix + "/vx", sqliteName = prefix + "/sqlite", soName = prefix + "/vx-so";
+    if (!times.has(vxName) || !times.has(sqliteName) || !times.has(soName)) continue;
     double n = double(entry.second.size());
-    double vx = times.at(vxName) / n, sq = times.at(sqliteName) / n;
-    printf("%-16s %14.1f %14.1f %10.2f\n", entry.first.c_str(), vx, sq, vx / sq);
+    double vx = times.at(vxName) / n, sq = times.at(sqliteName) / n, so = times.at(soName) / n;
+    printf("%-16s %14.1f %14.1f %10.2f %14.1f %12.2f\n", entry.first.c_str(), vx, sq, vx / sq, so, so / vx);
   }
 }
 
@@ -112,17 +132,28 @@ void printRatios(const RunTimes& times) {
 
 int main(int argc, char** argv) {
   setlocale(LC_ALL, "C");
+  void* library = dlopen(VX_SHARED_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+  if (library != nullptr) {
+    sharedStrLike = reinterpret_cast<StrLike>(dlsym(library, "_Z7strLikePKcmS0_mcccss8vxCPType"));
+  }
+  if (sharedStrLike == nullptr) {
+    fprintf(stderr, "cannot find strLike in %s: %s\n", VX_SHARED_LIBRARY, dlerror());
+    return 1;
+  }
   for (const auto& entry : workloads()) {
-    // The two must agree on every workload, or the comparison is void.
-    if (likeVx(entry.second) != likeSqlite(entry.second)) {
+    // All sides must agree on every workload, or the comparison is void.
+    int expected = likeSqlite(entry.second);
+    if (likeVx(entry.second) != expected || likeShared(entry.second) != expected) {
       fprintf(stderr, "strLike and sqlite3_strlike disagree on %s\n", entry.first.c_str());
       return 1;
     }
     const std::string name = entry.first;
     benchmark::RegisterBenchmark(("like/" + name + "/vx").c_str(),
-                                 [name](benchmark::State& s) { runSide(s, name, true); });
+                                 [name](benchmark::State& s) { runSide(s, name, likeVx); });
+    benchmark::RegisterBenchmark(("like/" + name + "/vx-so").c_str(),
+                                 [name](benchmark::State& s) { runSide(s, name, likeShared); });
     benchmark::RegisterBenchmark(("like/" + name + "/sqlite").c_str(),
-                                 [name](benchmark::State& s) { runSide(s, name, false); });
+                                 [name](benchmark::State& s) { runSide(s, name, likeSqlite); });
   }
   runAndPrint(&argc, argv, RunTimes::kCpuTime, printRatios);
   return 0;

@@ -15,6 +15,7 @@
 #define VX_FOUNDATION_BUT_H_
 
 #include <cstdint>
+#include <cstring>
 
 #include "foundation/vxexport.h"
 #include "foundation/vxtypes.h"
@@ -29,8 +30,19 @@ VX_EXPORT void BUTMEMCP(void* dst, const void* src, VXSIZE_T n);
 // Backward copy, last byte first: safe when dst overlaps src at a higher
 // address. Overlap gives exactly the result of a byte-by-byte downward copy.
 VX_EXPORT void BUTMMCPD(void* dst, const void* src, VXSIZE_T n);
-// Same as BUTMEMCP.
-VX_EXPORT void memCopy(void* dst, const void* src, VXSIZE_T n);
+// Same as BUTMEMCP. Inline so that short copies cost what libc's does:
+// when dst is below src or past the end of the source (the unsigned
+// difference dst - src is at least n), the upward byte loop and memmove
+// give the same bytes, so libc copies directly; only a destination that
+// overlaps above the source takes BUTMEMCP's repeating copy.
+VX_EXPORT inline void memCopy(void* dst, const void* src, VXSIZE_T n) {
+  if (n == 0) return;
+  if (reinterpret_cast<uintptr_t>(dst) - reinterpret_cast<uintptr_t>(src) >= n) {
+    memmove(dst, src, n);
+  } else {
+    BUTMEMCP(dst, src, n);
+  }
+}
 VX_EXPORT void memCopyHuge(void* dst, const void* src, VXSIZE_T n);
 // A forward copy, like memCopy. Deliberately no guard for a destination
 // that overlaps above the source: such callers use memCopyReverse.
@@ -49,8 +61,11 @@ VX_EXPORT void fastMemCopy(void* dst, const void* src, VXSIZE_T n);
 VX_EXPORT void BUTU8FIL(void* dst, uint8_t byte, VXSIZE_T n);
 VX_EXPORT void memFill(void* dst, uint8_t byte, VXSIZE_T n);
 VX_EXPORT void memFillHuge(void* dst, uint8_t byte, VXSIZE_T n);
-// Zero n bytes from p.
-VX_EXPORT void memZero(void* p, VXSIZE_T n);
+// Zero n bytes from p. Every store width leaves the same zero bytes, so
+// this is libc's memset, inline so that no second call layer is paid.
+VX_EXPORT inline void memZero(void* p, VXSIZE_T n) {
+  if (n != 0) memset(p, 0, n);
+}
 // Zero n four-byte units from p (n counts units, not bytes). p must be at
 // least 4-byte aligned.
 VX_EXPORT void memZero4Byte(void* p, VXSIZE_T n);
@@ -62,10 +77,20 @@ VX_EXPORT void memZero4Byte(void* p, VXSIZE_T n);
 // where a is greater, -1 where a is smaller, 0 when all n are equal.
 VX_EXPORT int BUTMMCMP(const void* a, const void* b, VXSIZE_T n);
 VX_EXPORT int memCompareHuge(const void* a, const void* b, VXSIZE_T n);
-// BUTMMCMP narrowed to 16 bits.
-VX_EXPORT int16_t memCompare(const void* a, const void* b, VXSIZE_T n);
-// True when the n bytes at a and b are equal.
-VX_EXPORT bool memEqual(const void* a, const void* b, VXSIZE_T n);
+// BUTMMCMP narrowed to 16 bits. Inline, so the sign of libc's memcmp is
+// taken where the call is made.
+VX_EXPORT inline int16_t memCompare(const void* a, const void* b, VXSIZE_T n) {
+  if (n == 0) return 0;
+  int c = memcmp(a, b, n);
+  return static_cast<int16_t>((c > 0) - (c < 0));
+}
+// True when the n bytes at a and b are equal. Whatever units the pointers'
+// alignment would allow, the answer is whether every byte matches; libc's
+// vector compare reaches it fastest at every alignment and never reads
+// past the n bytes.
+VX_EXPORT inline bool memEqual(const void* a, const void* b, VXSIZE_T n) {
+  return n == 0 || memcmp(a, b, n) == 0;
+}
 
 // ---------------------------------------------------------------------------
 // Swap

@@ -83,30 +83,6 @@ void fastMemCopy(void* dst, const void* src, VXSIZE_T n) {
   }
 }
 
-// Zeroing n bytes. Up to 6 bytes take a byte store and 2-byte stores.
-// Beyond that, stores of 1, 2 and 4 bytes bring the pointer to an
-// 8-byte boundary, 8-byte words cover the body and 4, 2 and 1 byte stores
-// the tail. The body is one memset: libc clears an aligned run of words
-// faster than a word loop and leaves the same bytes.
-void memZero(void* p, VXSIZE_T n) {
-  uint8_t* q = static_cast<uint8_t*>(p);
-  if (n <= 6) {
-    if (n & 1) *q++ = 0;
-    for (VXSIZE_T k = 0; k < n / 2; ++k) zeroUnit<uint16_t>(q + 2 * k);
-    return;
-  }
-  uintptr_t a = reinterpret_cast<uintptr_t>(q);
-  if (a & 1) *q++ = 0, --n;
-  if (reinterpret_cast<uintptr_t>(q) & 2) zeroUnit<uint16_t>(q), q += 2, n -= 2;
-  if (reinterpret_cast<uintptr_t>(q) & 4) zeroUnit<uint32_t>(q), q += 4, n -= 4;
-  VXSIZE_T body = n & ~VXSIZE_T(7);
-  memset(q, 0, body);
-  q += body;
-  if (n & 4) zeroUnit<uint32_t>(q), q += 4;
-  if (n & 2) zeroUnit<uint16_t>(q), q += 2;
-  if (n & 1) *q = 0;
-}
-
 // n counts four-byte units: n/2 eight-byte stores plus one 4-byte store
 // for an odd n when p is 8-aligned, else n 4-byte stores.
 void memZero4Byte(void* p, VXSIZE_T n) {
@@ -118,11 +94,5 @@ void memZero4Byte(void* p, VXSIZE_T n) {
     for (VXSIZE_T k = 0; k < n; ++k) zeroUnit<uint32_t>(q + 4 * k);
   }
 }
-
-// Equality of n bytes. Whatever units the pointers' alignment would allow,
-// the answer is whether every byte matches; libc's vector compare reaches
-// it fastest at every alignment and never reads past the n bytes (a
-// 4-byte load for a 3-byte tail could run past the end of the area).
-bool memEqual(const void* a, const void* b, VXSIZE_T n) { return n == 0 || memcmp(a, b, n) == 0; }
 
 VXSIZE_T BUTSTLEN(const char* s) { return strlen(s); }

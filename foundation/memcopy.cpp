@@ -67,7 +67,13 @@ void BUTMMCPD(void* dst, const void* src, VXSIZE_T n) {
   backwardCopy(static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src), n);
 }
 
-void memCopy(void* dst, const void* src, VXSIZE_T n) { BUTMEMCP(dst, src, n); }
+// memCopy, memCompare, memEqual and memZero are inline in the header. Their
+// addresses are taken here so that the library still defines and exports
+// them for callers that link by name without the header.
+[[gnu::used]] void (*const kExportMemCopy)(void*, const void*, VXSIZE_T) = &memCopy;
+[[gnu::used]] int16_t (*const kExportMemCompare)(const void*, const void*, VXSIZE_T) = &memCompare;
+[[gnu::used]] bool (*const kExportMemEqual)(const void*, const void*, VXSIZE_T) = &memEqual;
+[[gnu::used]] void (*const kExportMemZero)(void*, VXSIZE_T) = &memZero;
 
 void memCopyHuge(void* dst, const void* src, VXSIZE_T n) { BUTMEMCP(dst, src, n); }
 
@@ -93,7 +99,3 @@ int BUTMMCMP(const void* a, const void* b, VXSIZE_T n) {
 }
 
 int memCompareHuge(const void* a, const void* b, VXSIZE_T n) { return BUTMMCMP(a, b, n); }
-
-int16_t memCompare(const void* a, const void* b, VXSIZE_T n) {
-  return static_cast<int16_t>(BUTMMCMP(a, b, n));
-}

@@ -185,6 +185,21 @@ uint16_t convert(char* buffer, uint16_t width, VXSSIZE_T value, bool leftJustify
 
 namespace {
 
+// Most texts are nothing but up to 19 digits. They are read in one loop
+// that stops at the first non-digit; when that is the NUL the value is
+// complete (19 digits cannot overflow) and stored, and the result is true.
+// Otherwise the result is false and the general rules below decide. An
+// empty text reads as 0, as those rules read it.
+inline bool readPlainDigits(const char* text, VXSIZE_T* target) {
+  VXSIZE_T value = 0;
+  int length = 0;
+  for (unsigned digit; length < 19 && (digit = unsigned(uint8_t(text[length])) - '0') <= 9; ++length)
+    value = value * 10 + digit;
+  if (text[length] != '\0') return false;
+  *target = value;
+  return true;
+}
+
 // Unsigned parsing, the base of every text-to-number form:
 //
 //  1. Skip any mix of white space and "+" signs ("+ +5" is 5).
@@ -213,6 +228,12 @@ unsigned parseUnsigned(const char* text, VXSIZE_T* target) {
   return 0;
 }
 
+// The unsigned rules, taking the plain-digits loop first: inline where it
+// is used, so the common case costs no call beyond the exported one.
+inline unsigned readUnsigned(const char* text, VXSIZE_T* target) {
+  return readPlainDigits(text, target) ? 0 : parseUnsigned(text, target);
+}
+
 // Signed 64-bit: white space, one optional "-", then the unsigned rules.
 // Only a negative text may reach 2^63 (the most negative value).
 unsigned parseSigned(const char* text, VXSSIZE_T* target) {
@@ -220,7 +241,7 @@ unsigned parseSigned(const char* text, VXSSIZE_T* target) {
   bool negative = *p == '-';
   if (negative) ++p;
   VXSIZE_T value;
-  if (parseUnsigned(p, &value)) return 1;
+  if (readUnsigned(p, &value)) return 1;
   const VXSIZE_T topBit = VXSIZE_T(1) << 63;
   if ((value & topBit) && !(negative && value == topBit)) return fail(kErrNumberOutOfRange, text);
   *target = negative ? VXSSIZE_T(0 - value) : VXSSIZE_T(value);
@@ -232,7 +253,7 @@ unsigned parseSigned(const char* text, VXSSIZE_T* target) {
 template <typename T>
 unsigned parseNarrowUnsigned(const char* text, T* target) {
   VXSIZE_T value;
-  if (parseUnsigned(text, &value)) return 1;
+  if (readUnsigned(text, &value)) return 1;
   if (value > std::numeric_limits<T>::max()) return fail(kErrNumberOutOfRange, text);
   *target = T(value);
   return 0;
@@ -254,7 +275,7 @@ unsigned parseNarrowSigned(const char* text, T* target) {
 
 // ---- Text to number ----------------------------------------------------
 
-unsigned convert(const char* text, VXSIZE_T* target) { return parseUnsigned(text, target); }
+unsigned convert(const char* text, VXSIZE_T* target) { return readUnsigned(text, target); }
 
 unsigned convert(const char* text, VXSSIZE_T* target) { return parseSigned(text, target); }
 
@@ -282,7 +303,7 @@ unsigned convert(const char* text, uint32_t* target) {
   const char* p = skipWhiteSpace(text);
   if (*p == '-') return fail(kErrInvalidCharacter, text);
   VXSIZE_T value;
-  if (parseUnsigned(p, &value)) return 1;
+  if (readUnsigned(p, &value)) return 1;
   if (value > UINT32_MAX) return fail(kErrNumberOutOfRange, text);
   if (target) *target = uint32_t(value);
   return 0;
