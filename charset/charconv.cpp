@@ -80,6 +80,7 @@ unsigned CharacterConverter::initialize(unsigned long capacity) {
   if (intCache == nullptr || strCache == nullptr || intCache->initialize(capacity) != 0 ||
       strCache->initialize(capacity) != 0) {
     releaseAll();
+    addError(kErrOutOfMemory);
     return 1;
   }
   return 0;
