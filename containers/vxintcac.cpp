@@ -6,23 +6,25 @@
 #include <cstdlib>
 #include <cstring>
 
-VxIntHandleCache::~VxIntHandleCache() {
+#include "foundation/ram_internal.h"
+
+VxIntHandleCache::~VxIntHandleCache() { releaseAll(); }
+
+void VxIntHandleCache::releaseAll() {
   for (VXSIZE_T i = 0; i < count; ++i) ucnv_close(handles[i]);
   free(keys);
   free(handles);
 }
 
 unsigned VxIntHandleCache::initialize(unsigned long n) {
-  int64_t* newKeys = static_cast<int64_t*>(calloc(n, sizeof(int64_t)));
-  UConverter** newHandles = static_cast<UConverter**>(calloc(n, sizeof(UConverter*)));
+  int64_t* newKeys = static_cast<int64_t*>(ramAllocZeroed(n * sizeof(int64_t)));
+  UConverter** newHandles = static_cast<UConverter**>(ramAllocZeroed(n * sizeof(UConverter*)));
   if (newKeys == nullptr || newHandles == nullptr) {
     free(newKeys);
     free(newHandles);
     return 1;
   }
-  for (VXSIZE_T i = 0; i < count; ++i) ucnv_close(handles[i]);
-  free(keys);
-  free(handles);
+  releaseAll();
   keys = newKeys;
   handles = newHandles;
   count = 0;
@@ -35,8 +37,8 @@ unsigned VxIntHandleCache::addAssoc(long key, UConverter* handle) {
     // Both new arrays are allocated before either old one is dropped, so a
     // failure leaves the cache as it was.
     VXSIZE_T grown = capacity * 2;
-    int64_t* newKeys = static_cast<int64_t*>(malloc(grown * sizeof(int64_t)));
-    UConverter** newHandles = static_cast<UConverter**>(malloc(grown * sizeof(UConverter*)));
+    int64_t* newKeys = static_cast<int64_t*>(ramAlloc(grown * sizeof(int64_t)));
+    UConverter** newHandles = static_cast<UConverter**>(ramAlloc(grown * sizeof(UConverter*)));
     if (grown == 0 || newKeys == nullptr || newHandles == nullptr) {
       free(newKeys);
       free(newHandles);

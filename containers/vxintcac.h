@@ -37,6 +37,9 @@ class VX_EXPORT VxIntHandleCache {
   VXSIZE_T getCapacity() const { return capacity; }
 
  private:
+  // Closes every converter, frees every key and the arrays themselves.
+  void releaseAll();
+
   VXSIZE_T count = 0;
   VXSIZE_T capacity = 0;
   int64_t* keys = nullptr;

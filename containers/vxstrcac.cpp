@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "foundation/ram_internal.h"
+
 namespace {
 
 // The three arrays of one capacity, allocated together or not at all.
@@ -16,9 +18,9 @@ struct StrCacheArrays {
 };
 
 bool allocateArrays(VXSIZE_T n, StrCacheArrays& out) {
-  out.keys = static_cast<unsigned char**>(calloc(n, sizeof(unsigned char*)));
-  out.keyLengths = static_cast<VXSIZE_T*>(calloc(n, sizeof(VXSIZE_T)));
-  out.handles = static_cast<UConverter**>(calloc(n, sizeof(UConverter*)));
+  out.keys = static_cast<unsigned char**>(ramAllocZeroed(n * sizeof(unsigned char*)));
+  out.keyLengths = static_cast<VXSIZE_T*>(ramAllocZeroed(n * sizeof(VXSIZE_T)));
+  out.handles = static_cast<UConverter**>(ramAllocZeroed(n * sizeof(UConverter*)));
   if (n != 0 && out.keys != nullptr && out.keyLengths != nullptr && out.handles != nullptr) {
     return true;
   }
@@ -30,7 +32,9 @@ bool allocateArrays(VXSIZE_T n, StrCacheArrays& out) {
 
 }  // namespace
 
-VxStrHandleCache::~VxStrHandleCache() {
+VxStrHandleCache::~VxStrHandleCache() { releaseAll(); }
+
+void VxStrHandleCache::releaseAll() {
   for (VXSIZE_T i = 0; i < count; ++i) {
     ucnv_close(handles[i]);
     free(keys[i]);
@@ -43,13 +47,7 @@ VxStrHandleCache::~VxStrHandleCache() {
 unsigned VxStrHandleCache::initialize(unsigned long n) {
   StrCacheArrays fresh;
   if (!allocateArrays(n, fresh)) return 1;
-  for (VXSIZE_T i = 0; i < count; ++i) {
-    ucnv_close(handles[i]);
-    free(keys[i]);
-  }
-  free(keys);
-  free(keyLengths);
-  free(handles);
+  releaseAll();
   keys = fresh.keys;
   keyLengths = fresh.keyLengths;
   handles = fresh.handles;

@@ -42,6 +42,9 @@ class VX_EXPORT VxStrHandleCache {
   VXSIZE_T getCapacity() const { return capacity; }
 
  private:
+  // Closes every converter, frees every key and the arrays themselves.
+  void releaseAll();
+
   VXSIZE_T count = 0;
   VXSIZE_T capacity = 0;
   unsigned char** keys = nullptr;
