@@ -741,20 +741,21 @@ unsigned VxTree::skipMarked(VxTreeIterator& it, bool forward) {
 }
 
 unsigned VxTree::getFirst(void* key, void* data, unsigned int* found, VxTreeIterator* iterator) {
-  VxTreeIterator& it = iteratorOr(iterator);
-  it.reset();
-  if (found) *found = 0;
-  if (rootAddress == 0) return 0;
-  if (descendEdge(it, rootAddress, true) != 0 || skipMarked(it, true) != 0) return 1;
-  return readCurrent(it, key, data, found);
+  return getEdge(true, key, data, found, iterator);
 }
 
 unsigned VxTree::getLast(void* key, void* data, unsigned int* found, VxTreeIterator* iterator) {
+  return getEdge(false, key, data, found, iterator);
+}
+
+// The first (or last) unmarked entry: a fresh walk down the leftmost (or
+// rightmost) edge.
+unsigned VxTree::getEdge(bool first, void* key, void* data, unsigned int* found, VxTreeIterator* iterator) {
   VxTreeIterator& it = iteratorOr(iterator);
   it.reset();
   if (found) *found = 0;
   if (rootAddress == 0) return 0;
-  if (descendEdge(it, rootAddress, false) != 0 || skipMarked(it, false) != 0) return 1;
+  if (descendEdge(it, rootAddress, first) != 0 || skipMarked(it, first) != 0) return 1;
   return readCurrent(it, key, data, found);
 }
 

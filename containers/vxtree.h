@@ -180,6 +180,8 @@ class VX_EXPORT VxTree : public VxObject {
   unsigned stepForward(VxTreeIterator& it, bool* moved);
   unsigned stepBackward(VxTreeIterator& it, bool* moved);
   unsigned skipMarked(VxTreeIterator& it, bool forward);
+  // getFirst (first) or getLast: positions a fresh walk at that end.
+  unsigned getEdge(bool first, void* key, void* data, unsigned int* found, VxTreeIterator* iterator);
   VxTreeIterator& iteratorOr(VxTreeIterator* iterator);
   // Positional trees: the base a son's keys are relative to, above its
   // node's own (the key before it, 0 for son 0); adding shift (modulo
