@@ -75,7 +75,7 @@ VxConvertReturn utf16ToUtf8(char* out, int64_t capacity, UChar* in, int64_t leng
               icuLength(length), &status);
   *written = produced;
   VxConvertReturn result = mapICUreturn(status);
-  if (result != VX_CONVERT_OK && !(keepTerminatorPlace && result <= VX_CONVERT_SUBSTITUTED)) {
+  if (result != VX_CONVERT_OK && !(keepTerminatorPlace && result == VX_CONVERT_TRUNCATED)) {
     return result;
   }
   if (produced < capacity) out[produced] = 0;
@@ -101,7 +101,7 @@ VxConvertReturn utf8ToUtf16(UChar* out, int64_t capacity, const char* in, int64_
                 &status);
   *written = produced;
   VxConvertReturn result = mapICUreturn(status);
-  if (result != VX_CONVERT_OK && !(keepTerminatorPlace && result <= VX_CONVERT_SUBSTITUTED)) {
+  if (result != VX_CONVERT_OK && !(keepTerminatorPlace && result == VX_CONVERT_TRUNCATED)) {
     return result;
   }
   if (swap) ktUCS2Swap(out, out, std::min<int64_t>(capacity, produced));

@@ -121,6 +121,9 @@ TEST(Utf, EdgeRulesOfTheUtf16AndUtf8Forms) {
   EXPECT_EQ(VX_CONVERT_FAILED, ktUTF16ToUTF8(out, 8, lone, 3, &written, 0));
   UChar units[8];
   EXPECT_EQ(VX_CONVERT_FAILED, ktUTF8ToUTF16(units, 8, "a\xC3", 2, &written, 0));
+  EXPECT_EQ(VX_CONVERT_FAILED, ktUTF8ToUTF16(units, 8, "a", 1, nullptr, 0));
+  EXPECT_EQ(VX_CONVERT_FAILED, ktUTF8ToUTF16(units, 8, nullptr, 1, &written, 0));
+  EXPECT_EQ(VX_CONVERT_FAILED, ktUTF16ToUTF8(out, 8, abc, 3, nullptr, 0));
   EXPECT_EQ(VX_CONVERT_OK, ktUTF8ToUTF16(units, 8, "\xC3\xA9x", 3, &written, 1));
   EXPECT_EQ(UChar(0xE900), units[0]);
 }
@@ -178,14 +181,19 @@ TEST_F(ConverterTest, AsciiFillingTheCapacityGetsNoTerminator) {
 }
 
 TEST_F(ConverterTest, Utf8SourceIsCopiedAndCut) {
+  memset(out, 'x', sizeof out);
   EXPECT_EQ(0u, converter.ktAnsiToUTF8(out, 3, "h\xC3\xA9llo", -1, &written, &consumed, 106));
   EXPECT_EQ(3, written);
+  EXPECT_EQ('x', out[3]) << "nothing is written past the capacity";
   EXPECT_EQ(3, consumed);
   EXPECT_EQ("warning 2735 01004 4\n", records());
   const char utf16[] = "h\0\xE9\0";
   EXPECT_EQ(0u, converter.ktAnsiToUTF8(out, 64, utf16, 4, &written, &consumed, 1015));
-  EXPECT_EQ(std::string("h\xC3\xA9"), std::string(out, size_t(written)));
+  EXPECT_STREQ("h\xC3\xA9", out);
   EXPECT_EQ(4, consumed);
+  memset(out, 'x', sizeof out);
+  EXPECT_EQ(0u, converter.ktUTF8ToAnsi(out, 64, "ab\xC3\xA9", 4, &written, &consumed, 2252));
+  EXPECT_STREQ("ab\xE9", out) << "a conversion through ICU ends with a terminator when room remains";
 }
 
 TEST_F(ConverterTest, SubstitutionModes) {

@@ -3,6 +3,7 @@
 // openssl command for this run.
 #include <openssl/ssl.h>
 
+#include <functional>
 #include <string>
 
 #include "net/vxpipe.h"
@@ -12,20 +13,38 @@ namespace {
 
 std::string certificates;  // the folder of the generated files
 
-// Echoes what arrives until the client's close-notify, then says goodbye.
+// Accepts a TLS session on fd and hands it to talk, then says goodbye.
 // The child process ends right after, which frees everything.
-void serveTls(int fd) {
+void acceptTls(int fd, const std::function<void(SSL*)>& talk) {
   SSL_CTX* context = SSL_CTX_new(TLS_server_method());
   SSL_CTX_use_certificate_file(context, (certificates + "/server.pem").c_str(), SSL_FILETYPE_PEM);
   SSL_CTX_use_PrivateKey_file(context, (certificates + "/server.key").c_str(), SSL_FILETYPE_PEM);
   SSL* ssl = SSL_new(context);
   SSL_set_fd(ssl, fd);
   if (SSL_accept(ssl) != 1) return;
-  std::string data;
-  char buffer[16384];
-  for (int n; (n = SSL_read(ssl, buffer, sizeof buffer)) > 0;) data.append(buffer, size_t(n));
-  SSL_write(ssl, data.data(), int(data.size()));  // blocking: all of it or a failure
+  talk(ssl);
   SSL_shutdown(ssl);
+}
+
+// Echoes what arrives until the client's close-notify.
+void serveTls(int fd) {
+  acceptTls(fd, [](SSL* ssl) {
+    std::string data;
+    char buffer[16384];
+    for (int n; (n = SSL_read(ssl, buffer, sizeof buffer)) > 0;) data.append(buffer, size_t(n));
+    SSL_write(ssl, data.data(), int(data.size()));  // blocking: all of it or a failure
+  });
+}
+
+// Sends one record of 100 bytes and keeps the connection open, silent,
+// until the client closes it.
+void serveOneRecord(int fd) {
+  acceptTls(fd, [](SSL* ssl) {
+    const std::string record(100, 'r');
+    SSL_write(ssl, record.data(), int(record.size()));
+    char ignored;
+    SSL_read(ssl, &ignored, 1);
+  });
 }
 
 class Tls : public NetTest {
@@ -66,6 +85,23 @@ TEST_F(Tls, EchoesThroughAVerifiedSessionAndTracesPlainText) {
   EXPECT_EQ("7503 08S01", lastError());
   pipe.setLogging(false);
   EXPECT_EQ(0u, fileText("0.out").find("Sending 100006 bytes\nHEX\t\t\t\tASCII\t\t\tEBCDIC\n73 65 63 72 65 74 "));
+}
+
+// The rest of a record already decrypted is read at once, without waiting
+// for the socket, which has nothing more to give.
+TEST_F(Tls, ReadsTheRestOfABufferedRecordWithoutWaiting) {
+  LoopbackServer server(serveOneRecord);
+  VxPipe pipe;
+  pipe.setSSL(true);
+  ASSERT_EQ(0u, pipe.setTrustedRootsFilename((certificates + "/ca.pem").c_str()));
+  ASSERT_EQ(0, pipe.openPipe(server.address().c_str())) << lastText();
+  char buffer[100];
+  VXSIZE_T got = 0;
+  ASSERT_EQ(0, pipe.readPipe(buffer, 10, false, &got));
+  EXPECT_EQ(0, pipe.readPipe(buffer + 10, 90, false, &got));
+  EXPECT_EQ(90u, got);
+  EXPECT_EQ(std::string(100, 'r'), std::string(buffer, sizeof buffer));
+  EXPECT_EQ(0, pipe.closePipe());
 }
 
 // Each failure is error 7509 with OpenSSL's reason, and leaves the pipe

@@ -34,6 +34,7 @@ TEST(VxGrammar, CompilesOrFailsAndLeavesTheKeywordCase) {
       {{"goal ::= [ alphanum }"}, 1, 1},
       {{"goal ::= alphanum ]"}, 1, 1},
       {{"goal ::= { alphanum ]"}, 1, 1},
+      {{"goal ::= { alphanum } ]"}, 1, 1},                     // the token after "}" is read again
       {{"goal ::= FOO"}, 1, 1},                               // upper case, not a keyword
       {{"goal ::= select"}, 1, 1},                            // keywords are exact in rules
       {{"goal ::= | alphanum"}, 1, 1},                        // empty alternative

@@ -5,6 +5,7 @@
 #include <libxml/tree.h>
 #include <sqlext.h>
 #include <unicode/unistr.h>
+#include <unicode/ustring.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -22,6 +23,7 @@
 
 #include "foundation/ram_internal.h"
 #include "xml/XPst.h"
+#include "xml/XPstConvert.h"
 
 namespace {
 
@@ -416,6 +418,26 @@ TEST_F(XmlWriterTest, AllocationFailureAnywhereLeavesNoPartialDocument) {
   }
   EXPECT_TRUE(lastSucceeded) << "the loop ends before the document's last allocation";
   EXPECT_TRUE(declarationFailed);
+}
+
+// The writer's validity scan agrees with ICU's strict UTF-8 decoder on
+// short strings of edge bytes, and never looks past the length it is
+// given: the byte just after it would often complete a character.
+TEST(XPstUtf8, ValidityAgreesWithIcuAndStaysWithinTheLength) {
+  const unsigned char edges[] = {0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0,
+                                 0xC1, 0xC2, 0xDF, 0xE0, 0xED, 0xEF, 0xF0, 0xF4, 0xF5};
+  const unsigned seed = 20261123;
+  std::mt19937 random(seed);
+  for (int round = 0; round < 20000; ++round) {
+    std::string bytes(2 + random() % 5, '\0');
+    for (char& c : bytes) c = char(edges[random() % sizeof edges]);
+    const int32_t n = int32_t(bytes.size()) - 1;
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t units = 0;
+    u_strFromUTF8(nullptr, 0, &units, bytes.data(), n, &status);
+    ASSERT_EQ(status != U_INVALID_CHAR_FOUND, XPstIsValidUtf8(bytes.data(), VXSIZE_T(n)))
+        << "seed " << seed << " round " << round;
+  }
 }
 
 }  // namespace
