@@ -193,7 +193,10 @@ TEST_F(ConverterTest, Utf8SourceIsCopiedAndCut) {
   EXPECT_EQ(4, consumed);
   memset(out, 'x', sizeof out);
   EXPECT_EQ(0u, converter.ktUTF8ToAnsi(out, 64, "ab\xC3\xA9", 4, &written, &consumed, 2252));
-  EXPECT_STREQ("ab\xE9", out) << "a conversion through ICU ends with a terminator when room remains";
+  EXPECT_STREQ("ab\xE9", out) << "a conversion ends with a terminator when room remains";
+  memset(out, 'x', sizeof out);
+  EXPECT_EQ(0u, converter.ktUTF8ToAnsi(out, 64, "ab", 2, &written, &consumed, 2252));
+  EXPECT_STREQ("ab", out) << "so does one copied as ASCII without ICU";
 }
 
 TEST_F(ConverterTest, SubstitutionModes) {
