@@ -23,12 +23,20 @@ namespace {
 
 const char kTable[] = "a INTEGER,b VARCHAR(8) NULL,c DOUBLE NULL\n1,x,1.5\n2,\\N,\\N\n-3,\"y,\"\"z\",0\n";
 
+char tableFolder[] = "/tmp/csvdriver-fuzz-XXXXXX";
+
+// Runs at exit, so that neither replays nor fuzzing leave folders behind.
+void removeTableDirectory() {
+  unlink((std::string(tableFolder) + "/t.csv").c_str());
+  rmdir(tableFolder);
+}
+
 const std::string& tableDirectory() {
   static const std::string directory = [] {
-    char pattern[] = "/tmp/csvdriver-fuzz-XXXXXX";
-    if (!mkdtemp(pattern)) abort();
-    std::ofstream(std::string(pattern) + "/t.csv") << kTable;
-    return std::string(pattern);
+    if (!mkdtemp(tableFolder)) abort();
+    atexit(removeTableDirectory);
+    std::ofstream(std::string(tableFolder) + "/t.csv") << kTable;
+    return std::string(tableFolder);
   }();
   return directory;
 }

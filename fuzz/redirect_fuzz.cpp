@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -38,11 +39,19 @@ const Kind kKinds[] = {{"odbc.ini", "ODBCINI", "ODBC_INI", true}, {".odbc.ini", 
                        {".vxlib.ini", "VXLIB_INI", nullptr, false}, {".system.defaults", "VX_SYSTEM_INI", nullptr, false},
                        {"vxlib.ini", "VXLIB_INI", nullptr, false}, {"odbc.ini.bak", "ODBCINI", nullptr, true}};
 
+char scratchFolder[] = "/tmp/vx_redirect_XXXXXX";
+
+// Runs at exit, so that neither replays nor fuzzing leave folders behind.
+void removeScratch() {
+  std::error_code ignored;
+  std::filesystem::remove_all(scratchFolder, ignored);
+}
+
 const std::string& scratch() {
   static const std::string dir = [] {
-    char pattern[] = "/tmp/vx_redirect_XXXXXX";
-    check(mkdtemp(pattern) != nullptr);
-    return std::string(pattern);
+    check(mkdtemp(scratchFolder) != nullptr);
+    atexit(removeScratch);
+    return std::string(scratchFolder);
   }();
   return dir;
 }
