@@ -244,7 +244,7 @@ TEST_F(Client, FailuresGiveTheirDiagnostics) {
     const char* sql;
     const char* diagnostic;
   } cases[] = {
-      {"SELECT FROM t", "42000 [vxlib][CSV]Syntax error at \"FROM\"; expected *, identifier, quoted name."},
+      {"SELECT FROM t", "42000 [vxlib][CSV]Syntax error at \"FROM\"; expected *, number, string, {, COUNT,"},
       {"SELECT a FROM t WHERE", "42000 [vxlib][CSV]Syntax error at end of statement;"},
       {"SELECT a FROM t ORDER a", "42000 [vxlib][CSV]Syntax error at \"a\"; expected BY."},
       {"SELECT a FROM nosuch", "42S02 [vxlib][CSV]The table nosuch was not found."},
@@ -266,6 +266,25 @@ TEST_F(Client, FailuresGiveTheirDiagnostics) {
       {"INSERT INTO t (a, zz) VALUES (1, 'y')", "42S22 [vxlib][CSV]The column zz was not found."},
       {"SELECT a FROM t WHERE a = ? OR b = ?", "07002 [vxlib][CSV]Parameter 1 has no value bound."},
       {"INSERT INTO value VALUES (3)", "22018 [vxlib][CSV]The value zwei on line 3 of "},
+      {"SELECT {fn NOSUCH(a)} FROM t", "42000 [vxlib][CSV]The scalar function NOSUCH with 1 arguments is not"},
+      {"SELECT {fn UCASE(a, b)} FROM t", "42000 [vxlib][CSV]The scalar function UCASE with 2 arguments is not"},
+      {"SELECT a FROM t WHERE b < {d '2021-02-29'}", "22007 [vxlib][CSV]The date or time literal 2021-02-29 is"},
+      {"SELECT {d '2021-1-02'} FROM t", "22007 [vxlib][CSV]The date or time literal 2021-1-02 is not valid."},
+      {"SELECT {ts '2020-01-01 24:00:00'} FROM t", "22007 [vxlib][CSV]The date or time literal 2020-01-01 24"},
+      {"SELECT {ts '2020-01-01 10:00:00.'} FROM t", "22007 [vxlib][CSV]The date or time literal 2020-01-01 10"},
+      {"SELECT a, COUNT(*) FROM t", "42000 [vxlib][CSV]The column a is neither grouped nor inside an aggregate."},
+      {"SELECT * FROM t GROUP BY a", "42000 [vxlib][CSV]The column b is neither grouped nor inside"},
+      {"SELECT a FROM t GROUP BY a HAVING b = 'x'", "42000 [vxlib][CSV]The column b is neither grouped"},
+      {"SELECT a FROM t WHERE COUNT(*) > 1", "42000 [vxlib][CSV]An aggregate is not allowed in WHERE."},
+      {"SELECT SUM(MAX(a)) FROM t", "42000 [vxlib][CSV]An aggregate is not allowed inside another aggregate."},
+      {"INSERT INTO t VALUES (COUNT(*), 'y')", "42000 [vxlib][CSV]An aggregate is not allowed in VALUES."},
+      {"SELECT a FROM t GROUP BY zz", "42S22 [vxlib][CSV]The column zz was not found."},
+      {"SELECT a / 0 FROM t", "22012 [vxlib][CSV]Division by zero."},
+      {"SELECT a FROM t WHERE 2 / (a - 1) > 0", "22012 [vxlib][CSV]Division by zero."},
+      {"SELECT b + 1 FROM t", "22018 [vxlib][CSV]The values x and 1 cannot be compared."},
+      {"SELECT SUM(b) FROM t", "22018 [vxlib][CSV]The values x and 0 cannot be compared."},
+      {"SELECT a FROM t ORDER BY 2", "42000 [vxlib][CSV]The ORDER BY position 2 is not in the select list."},
+      {"SELECT a FROM t ORDER BY 0", "42000 [vxlib][CSV]The ORDER BY position 0 is not in the select list."},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.sql);
