@@ -26,9 +26,20 @@ CsvColumn computedColumn(CsvValue::Kind kind, size_t textSize = 0) {
   column.kind = kind;
   column.nullable = true;
   switch (kind) {
-    case CsvValue::kInteger: column.typeName = "BIGINT", column.sqlType = SQL_BIGINT, column.size = 19; break;
-    case CsvValue::kReal: column.typeName = "DOUBLE", column.sqlType = SQL_DOUBLE, column.size = 15; break;
-    default: column.typeName = "VARCHAR", column.sqlType = SQL_VARCHAR, column.size = std::max<size_t>(textSize, 1);
+    case CsvValue::kInteger:
+      column.typeName = "BIGINT";
+      column.sqlType = SQL_BIGINT;
+      column.size = 19;
+      break;
+    case CsvValue::kReal:
+      column.typeName = "DOUBLE";
+      column.sqlType = SQL_DOUBLE;
+      column.size = 15;
+      break;
+    default:
+      column.typeName = "VARCHAR";
+      column.sqlType = SQL_VARCHAR;
+      column.size = std::max<size_t>(textSize, 1);
   }
   return column;
 }
@@ -291,44 +302,53 @@ bool findOrderKey(const CsvOrderItem& item, const std::vector<CsvSelectItem>& it
   return true;
 }
 
-}  // namespace
-
-bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& result) {
-  result = CsvResult();
-  CsvTable table;
-  if (!csvLoadTable(directory, query.table, table)) return false;
-  // SELECT * is a list of the table's columns.
+// A SELECT with its names resolved against its table: the select list
+// (the table's columns for *), where each ORDER BY key comes from, the
+// aggregates in slot order and the grouping columns.
+struct Plan {
   std::vector<CsvSelectItem> starItems;
-  for (size_t i = 0; query.items.empty() && i < table.columns.size(); ++i) {
-    starItems.push_back({std::make_unique<CsvExpr>(), std::string()});
-    starItems.back().expr->op = CsvExpr::kColumn;
-    starItems.back().expr->name = table.columns[i].name;
-  }
-  const std::vector<CsvSelectItem>& items = query.items.empty() ? starItems : query.items;
+  const std::vector<CsvSelectItem>* items = nullptr;
+  std::vector<OrderKey> orderKeys;
+  std::vector<const CsvExpr*> slots;
+  std::vector<size_t> groupBy;
+  bool grouped = false;
+};
 
-  // Resolve names, find the aggregates, and check that a grouped query
-  // reads no column but the grouping ones outside its aggregates.
-  std::vector<OrderKey> orderKeys(query.orderBy.size());
+// Resolves the query's names, finds its aggregates, and checks that a
+// grouped query reads no column but the grouping ones outside its
+// aggregates and that WHERE holds none.
+bool planQuery(CsvQuery& query, const CsvTable& table, Plan& plan) {
+  for (size_t i = 0; query.items.empty() && i < table.columns.size(); ++i) {
+    plan.starItems.push_back({std::make_unique<CsvExpr>(), std::string()});
+    plan.starItems.back().expr->op = CsvExpr::kColumn;
+    plan.starItems.back().expr->name = table.columns[i].name;
+  }
+  plan.items = query.items.empty() ? &plan.starItems : &query.items;
+  plan.orderKeys.resize(query.orderBy.size());
   std::vector<CsvExpr*> computed;  // the expressions evaluated per result row
-  for (const auto& item : items) computed.push_back(item.expr.get());
+  for (const auto& item : *plan.items) computed.push_back(item.expr.get());
   computed.push_back(query.having.get());
   for (size_t i = 0; i < query.orderBy.size(); ++i) {
-    if (!findOrderKey(query.orderBy[i], items, orderKeys[i])) return false;
-    if (orderKeys[i].output < 0) computed.push_back(query.orderBy[i].expr.get());
+    if (!findOrderKey(query.orderBy[i], *plan.items, plan.orderKeys[i])) return false;
+    if (plan.orderKeys[i].output < 0) computed.push_back(query.orderBy[i].expr.get());
   }
   if (!csvResolveColumns(query.where.get(), table) || !csvRefuseAggregates(query.where.get(), "in WHERE"))
     return false;
-  std::vector<const CsvExpr*> slots;
   for (CsvExpr* e : computed)
-    if (!csvResolveColumns(e, table) || !collectAggregates(e, slots)) return false;
-  std::vector<size_t> groupBy(query.groupBy.size());
-  for (size_t i = 0; i < groupBy.size(); ++i)
-    if (!csvFindColumn(table, query.groupBy[i], groupBy[i])) return false;
-  bool grouped = !groupBy.empty() || !slots.empty() || query.having;
-  std::set<int> groupedColumns(groupBy.begin(), groupBy.end());
+    if (!csvResolveColumns(e, table) || !collectAggregates(e, plan.slots)) return false;
+  plan.groupBy.resize(query.groupBy.size());
+  for (size_t i = 0; i < plan.groupBy.size(); ++i)
+    if (!csvFindColumn(table, query.groupBy[i], plan.groupBy[i])) return false;
+  plan.grouped = !plan.groupBy.empty() || !plan.slots.empty() || query.having;
+  std::set<int> groupedColumns(plan.groupBy.begin(), plan.groupBy.end());
   for (const CsvExpr* e : computed)
-    if (grouped && !checkGrouped(e, groupedColumns, table)) return false;
+    if (plan.grouped && !checkGrouped(e, groupedColumns, table)) return false;
+  return true;
+}
 
+// The result's columns: described from their expressions, named by alias,
+// column, aggregate or position.
+void describeResult(const std::vector<CsvSelectItem>& items, const CsvTable& table, CsvResult& result) {
   for (size_t i = 0; i < items.size(); ++i) {
     result.columns.push_back(describe(*items[i].expr, table));
     CsvColumn& column = result.columns.back();
@@ -337,8 +357,12 @@ bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& resul
     else if (e.op == CsvExpr::kAggregate) column.name = kAggregateNames[e.function - CsvExpr::kCount];
     else if (e.op != CsvExpr::kColumn) column.name = "EXPR" + std::to_string(i + 1);
   }
+}
 
-  // The rows WHERE selects, then one source per row or per group.
+// The sources of the result rows: each row WHERE selects or, in a grouped
+// query, each group.
+bool selectSources(const CsvQuery& query, const CsvTable& table, const Plan& plan,
+                   const std::vector<CsvValue>& nullRow, std::vector<Source>& sources) {
   CsvEvaluator evaluator;
   std::vector<const std::vector<CsvValue>*> selected;
   for (const auto& row : table.rows) {
@@ -346,45 +370,63 @@ bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& resul
     if (evaluator.failed) return false;
     selected.push_back(&row);
   }
-  std::vector<Source> sources;
-  std::vector<CsvValue> nullRow(table.columns.size());
-  if (!grouped) {
-    for (const auto* row : selected) sources.push_back({row, {}});
-  } else if (!groupRows(selected, groupBy, slots, nullRow, sources)) {
-    return false;
-  }
+  if (plan.grouped) return groupRows(selected, plan.groupBy, plan.slots, nullRow, sources);
+  for (const auto* row : selected) sources.push_back({row, {}});
+  return true;
+}
 
-  // The result rows and their ORDER BY keys.
-  std::vector<std::vector<CsvValue>> rows;
-  std::vector<std::string> keys;
+// Computes the result row of each source that HAVING keeps, and its
+// ORDER BY key when there is an ORDER BY.
+bool computeRows(const CsvQuery& query, const Plan& plan, const std::vector<CsvColumn>& columns,
+                 const std::vector<Source>& sources, std::vector<std::vector<CsvValue>>& rows,
+                 std::vector<std::string>& keys) {
+  CsvEvaluator evaluator;
   for (const Source& source : sources) {
     evaluator.aggregates = &source.aggregates;
     if (query.having && evaluator.truth(*query.having, *source.row) != kCsvTrue && !evaluator.failed) continue;
     std::vector<CsvValue> out;
-    for (size_t i = 0; i < items.size(); ++i) {
-      out.push_back(evaluator.value(*items[i].expr, *source.row));
+    for (size_t i = 0; i < plan.items->size(); ++i) {
+      out.push_back(evaluator.value(*(*plan.items)[i].expr, *source.row));
       // A DOUBLE column holds doubles only, whatever its rows computed.
-      if (result.columns[i].kind == CsvValue::kReal && out.back().kind == CsvValue::kInteger) {
+      if (columns[i].kind == CsvValue::kReal && out.back().kind == CsvValue::kInteger) {
         out.back().kind = CsvValue::kReal;
         out.back().real = double(out.back().integer);
       }
     }
-    if (!orderKeys.empty()) {
+    if (!plan.orderKeys.empty()) {
       std::string key;
-      for (const OrderKey& k : orderKeys)
+      for (const OrderKey& k : plan.orderKeys)
         csvAppendKey(k.output >= 0 ? out[size_t(k.output)] : evaluator.value(*k.expr, *source.row), k.descending, key);
       keys.push_back(std::move(key));
     }
     if (evaluator.failed) return false;
     rows.push_back(std::move(out));
   }
+  return true;
+}
 
+}  // namespace
+
+bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& result) {
+  result = CsvResult();
+  CsvTable table;
+  Plan plan;
+  if (!csvLoadTable(directory, query.table, table) || !planQuery(query, table, plan)) return false;
+  describeResult(*plan.items, table, result);
+  std::vector<Source> sources;
+  std::vector<CsvValue> nullRow(table.columns.size());
+  std::vector<std::vector<CsvValue>> rows;
+  std::vector<std::string> keys;
   std::vector<size_t> order;
-  if (!orderKeys.empty() && !sortRows(keys, order)) return false;
-  std::set<std::string> seen;  // the rows so far, for DISTINCT
+  if (!selectSources(query, table, plan, nullRow, sources) ||
+      !computeRows(query, plan, result.columns, sources, rows, keys) ||
+      (!plan.orderKeys.empty() && !sortRows(keys, order)))
+    return false;
+  // DISTINCT keeps the first of equal rows in order; LIMIT counts what is kept.
+  std::set<std::string> seen;
   for (size_t n = 0; n < rows.size(); ++n) {
     if (query.limit >= 0 && result.rows.size() >= size_t(query.limit)) break;
-    std::vector<CsvValue>& row = rows[orderKeys.empty() ? n : order[n]];
+    std::vector<CsvValue>& row = rows[plan.orderKeys.empty() ? n : order[n]];
     if (query.distinct) {
       std::string key;
       for (const CsvValue& v : row) csvAppendKey(v, false, key);
