@@ -215,6 +215,56 @@ TEST_F(Client, OrderBySpillsToTemporaryFiles) {
   EXPECT_TRUE(fetchRows() == want);
 }
 
+// ORDER BY over awkward values agrees with a model: integers that share a
+// double (beyond 2^53) and the ends of the 64-bit range, reals of every
+// sign and size (0 and -0 equal), texts that are prefixes of one another,
+// NULLs, ascending and descending keys, ties in file order.
+TEST_F(Client, OrderByAgreesWithModelOnAwkwardValues) {
+  const unsigned seed = 9001;
+  std::mt19937 rng(seed);
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  const int64_t big = int64_t(1) << 53;
+  const std::vector<int64_t> integers = {INT64_MIN, INT64_MAX, INT64_MAX - 1, big, big + 1, big - 1, -big, -big - 1, 0, 7};
+  const std::vector<double> reals = {-0.0, 0.0, 1e308, -1e308, 1e-300, -1e-300, 0.1, -2.5, 9007199254740993.0};
+  const std::vector<std::string> texts = {"", "a", "ab", "abc", "b", "\xc3\xa9", "a b"};
+  struct Item {
+    int id;
+    bool iNull, rNull, sNull;
+    int64_t i;
+    double r;
+    std::string s;
+  };
+  std::vector<Item> items(400);
+  std::string csv = "id INTEGER,i BIGINT NULL,r DOUBLE NULL,s VARCHAR(8) NULL\n";
+  for (size_t n = 0; n < items.size(); ++n) {
+    Item& t = items[n];
+    t = {int(n), rng() % 6 == 0, rng() % 6 == 0, rng() % 6 == 0, integers[rng() % integers.size()],
+         reals[rng() % reals.size()], texts[rng() % texts.size()]};
+    char real[40];
+    snprintf(real, sizeof real, "%.17g", t.r);
+    csv += std::to_string(n) + "," + (t.iNull ? "\\N" : std::to_string(t.i)) + "," + (t.rNull ? "\\N" : real) +
+           "," + (t.sNull ? "\\N" : "\"" + t.s + "\"") + "\n";
+  }
+  write("odd.csv", csv);
+  connect();
+  // NULL is below every value: with NULL as false < true, a NULL flag of
+  // true orders first.
+  auto before = [](bool xNull, bool yNull, auto x, auto y) {
+    return xNull != yNull ? xNull : (!xNull && x < y);
+  };
+  std::stable_sort(items.begin(), items.end(), [&before](const Item& x, const Item& y) {
+    if (before(x.iNull, y.iNull, x.i, y.i) || before(y.iNull, x.iNull, y.i, x.i))
+      return before(y.iNull, x.iNull, y.i, x.i);  // i descending
+    if (before(x.rNull, y.rNull, x.r, y.r) || before(y.rNull, x.rNull, y.r, x.r))
+      return before(x.rNull, y.rNull, x.r, y.r);
+    return before(y.sNull, x.sNull, y.s, x.s);  // s descending
+  });
+  std::vector<std::string> want;
+  for (const Item& t : items) want.push_back(std::to_string(t.id));
+  ASSERT_EQ(exec("SELECT id FROM odd ORDER BY i DESC, r, s DESC"), SQL_SUCCESS) << diagnostic();
+  EXPECT_EQ(fetchRows(), want);
+}
+
 // Deliberate choices, one row each: the first row of the result as text.
 TEST_F(Client, DeliberateResults) {
   write("d.csv", "a INTEGER,b VARCHAR(3) NULL\n1,x\n2,\\N\n");
