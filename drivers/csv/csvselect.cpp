@@ -1,5 +1,7 @@
 // Running a SELECT: filtering, grouping with aggregates, ordering through
 // the library's external sort, DISTINCT and LIMIT.
+#include "drivers/csv/csvquery.h"
+
 #include <strings.h>
 
 #include <algorithm>
@@ -9,7 +11,6 @@
 #include <unordered_map>
 
 #include "drivers/csv/csveval.h"
-#include "drivers/csv/csvquery.h"
 #include "storage/sort.h"
 
 namespace {

@@ -217,7 +217,8 @@ TEST_F(Client, OrderBySpillsToTemporaryFiles) {
 
 // ORDER BY over awkward values agrees with a model: integers that share a
 // double (beyond 2^53) and the ends of the 64-bit range, reals of every
-// sign and size (0 and -0 equal), texts that are prefixes of one another,
+// sign and size (0 and -0 equal), texts that are prefixes of one another
+// (some longer than the sort's key prefix),
 // NULLs, ascending and descending keys, ties in file order.
 TEST_F(Client, OrderByAgreesWithModelOnAwkwardValues) {
   const unsigned seed = 9001;
@@ -226,7 +227,9 @@ TEST_F(Client, OrderByAgreesWithModelOnAwkwardValues) {
   const int64_t big = int64_t(1) << 53;
   const std::vector<int64_t> integers = {INT64_MIN, INT64_MAX, INT64_MAX - 1, big, big + 1, big - 1, -big, -big - 1, 0, 7};
   const std::vector<double> reals = {-0.0, 0.0, 1e308, -1e308, 1e-300, -1e-300, 0.1, -2.5, 9007199254740993.0};
-  const std::vector<std::string> texts = {"", "a", "ab", "abc", "b", "\xc3\xa9", "a b"};
+  // The long texts tie on the sort's first kilobyte of key.
+  const std::string longText(1500, 'x');
+  const std::vector<std::string> texts = {"", "a", "ab", "abc", "b", "\xc3\xa9", "a b", longText + "a", longText + "b", longText};
   struct Item {
     int id;
     bool iNull, rNull, sNull;
@@ -235,7 +238,7 @@ TEST_F(Client, OrderByAgreesWithModelOnAwkwardValues) {
     std::string s;
   };
   std::vector<Item> items(400);
-  std::string csv = "id INTEGER,i BIGINT NULL,r DOUBLE NULL,s VARCHAR(8) NULL\n";
+  std::string csv = "id INTEGER,i BIGINT NULL,r DOUBLE NULL,s VARCHAR(2000) NULL\n";
   for (size_t n = 0; n < items.size(); ++n) {
     Item& t = items[n];
     t = {int(n), rng() % 6 == 0, rng() % 6 == 0, rng() % 6 == 0, integers[rng() % integers.size()],
