@@ -95,6 +95,13 @@ constexpr uint16_t kErrCsvValueCount = 7615;          // 21S01: values and colum
 constexpr uint16_t kErrCsvNullNotAllowed = 7616;      // 23000: NULL into a column without NULL (column)
 constexpr uint16_t kErrCsvValueDoesNotFit = 7617;     // 22018: value does not fit its column (value, column)
 constexpr uint16_t kErrCsvParameterNotBound = 7618;   // 07002: parameter marker without a value (number)
+// The CSV driver's query engine.
+constexpr uint16_t kErrCsvBadDateTime = 7620;         // 22007: date or time literal not valid (literal)
+constexpr uint16_t kErrCsvUnknownFunction = 7621;     // 42000: scalar function not supported (name, arguments)
+constexpr uint16_t kErrCsvDivisionByZero = 7622;      // 22012: division by zero
+constexpr uint16_t kErrCsvNotGrouped = 7623;          // 42000: column neither grouped nor aggregated (name)
+constexpr uint16_t kErrCsvMisplacedAggregate = 7624;  // 42000: aggregate where none is allowed (where)
+constexpr uint16_t kErrCsvBadOrderPosition = 7625;    // 42000: ORDER BY position out of range (number)
 
 // Operating-system messages in the 30000 range.
 constexpr uint16_t kErrAccessDeniedByName = 30040;    // access denied (name)

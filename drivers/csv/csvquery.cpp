@@ -1,55 +1,75 @@
-// Parsing and running the driver's SELECT statements.
+// Parsing the driver's statements, and running its INSERT.
 #include "drivers/csv/csvquery.h"
+
+#include <strings.h>
 
 #include <algorithm>
 #include <cassert>
-#include <cmath>
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <set>
 
 #include "bos/bosfile.h"
-#include "foundation/vxstr.h"
+#include "drivers/csv/csveval.h"
 #include "parser/vxparse.h"
 
 namespace {
 
 // The accepted SQL in the grammar compiler's notation (rule number, blanks,
 // rule text), and its keywords (token number, blanks, word). Where an
-// alternative is a prefix of another, the longer comes first.
+// alternative is a prefix of another, the longer comes first. The names of
+// aggregates and escape clauses are matched as words (~), so they stay
+// usable as column names.
 const char kGrammar[] =
     "1000 goal ::= statement [ ; ] | insert-statement [ ; ]\n"
-    "1001 statement ::= SELECT [ DISTINCT ] select-list FROM name [ WHERE expr ] [ order-by ] [ limit ]\n"
-    "1002 select-list ::= * | name { , name }*\n"
+    "1001 statement ::= SELECT [ DISTINCT ] select-list FROM name [ WHERE expr ] [ group-by ] [ having ]"
+    " [ order-by ] [ limit ]\n"
+    "1002 select-list ::= * | select-item { , select-item }*\n"
     "1003 order-by ::= ORDER BY order-item { , order-item }*\n"
-    "1004 order-item ::= name [ ASC | DESC ]\n"
+    "1004 order-item ::= additive [ ASC | DESC ]\n"
     "1005 expr ::= and-expr { OR and-expr }*\n"
     "1006 and-expr ::= not-expr { AND not-expr }*\n"
     "1007 not-expr ::= NOT not-expr | predicate\n"
-    "1008 predicate ::= operand [ predicate-tail ]\n"
-    "1009 predicate-tail ::= comparison operand | [ NOT ] LIKE operand | [ NOT ] BETWEEN operand AND operand"
-    " | [ NOT ] IN ( operand { , operand }* ) | IS NOT NULL | IS NULL\n"
+    "1008 predicate ::= additive [ predicate-tail ]\n"
+    "1009 predicate-tail ::= comparison additive | [ NOT ] LIKE additive | [ NOT ] BETWEEN additive AND additive"
+    " | [ NOT ] IN ( additive { , additive }* ) | IS NOT NULL | IS NULL\n"
     "1010 comparison ::= = | < [ > | = ] | > [ = ] | ! =\n"
-    "1011 operand ::= number [ . [ number ] ] | string | name | ( expr ) | - operand | NULL | ?\n"
+    "1011 operand ::= number [ . [ number ] ] | string | escape | aggregate | name | ( expr ) | - operand"
+    " | + operand | NULL | ?\n"
     "1012 string ::= ' [ literal-contents ] '\n"
     "1013 name ::= alphanum | \" literal-contents \"\n"
     "1014 limit ::= LIMIT number\n"
-    "1015 insert-statement ::= INSERT INTO name [ ( name { , name }* ) ] VALUES ( operand { , operand }* )\n";
+    "1015 insert-statement ::= INSERT INTO name [ ( name { , name }* ) ] VALUES ( additive { , additive }* )\n"
+    "1016 select-item ::= additive [ AS name ]\n"
+    "1017 additive ::= multiplicative { additive-operator multiplicative }*\n"
+    "1018 additive-operator ::= + | -\n"
+    "1019 multiplicative ::= operand { multiplicative-operator operand }*\n"
+    "1020 multiplicative-operator ::= * | /\n"
+    "1021 group-by ::= GROUP BY name { , name }*\n"
+    "1022 having ::= HAVING expr\n"
+    "1023 aggregate ::= aggregate-name ( * ) | aggregate-name ( [ DISTINCT ] additive )\n"
+    "1024 aggregate-name ::= ~COUNT | ~SUM | ~MIN | ~MAX | ~AVG\n"
+    "1025 escape ::= \\{ escape-body \\}\n"
+    "1026 escape-body ::= ~fn name ( [ additive { , additive }* ] ) | ~d string | ~ts string\n";
 
 const char kKeywords[] =
-    "100 SELECT\n101 DISTINCT\n103 FROM\n104 WHERE\n106 BY\n108 ORDER\n109 ASC\n110 DESC\n"
-    "119 AND\n120 OR\n121 NOT\n122 NULL\n123 IS\n124 IN\n125 BETWEEN\n126 LIKE\n130 INSERT\n131 INTO\n132 VALUES\n160 LIMIT\n";
+    "100 SELECT\n101 DISTINCT\n103 FROM\n104 WHERE\n105 GROUP\n106 BY\n107 HAVING\n108 ORDER\n109 ASC\n110 DESC\n"
+    "112 AS\n119 AND\n120 OR\n121 NOT\n122 NULL\n123 IS\n124 IN\n125 BETWEEN\n126 LIKE\n130 INSERT\n131 INTO\n"
+    "132 VALUES\n160 LIMIT\n";
 
 // Rule numbers of kGrammar, and the token kinds the compiler looks at.
 enum Rule : int16_t {
   kStatement = 1001, kSelectList, kOrderBy, kOrderItem, kExpr, kAndExpr, kNotExpr, kPredicate,
-  kPredicateTail, kComparison, kOperand, kString, kName, kLimit, kInsertStatement
+  kPredicateTail, kComparison, kOperand, kString, kName, kLimit, kInsertStatement, kSelectItem, kAdditive,
+  kAdditiveOperator, kMultiplicative, kMultiplicativeOperator, kGroupBy, kHaving, kAggregate, kAggregateName,
+  kEscape, kEscapeBody
 };
 enum Token : int16_t {
-  kEndOfText = 1, kWord = 2, kNumber = 5, kMinus = 20, kOpenParen = 18, kDoubleQuote = 32, kQuestionMark = 38, kApostrophe = 33, kQuote = 40, kContents = 41,
-  kDistinct = 101, kDesc = 110, kNotWord = 121, kInWord = 124, kBetweenWord = 125,
-  kLikeWord = 126
+  kEndOfText = 1, kWord = 2, kNumber = 5, kStar = 17, kOpenParen = 18, kMinus = 20, kPlus = 22,
+  kDoubleQuote = 32, kApostrophe = 33, kQuestionMark = 38, kQuote = 40, kContents = 41,
+  kDistinct = 101, kDesc = 110, kNotWord = 121, kInWord = 124, kBetweenWord = 125, kLikeWord = 126
 };
 
 // Converts "NUMBER BLANKS TEXT" lines into the parser's blob layout: text,
@@ -119,94 +139,210 @@ std::unique_ptr<CsvExpr> makeNode(CsvExpr::Op op, std::unique_ptr<CsvExpr> left,
   return node;
 }
 
-std::unique_ptr<CsvExpr> compileExpr(const VxReduction* node);
+// Checks the text of a {d} literal (yyyy-mm-dd) or a {ts} literal
+// (yyyy-mm-dd hh:mm:ss, then optionally . and 1 to 9 digits of fraction):
+// the exact layout, a month from 1 to 12, a day that exists in that month
+// (leap years by the Gregorian rule), hours to 23, minutes and seconds to
+// 59. Year 0000 is refused, as ODBC's date structure starts at year 1.
+bool validDateTime(const std::string& text, bool timestamp) {
+  const char* layout = timestamp ? "dddd-dd-dd dd:dd:dd" : "dddd-dd-dd";
+  size_t length = strlen(layout);
+  if (text.size() < length) return false;
+  for (size_t i = 0; i < length; ++i)
+    if (layout[i] == 'd' ? !isdigit(static_cast<unsigned char>(text[i])) : text[i] != layout[i]) return false;
+  if (text.size() > length) {
+    size_t digits = text.size() - length - 1;
+    if (!timestamp || text[length] != '.' || digits < 1 || digits > 9) return false;
+    for (size_t i = length + 1; i < text.size(); ++i)
+      if (!isdigit(static_cast<unsigned char>(text[i]))) return false;
+  }
+  auto number = [&text](size_t at, size_t n) { return atoi(text.substr(at, n).c_str()); };
+  int year = number(0, 4), month = number(5, 2), day = number(8, 2);
+  static const int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  if (year < 1 || month < 1 || month > 12 || day < 1) return false;
+  bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+  if (day > kDays[month - 1] + (month == 2 && leap)) return false;
+  return !timestamp || (number(11, 2) <= 23 && number(14, 2) <= 59 && number(17, 2) <= 59);
+}
 
-std::unique_ptr<CsvExpr> compileOperand(const VxReduction* operand) {
-  const VxReduction* first = operand->getChild();
-  auto node = std::make_unique<CsvExpr>();
-  switch (first->reductNumber()) {
-    case kNumber: {
-      std::string text;
-      for (const VxReduction* c = first; c; c = c->getNextSibling()) text += terminalText(c);
-      bool isInteger = text.find('.') == std::string::npos;
-      if (!csvConvertText(text, isInteger ? CsvValue::kInteger : CsvValue::kReal, node->value))
-        csvConvertText(text, CsvValue::kReal, node->value);  // an integer too long for 64 bits
-      return node;
+// Compiles parse trees into CsvExpr trees. Errors found on the way (an
+// unknown function, a bad date literal) are filed and set failed.
+class Compiler {
+ public:
+  bool failed = false;
+
+  // Compiles an expr, and-expr, not-expr, predicate, additive,
+  // multiplicative or operand node. Operators of one level associate to
+  // the left.
+  std::unique_ptr<CsvExpr> expr(const VxReduction* node) {
+    const VxReduction* first = node->getChild();
+    switch (node->reductNumber()) {
+      case kExpr:
+      case kAndExpr: {
+        CsvExpr::Op op = node->reductNumber() == kExpr ? CsvExpr::kOr : CsvExpr::kAnd;
+        std::unique_ptr<CsvExpr> result = expr(first);
+        for (const VxReduction* c = first->getNextSibling(); c; c = c->getNextSibling())
+          if (!c->terminal()) result = makeNode(op, std::move(result), expr(c));
+        return result;
+      }
+      case kAdditive:
+      case kMultiplicative: {
+        // operand, then pairs of an operator rule and an operand.
+        std::unique_ptr<CsvExpr> result = expr(first);
+        for (const VxReduction* c = first->getNextSibling(); c && c->getNextSibling(); c = c->getNextSibling()) {
+          char op = terminalText(c->getChild())[0];
+          c = c->getNextSibling();
+          result = makeNode(CsvExpr::kArithmetic, std::move(result), expr(c));
+          result->arithmetic = op;
+        }
+        return result;
+      }
+      case kNotExpr:
+        if (first->reductNumber() == kNotWord) return makeNode(CsvExpr::kNot, expr(first->getNextSibling()));
+        return expr(first);
+      case kOperand: return operand(node);
+      default: return predicate(node);
     }
-    case kString:
+  }
+
+  // Compiles an escape clause.
+  std::unique_ptr<CsvExpr> escape(const VxReduction* escape) {
+    const VxReduction* body = escape->getChild()->getNextSibling();
+    const VxReduction* word = body->getChild();
+    std::string kind = terminalText(word);
+    auto node = std::make_unique<CsvExpr>();
+    if (strcasecmp(kind.c_str(), "fn") != 0) {
+      bool timestamp = strcasecmp(kind.c_str(), "ts") == 0;
       node->value.kind = CsvValue::kText;
-      node->value.text = stringText(first);
+      node->value.text = stringText(word->getNextSibling());
+      node->literalType = timestamp ? SQL_TYPE_TIMESTAMP : SQL_TYPE_DATE;
+      if (!failed && !validDateTime(node->value.text, timestamp))
+        fail(kErrCsvBadDateTime, "22007") << node->value.text.c_str();
       return node;
-    case kName:
-      node->op = CsvExpr::kColumn;
-      node->name = nameText(first);
-      return node;
-    case kOpenParen: return compileExpr(first->getNextSibling());
-    case kMinus: return makeNode(CsvExpr::kNegate, compileOperand(first->getNextSibling()));
-    case kQuestionMark: node->op = CsvExpr::kParameter; return node;
-    default: return node;  // NULL: a literal of kind kNull
-  }
-}
-
-CsvExpr::Cmp comparisonOf(const VxReduction* comparison) {
-  std::string op;
-  for (const VxReduction* c = comparison->getChild(); c; c = c->getNextSibling()) op += terminalText(c);
-  if (op == "=") return CsvExpr::kEq;
-  if (op == "<") return CsvExpr::kLt;
-  if (op == "<=") return CsvExpr::kLe;
-  if (op == ">") return CsvExpr::kGt;
-  if (op == ">=") return CsvExpr::kGe;
-  return CsvExpr::kNe;  // <> and !=
-}
-
-// Compiles an expr, and-expr, not-expr or predicate node. Operators of one
-// level associate to the left.
-std::unique_ptr<CsvExpr> compileExpr(const VxReduction* node) {
-  const VxReduction* first = node->getChild();
-  switch (node->reductNumber()) {
-    case kExpr:
-    case kAndExpr: {
-      CsvExpr::Op op = node->reductNumber() == kExpr ? CsvExpr::kOr : CsvExpr::kAnd;
-      std::unique_ptr<CsvExpr> result = compileExpr(first);
-      for (const VxReduction* c = first->getNextSibling(); c; c = c->getNextSibling())
-        if (!c->terminal()) result = makeNode(op, std::move(result), compileExpr(c));
-      return result;
     }
-    case kNotExpr:
-      if (first->reductNumber() == kNotWord) return makeNode(CsvExpr::kNot, compileExpr(first->getNextSibling()));
-      return compileExpr(first);
-    default: break;  // a predicate
-  }
-  std::unique_ptr<CsvExpr> left = compileOperand(first);
-  const VxReduction* tail = first->getNextSibling();
-  if (!tail) return left;
-  const VxReduction* head = tail->getChild();
-  if (head->reductNumber() == kComparison) {
-    auto node = makeNode(CsvExpr::kCompare, std::move(left), compileOperand(head->getNextSibling()));
-    node->cmp = comparisonOf(head);
+    const VxReduction* nameNode = word->getNextSibling();
+    std::vector<std::unique_ptr<CsvExpr>> arguments;
+    for (const VxReduction* c = nameNode->getNextSibling(); c; c = c->getNextSibling())
+      if (c->reductNumber() == kAdditive) arguments.push_back(expr(c));
+    static const struct {
+      const char* name;
+      CsvExpr::Function function;
+      size_t arguments;
+    } kFunctions[] = {{"UCASE", CsvExpr::kUpper, 1}, {"LCASE", CsvExpr::kLower, 1}, {"CONCAT", CsvExpr::kConcat, 2}};
+    std::string name = nameText(nameNode);
+    for (const auto& f : kFunctions) {
+      if (strcasecmp(f.name, name.c_str()) != 0 || f.arguments != arguments.size()) continue;
+      node->op = CsvExpr::kFunction;
+      node->function = f.function;
+      node->left = std::move(arguments[0]);
+      if (f.arguments == 2) node->right = std::move(arguments[1]);
+      return node;
+    }
+    if (!failed) fail(kErrCsvUnknownFunction, "42000") << name.c_str() << int64_t(arguments.size());
     return node;
   }
-  // [NOT] LIKE, [NOT] BETWEEN, [NOT] IN or IS [NOT] NULL: the keyword
-  // names the test, the operands follow it.
-  bool negated = false;
-  CsvExpr::Op op = CsvExpr::kIsNull;
-  std::vector<std::unique_ptr<CsvExpr>> operands;
-  for (const VxReduction* c = head; c; c = c->getNextSibling()) {
-    switch (c->reductNumber()) {
-      case kNotWord: negated = true; break;
-      case kLikeWord: op = CsvExpr::kLike; break;
-      case kBetweenWord: op = CsvExpr::kBetween; break;
-      case kInWord: op = CsvExpr::kIn; break;
-      case kOperand: operands.push_back(compileOperand(c)); break;
-      default: break;
+
+ private:
+  // Files the statement's error; only the first is filed.
+  VxError& fail(uint16_t number, const char* sqlstate) {
+    assert(!failed);
+    failed = true;
+    return csvError(number, sqlstate);
+  }
+
+  std::unique_ptr<CsvExpr> operand(const VxReduction* operand) {
+    const VxReduction* first = operand->getChild();
+    auto node = std::make_unique<CsvExpr>();
+    switch (first->reductNumber()) {
+      case kNumber: {
+        std::string text;
+        for (const VxReduction* c = first; c; c = c->getNextSibling()) text += terminalText(c);
+        bool isInteger = text.find('.') == std::string::npos;
+        if (!csvConvertText(text, isInteger ? CsvValue::kInteger : CsvValue::kReal, node->value))
+          csvConvertText(text, CsvValue::kReal, node->value);  // an integer too long for 64 bits
+        return node;
+      }
+      case kString:
+        node->value.kind = CsvValue::kText;
+        node->value.text = stringText(first);
+        return node;
+      case kName:
+        node->op = CsvExpr::kColumn;
+        node->name = nameText(first);
+        return node;
+      case kEscape: return escape(first);
+      case kAggregate: return aggregate(first);
+      case kOpenParen: return expr(first->getNextSibling());
+      case kMinus: return makeNode(CsvExpr::kNegate, this->operand(first->getNextSibling()));
+      case kPlus: return this->operand(first->getNextSibling());
+      case kQuestionMark: node->op = CsvExpr::kParameter; return node;
+      default: return node;  // NULL: a literal of kind kNull
     }
   }
-  auto result = makeNode(op, std::move(left));
-  result->negated = negated;
-  if (op == CsvExpr::kLike) result->right = std::move(operands.front());
-  else result->list = std::move(operands);
-  return result;
-}
+
+  // COUNT(*), or an aggregate of [DISTINCT] a value.
+  std::unique_ptr<CsvExpr> aggregate(const VxReduction* aggregate) {
+    static const struct {
+      const char* name;
+      CsvExpr::Function function;
+    } kAggregates[] = {{"COUNT", CsvExpr::kCount}, {"SUM", CsvExpr::kSum}, {"MIN", CsvExpr::kMin},
+                       {"MAX", CsvExpr::kMax}, {"AVG", CsvExpr::kAvg}};
+    auto node = std::make_unique<CsvExpr>();
+    node->op = CsvExpr::kAggregate;
+    std::string name = terminalText(aggregate->getChild()->getChild());
+    for (const auto& a : kAggregates)
+      if (strcasecmp(a.name, name.c_str()) == 0) node->function = a.function;
+    for (const VxReduction* c = aggregate->getChild(); c; c = c->getNextSibling()) {
+      if (c->reductNumber() == kDistinct) node->distinct = true;
+      if (c->reductNumber() == kAdditive) node->left = expr(c);
+    }
+    return node;
+  }
+
+  std::unique_ptr<CsvExpr> predicate(const VxReduction* node) {
+    const VxReduction* first = node->getChild();
+    std::unique_ptr<CsvExpr> left = expr(first);
+    const VxReduction* tail = first->getNextSibling();
+    if (!tail) return left;
+    const VxReduction* head = tail->getChild();
+    if (head->reductNumber() == kComparison) {
+      auto result = makeNode(CsvExpr::kCompare, std::move(left), expr(head->getNextSibling()));
+      result->cmp = comparisonOf(head);
+      return result;
+    }
+    // [NOT] LIKE, [NOT] BETWEEN, [NOT] IN or IS [NOT] NULL: the keyword
+    // names the test, the operands follow it.
+    bool negated = false;
+    CsvExpr::Op op = CsvExpr::kIsNull;
+    std::vector<std::unique_ptr<CsvExpr>> operands;
+    for (const VxReduction* c = head; c; c = c->getNextSibling()) {
+      switch (c->reductNumber()) {
+        case kNotWord: negated = true; break;
+        case kLikeWord: op = CsvExpr::kLike; break;
+        case kBetweenWord: op = CsvExpr::kBetween; break;
+        case kInWord: op = CsvExpr::kIn; break;
+        case kAdditive: operands.push_back(expr(c)); break;
+        default: break;
+      }
+    }
+    auto result = makeNode(op, std::move(left));
+    result->negated = negated;
+    if (op == CsvExpr::kLike) result->right = std::move(operands.front());
+    else result->list = std::move(operands);
+    return result;
+  }
+
+  static CsvExpr::Cmp comparisonOf(const VxReduction* comparison) {
+    std::string op;
+    for (const VxReduction* c = comparison->getChild(); c; c = c->getNextSibling()) op += terminalText(c);
+    if (op == "=") return CsvExpr::kEq;
+    if (op == "<") return CsvExpr::kLt;
+    if (op == "<=") return CsvExpr::kLe;
+    if (op == ">") return CsvExpr::kGt;
+    if (op == ">=") return CsvExpr::kGe;
+    return CsvExpr::kNe;  // <> and !=
+  }
+};
 
 // Numbers the ? markers below e in the order they were written: an
 // operator's left operand comes before its right one or its list.
@@ -233,219 +369,67 @@ bool bindExpr(CsvExpr* e, const std::vector<CsvValue>& values) {
   return bindExpr(e->left.get(), values) && bindExpr(e->right.get(), values);
 }
 
-void compileInsert(const VxReduction* statement, CsvQuery& query) {
+void compileInsert(Compiler& compiler, const VxReduction* statement, CsvQuery& query) {
   query.isInsert = true;
   for (const VxReduction* c = statement->getChild(); c; c = c->getNextSibling()) {
     if (c->reductNumber() == kName) {
       if (query.table.empty()) query.table = nameText(c);
       else query.columns.push_back(nameText(c));
-    } else if (c->reductNumber() == kOperand) {
-      query.values.push_back(compileOperand(c));
+    } else if (c->reductNumber() == kAdditive) {
+      query.values.push_back(compiler.expr(c));
     }
   }
 }
 
-void compileStatement(const VxReduction* statement, CsvQuery& query) {
-  if (statement->reductNumber() == kInsertStatement) return compileInsert(statement, query);
+// Compiles a statement; false when the compiler filed an error.
+bool compileStatement(const VxReduction* statement, CsvQuery& query) {
+  Compiler compiler;
+  if (statement->reductNumber() == kInsertStatement) {
+    compileInsert(compiler, statement, query);
+    return !compiler.failed;
+  }
   for (const VxReduction* c = statement->getChild(); c; c = c->getNextSibling()) {
     switch (c->reductNumber()) {
       case kSelectList:
-        for (const VxReduction* item = c->getChild(); item; item = item->getNextSibling())
-          if (item->reductNumber() == kName) query.columns.push_back(nameText(item));
+        for (const VxReduction* item = c->getChild(); item; item = item->getNextSibling()) {
+          if (item->reductNumber() != kSelectItem) continue;
+          const VxReduction* alias = item->getChild()->getNextSibling();
+          while (alias && alias->reductNumber() != kName) alias = alias->getNextSibling();
+          query.items.push_back({compiler.expr(item->getChild()), alias ? nameText(alias) : std::string()});
+        }
         break;
       case kName: query.table = nameText(c); break;
-      case kExpr: query.where = compileExpr(c); break;
+      case kExpr: query.where = compiler.expr(c); break;
       case kDistinct: query.distinct = true; break;
       case kLimit: query.limit = strtoll(terminalText(c->getChild()->getNextSibling()).c_str(), nullptr, 10); break;
+      case kGroupBy:
+        for (const VxReduction* name = c->getChild(); name; name = name->getNextSibling())
+          if (name->reductNumber() == kName) query.groupBy.push_back(nameText(name));
+        break;
+      case kHaving: query.having = compiler.expr(c->getChild()->getNextSibling()); break;
       case kOrderBy:
         for (const VxReduction* item = c->getChild(); item; item = item->getNextSibling()) {
           if (item->reductNumber() != kOrderItem) continue;
           const VxReduction* direction = item->getChild()->getNextSibling();
-          query.orderBy.emplace_back(nameText(item->getChild()), direction && direction->reductNumber() == kDesc);
+          query.orderBy.push_back({compiler.expr(item->getChild()), direction && direction->reductNumber() == kDesc});
         }
         break;
       default: break;
     }
   }
+  return !compiler.failed;
 }
 
-// ---- Running ----
-
-enum Truth { kFalse, kTrue, kUnknown };
-
-// Evaluation of a condition over one row; the first type error is filed
-// and sets failed, after which results no longer matter.
-class Evaluator {
- public:
-  bool failed = false;
-
-  CsvValue value(const CsvExpr& e, const std::vector<CsvValue>& row) {
-    switch (e.op) {
-      case CsvExpr::kLiteral: return e.value;
-      case CsvExpr::kColumn:
-        // Names are resolved against the row's table before a row is seen.
-        assert(e.column >= 0 && size_t(e.column) < row.size());
-        return row[size_t(e.column)];
-      case CsvExpr::kNegate: {
-        CsvValue v = value(*e.left, row);
-        if (v.kind == CsvValue::kInteger) v.integer = -v.integer;
-        else if (v.kind == CsvValue::kReal) v.real = -v.real;
-        else if (v.kind == CsvValue::kText) typeError(v, CsvValue::ofInteger(0));
-        return v;
-      }
-      default: {
-        // Markers are bound or reported before running; a marker here would
-        // send value and truth round each other for ever.
-        assert(e.op != CsvExpr::kParameter);
-        Truth t = truth(e, row);
-        return t == kUnknown ? CsvValue() : CsvValue::ofInteger(t == kTrue);
-      }
-    }
-  }
-
-  Truth truth(const CsvExpr& e, const std::vector<CsvValue>& row) {
-    switch (e.op) {
-      case CsvExpr::kNot: {
-        Truth t = truth(*e.left, row);
-        return t == kUnknown ? kUnknown : (t == kTrue ? kFalse : kTrue);
-      }
-      case CsvExpr::kAnd: {
-        Truth a = truth(*e.left, row), b = truth(*e.right, row);
-        if (a == kFalse || b == kFalse) return kFalse;
-        return a == kTrue && b == kTrue ? kTrue : kUnknown;
-      }
-      case CsvExpr::kOr: {
-        Truth a = truth(*e.left, row), b = truth(*e.right, row);
-        if (a == kTrue || b == kTrue) return kTrue;
-        return a == kFalse && b == kFalse ? kFalse : kUnknown;
-      }
-      case CsvExpr::kIsNull: return (value(*e.left, row).isNull() != e.negated) ? kTrue : kFalse;
-      case CsvExpr::kLike: {
-        CsvValue text = value(*e.left, row), pattern = value(*e.right, row);
-        if (text.isNull() || pattern.isNull()) return kUnknown;
-        std::string t = text.toText(), p = pattern.toText();
-        bool match = strLike(t.data(), t.size(), p.data(), p.size(), '%', '_', '\0', 1, 1, VX_CP_UTF8);
-        return match != e.negated ? kTrue : kFalse;
-      }
-      case CsvExpr::kBetween: {
-        // a BETWEEN x AND y is a >= x AND a <= y.
-        Truth low = compareTruth(CsvExpr::kGe, *e.left, *e.list[0], row);
-        Truth high = compareTruth(CsvExpr::kLe, *e.left, *e.list[1], row);
-        Truth both = low == kFalse || high == kFalse ? kFalse : (low == kTrue && high == kTrue ? kTrue : kUnknown);
-        return negate(both, e.negated);
-      }
-      case CsvExpr::kIn: {
-        // True when one item equals; else unknown when one was NULL.
-        Truth any = kFalse;
-        for (const auto& item : e.list) {
-          Truth t = compareTruth(CsvExpr::kEq, *e.left, *item, row);
-          if (t == kTrue) return negate(kTrue, e.negated);
-          if (t == kUnknown) any = kUnknown;
-        }
-        return negate(any, e.negated);
-      }
-      case CsvExpr::kCompare: return compareTruth(e.cmp, *e.left, *e.right, row);
-      default: {
-        CsvValue v = value(e, row);
-        if (v.isNull()) return kUnknown;
-        if (v.kind == CsvValue::kText) {
-          typeError(v, CsvValue::ofInteger(1));
-          return kUnknown;
-        }
-        return v.asReal() != 0 ? kTrue : kFalse;
-      }
-    }
-  }
-
- private:
-  static Truth negate(Truth t, bool negated) {
-    return !negated || t == kUnknown ? t : (t == kTrue ? kFalse : kTrue);
-  }
-
-  Truth compareTruth(CsvExpr::Cmp cmp, const CsvExpr& left, const CsvExpr& right, const std::vector<CsvValue>& row) {
-    CsvValue a = value(left, row), b = value(right, row);
-    if (a.isNull() || b.isNull()) return kUnknown;
-    int order = 0;
-    if (!compare(a, b, order)) return kUnknown;
-    return holds(cmp, order) ? kTrue : kFalse;
-  }
-
-  static bool holds(CsvExpr::Cmp cmp, int order) {
-    switch (cmp) {
-      case CsvExpr::kEq: return order == 0;
-      case CsvExpr::kNe: return order != 0;
-      case CsvExpr::kLt: return order < 0;
-      case CsvExpr::kLe: return order <= 0;
-      case CsvExpr::kGt: return order > 0;
-      case CsvExpr::kGe: return order >= 0;
-    }
-    return false;
-  }
-
-  // Orders two non-NULL values: numbers by value, texts by their bytes; a
-  // text against a number as a number when it reads as one.
-  bool compare(const CsvValue& a, const CsvValue& b, int& order) {
-    if (a.kind == CsvValue::kText && b.kind == CsvValue::kText) {
-      int c = a.text.compare(b.text);
-      order = (c > 0) - (c < 0);
-      return true;
-    }
-    CsvValue x = a, y = b;
-    if ((x.kind == CsvValue::kText && !csvConvertText(x.text, CsvValue::kReal, x)) ||
-        (y.kind == CsvValue::kText && !csvConvertText(y.text, CsvValue::kReal, y))) {
-      typeError(a, b);
-      return false;
-    }
-    if (x.kind == CsvValue::kInteger && y.kind == CsvValue::kInteger) {
-      order = (x.integer > y.integer) - (x.integer < y.integer);
-    } else {
-      order = (x.asReal() > y.asReal()) - (x.asReal() < y.asReal());
-    }
-    return true;
-  }
-
-  void typeError(const CsvValue& a, const CsvValue& b) {
-    if (failed) return;
-    failed = true;
-    csvError(kErrCsvTypeMismatch, "22018") << a.toText().c_str() << b.toText().c_str();
-  }
-};
-
-bool resolveColumns(CsvExpr* e, const CsvTable& table) {
-  if (!e) return true;
-  if (e->op == CsvExpr::kParameter) {  // a marker that was never bound
-    csvError(kErrCsvParameterNotBound, "07002") << int64_t(e->column + 1);
-    return false;
-  }
-  if (e->op == CsvExpr::kColumn) {
-    e->column = table.findColumn(e->name);
-    if (e->column < 0) {
-      csvError(kErrCsvColumnNotFound, "42S22") << e->name.c_str();
-      return false;
-    }
-  }
-  for (const auto& item : e->list)
-    if (!resolveColumns(item.get(), table)) return false;
-  return resolveColumns(e->left.get(), table) && resolveColumns(e->right.get(), table);
-}
-
-bool findColumnOrFail(const CsvTable& table, const std::string& name, size_t& at) {
-  int found = table.findColumn(name);
-  if (found < 0) csvError(kErrCsvColumnNotFound, "42S22") << name.c_str();
-  at = size_t(found);
-  return found >= 0;
-}
-
-// Orders two values of one column; NULL comes first.
-int orderOf(const CsvValue& a, const CsvValue& b) {
-  if (a.isNull()) return b.isNull() ? 0 : -1;
-  if (b.isNull()) return 1;
-  if (a.kind == CsvValue::kText) {
-    int c = a.text.compare(b.text);
-    return (c > 0) - (c < 0);
-  }
-  if (a.kind == CsvValue::kInteger) return (a.integer > b.integer) - (a.integer < b.integer);
-  return (a.real > b.real) - (a.real < b.real);
+// Every expression of a query, in the order written, for numbering and
+// binding its markers.
+std::vector<CsvExpr*> expressionsOf(CsvQuery& query) {
+  std::vector<CsvExpr*> all;
+  for (auto& item : query.items) all.push_back(item.expr.get());
+  all.push_back(query.where.get());
+  all.push_back(query.having.get());
+  for (auto& item : query.orderBy) all.push_back(item.expr.get());
+  for (auto& value : query.values) all.push_back(value.get());
+  return all;
 }
 
 // The value an INSERT stores in column, converted to the column's kind;
@@ -564,67 +548,14 @@ bool CsvStatementParser::parse(const char* text, CsvQuery& query) {
     return false;
   }
   std::unique_ptr<VxReduction> tree(root);
-  compileStatement(root->getChild(), query);
-  numberParameters(query.where.get(), query.parameterCount);
-  for (auto& value : query.values) numberParameters(value.get(), query.parameterCount);
+  if (!compileStatement(root->getChild(), query)) return false;
+  for (CsvExpr* e : expressionsOf(query)) numberParameters(e, query.parameterCount);
   return true;
 }
 
 bool csvBindParameters(CsvQuery& query, const std::vector<CsvValue>& values) {
-  if (!bindExpr(query.where.get(), values)) return false;
-  for (auto& value : query.values)
-    if (!bindExpr(value.get(), values)) return false;
-  return true;
-}
-
-bool csvRunQuery(const std::string& directory, CsvQuery& query, CsvResult& result) {
-  result = CsvResult();
-  CsvTable table;
-  if (!csvLoadTable(directory, query.table, table) || !resolveColumns(query.where.get(), table)) return false;
-  std::vector<size_t> projection;
-  for (const std::string& name : query.columns) {
-    size_t at = 0;
-    if (!findColumnOrFail(table, name, at)) return false;
-    projection.push_back(at);
-  }
-  if (query.columns.empty())
-    for (size_t i = 0; i < table.columns.size(); ++i) projection.push_back(i);
-  std::vector<std::pair<size_t, bool>> keys;
-  for (const auto& item : query.orderBy) {
-    size_t at = 0;
-    if (!findColumnOrFail(table, item.first, at)) return false;
-    keys.emplace_back(at, item.second);
-  }
-
-  Evaluator evaluator;
-  std::vector<std::vector<CsvValue>> selected;
-  for (auto& row : table.rows) {
-    if (query.where && evaluator.truth(*query.where, row) != kTrue) continue;
-    if (evaluator.failed) return false;
-    selected.push_back(std::move(row));
-  }
-  if (evaluator.failed) return false;
-  std::stable_sort(selected.begin(), selected.end(), [&keys](const auto& a, const auto& b) {
-    for (const auto& key : keys) {
-      int order = orderOf(a[key.first], b[key.first]);
-      if (order != 0) return key.second ? order > 0 : order < 0;
-    }
-    return false;
-  });
-  for (size_t at : projection) result.columns.push_back(table.columns[at]);
-  std::set<std::string> seen;  // the rows so far, for DISTINCT
-  for (const auto& row : selected) {
-    if (query.limit >= 0 && result.rows.size() >= size_t(query.limit)) break;
-    std::vector<CsvValue> out;
-    std::string key;
-    out.reserve(projection.size());
-    for (size_t at : projection) {
-      out.push_back(row[at]);
-      key += char('0' + row[at].kind) + row[at].toText() + '\0';
-    }
-    if (query.distinct && !seen.insert(key).second) continue;
-    result.rows.push_back(std::move(out));
-  }
+  for (CsvExpr* e : expressionsOf(query))
+    if (!bindExpr(e, values)) return false;
   return true;
 }
 
@@ -636,7 +567,7 @@ bool csvRunInsert(const std::string& directory, CsvQuery& query) {
   std::vector<size_t> targets;
   for (const std::string& name : query.columns) {
     size_t at = 0;
-    if (!findColumnOrFail(table, name, at)) return false;
+    if (!csvFindColumn(table, name, at)) return false;
     targets.push_back(at);
   }
   if (query.columns.empty())
@@ -647,10 +578,12 @@ bool csvRunInsert(const std::string& directory, CsvQuery& query) {
   }
   // Values name no column: they are resolved against a table without any.
   CsvTable noColumns;
-  Evaluator evaluator;
+  CsvEvaluator evaluator;
   std::vector<CsvValue> row(table.columns.size());
   for (size_t i = 0; i < targets.size(); ++i) {
-    if (!resolveColumns(query.values[i].get(), noColumns)) return false;
+    if (!csvResolveColumns(query.values[i].get(), noColumns) ||
+        !csvRefuseAggregates(query.values[i].get(), "in VALUES"))
+      return false;
     CsvValue value = evaluator.value(*query.values[i], row);
     if (evaluator.failed || !fitValue(value, table.columns[targets[i]], row[targets[i]])) return false;
   }

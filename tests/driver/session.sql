@@ -8,3 +8,6 @@ SELECT name FROM sales WHERE name > 3
 INSERT INTO sales (id, name, qty, amount) VALUES (13, 'Zoe, "Z"', 2, 12.25)
 INSERT INTO sales (id, name) VALUES (14, 'Nobody')
 SELECT id, name, city, amount FROM sales WHERE id >= 12 ORDER BY id DESC
+SELECT city, COUNT(*) AS n, AVG(amount) AS mean, MIN(name) FROM sales GROUP BY city HAVING COUNT(*) > 1 ORDER BY n DESC, city
+SELECT {fn LCASE(name)} AS lower_name, qty * 2 AS twice, {d '2026-11-23'} AS day FROM sales WHERE id < 4 ORDER BY 2 DESC
+SELECT city, name FROM sales GROUP BY city
