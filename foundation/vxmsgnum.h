@@ -95,6 +95,10 @@ constexpr uint16_t kErrCsvValueCount = 7615;          // 21S01: values and colum
 constexpr uint16_t kErrCsvNullNotAllowed = 7616;      // 23000: NULL into a column without NULL (column)
 constexpr uint16_t kErrCsvValueDoesNotFit = 7617;     // 22018: value does not fit its column (value, column)
 constexpr uint16_t kErrCsvParameterNotBound = 7618;   // 07002: parameter marker without a value (number)
+constexpr uint16_t kErrCsvCannotConvert = 7640;       // 22021: text does not convert (what, code page)
+constexpr uint16_t kErrCsvUnknownCodePage = 7641;     // HY024: code page not known (number)
+constexpr uint16_t kErrCsvXmlNotWritten = 7642;       // HY000: result set not saved as XML (path, reason)
+constexpr uint16_t kErrCsvBadAttribute = 7643;        // HY092: attribute or value not valid (number)
 
 // Operating-system messages in the 30000 range.
 constexpr uint16_t kErrAccessDeniedByName = 30040;    // access denied (name)
