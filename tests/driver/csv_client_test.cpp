@@ -1,7 +1,11 @@
 // The CSV driver through the driver manager (libodbc), as an application
 // uses it. Random tables are checked against a model computed here.
+#include <iconv.h>
+#include <libxml/parser.h>
+#include <libxml/xpath.h>
 #include <sql.h>
 #include <sqlext.h>
+#include <sqlucode.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,9 +15,12 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "drivers/csv/vxcsv.h"
 
 namespace {
 
@@ -51,6 +58,32 @@ class Client : public ::testing::Test {
     ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_STMT, dbc_, &stmt_), SQL_SUCCESS);
   }
   SQLRETURN exec(const std::string& sql) { return SQLExecDirect(stmt_, (SQLCHAR*)sql.c_str(), SQL_NTS); }
+  void driverConnect(const std::string& extra = "") {
+    std::string in = "DRIVER={" + env("VXCSV_DRIVER") + "};DIRECTORY=" + dir_ + extra;
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLDriverConnect(dbc_, nullptr, (SQLCHAR*)in.c_str(), SQL_NTS, nullptr, 0, nullptr,
+                                               SQL_DRIVER_NOPROMPT)));
+    ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_STMT, dbc_, &stmt_), SQL_SUCCESS);
+  }
+  // Column 1 of every row, read with SQLGetData in pieces of pieceBytes
+  // (wide pieces are checked not to end inside a surrogate pair).
+  std::vector<std::string> column1(SQLSMALLINT type, SQLLEN pieceBytes) {
+    std::vector<std::string> values;
+    while (SQLFetch(stmt_) == SQL_SUCCESS) {
+      std::string value;
+      char16_t piece[64];
+      SQLLEN ind = 0;
+      SQLRETURN rc;
+      while (SQL_SUCCEEDED(rc = SQLGetData(stmt_, 1, type, piece, pieceBytes, &ind))) {
+        size_t units = std::char_traits<char16_t>::length(piece);
+        if (type == SQL_C_CHAR) value += (char*)piece;
+        if (type == SQL_C_WCHAR) value.append((char*)piece, units * 2);
+        EXPECT_FALSE(type == SQL_C_WCHAR && units && piece[units - 1] >= 0xD800 && piece[units - 1] < 0xDC00);
+      }
+      EXPECT_EQ(rc, SQL_NO_DATA);
+      values.push_back(value);
+    }
+    return values;
+  }
   // The first diagnostic record of the statement: "SQLSTATE text".
   std::string diagnostic() {
     SQLCHAR state[6] = {0}, text[512] = {0};
@@ -71,6 +104,31 @@ class Client : public ::testing::Test {
   SQLHDBC dbc_ = SQL_NULL_HDBC;
   SQLHSTMT stmt_ = SQL_NULL_HSTMT;
 };
+
+// text converted by iconv, the oracle of the driver's conversions.
+std::string iconvTo(const char* code, const std::string& utf8) {
+  iconv_t cd = iconv_open(code, "UTF-8");
+  std::string out(utf8.size() * 4 + 4, '\0');
+  char* in = const_cast<char*>(utf8.data());
+  char* to = &out[0];
+  size_t left = utf8.size(), room = out.size();
+  EXPECT_NE(iconv(cd, &in, &left, &to, &room), size_t(-1)) << utf8;
+  iconv_close(cd);
+  out.resize(out.size() - room);
+  return out;
+}
+std::u16string u16(const std::string& utf8) {
+  std::string bytes = iconvTo("UTF-16LE", utf8);
+  return std::u16string((const char16_t*)bytes.data(), bytes.size() / 2);
+}
+SQLWCHAR* w(const std::u16string& text) { return (SQLWCHAR*)text.c_str(); }
+
+// A random text of pieces, in UTF-8.
+std::string randomText(std::mt19937& rng, const std::vector<std::string>& pieces, unsigned most) {
+  std::string text;
+  for (unsigned n = rng() % most + 1; n > 0; --n) text += pieces[rng() % pieces.size()];
+  return text;
+}
 
 struct Row {
   int a;
@@ -279,6 +337,103 @@ TEST_F(Client, FailuresGiveTheirDiagnostics) {
   // Nothing was lost from or added to the files.
   EXPECT_EQ(read("t.csv"), "a INTEGER,b VARCHAR(3)\n1,x\n");
   EXPECT_EQ(read("value.csv"), "a INTEGER\n1\nzwei\n");
+}
+
+// Random texts with accents, CJK and characters beyond the BMP go in as
+// wide parameters and come back through the wide calls as iconv's UTF-16.
+TEST_F(Client, WideCallsAgreeWithIconv) {
+  const unsigned seed = 777;
+  std::mt19937 rng(seed);
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  write("wide.csv", "n\xC3\xA4me VARCHAR(80)\n");
+  std::u16string in = u16("DRIVER={" + env("VXCSV_DRIVER") + "};DIRECTORY=" + dir_);
+  ASSERT_TRUE(SQL_SUCCEEDED(SQLDriverConnectW(dbc_, nullptr, w(in), SQL_NTS, nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT)));
+  ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_STMT, dbc_, &stmt_), SQL_SUCCESS);
+  std::vector<std::string> expected;
+  char16_t value[100];
+  SQLLEN ind = 0;
+  ASSERT_EQ(SQLPrepareW(stmt_, w(u"INSERT INTO wide VALUES (?)"), SQL_NTS), SQL_SUCCESS);
+  SQLBindParameter(stmt_, 1, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 80, 0, value, 0, &ind);
+  for (int i = 0; i < 40; ++i) {
+    std::string text = randomText(rng, {"a", "\xC3\xA9", "\xE2\x82\xAC", "\xE6\x97\xA5", "\xF0\x9D\x84\x9E", ","}, 9);
+    expected.push_back(iconvTo("UTF-16LE", text));
+    ind = SQLLEN(expected.back().size());  // in bytes, without a terminator
+    memcpy(value, expected.back().data(), expected.back().size());
+    ASSERT_EQ(SQLExecute(stmt_), SQL_SUCCESS) << diagnostic();
+  }
+  SQLFreeStmt(stmt_, SQL_RESET_PARAMS);
+  for (SQLLEN pieceBytes : {6, 8, 128}) {
+    ASSERT_EQ(SQLExecDirectW(stmt_, w(u16("SELECT n\xC3\xA4me FROM wide")), SQL_NTS), SQL_SUCCESS);
+    SQLWCHAR name[8];
+    SQLSMALLINT nameLength = 0;
+    SQLDescribeColW(stmt_, 1, name, 8, &nameLength, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_EQ(std::u16string((char16_t*)name), u16("n\xC3\xA4me"));
+    EXPECT_EQ(column1(SQL_C_WCHAR, pieceBytes), expected) << pieceBytes;
+    SQLFreeStmt(stmt_, SQL_CLOSE);
+  }
+  // Diagnostics, catalog and information answers in UTF-16.
+  EXPECT_EQ(SQLExecDirectW(stmt_, w(u"SELECT FROM wide"), SQL_NTS), SQL_ERROR);
+  SQLWCHAR state[6], text[256];
+  SQLINTEGER native = 0;
+  ASSERT_EQ(SQLGetDiagRecW(SQL_HANDLE_STMT, stmt_, 1, state, &native, text, 256, nullptr), SQL_SUCCESS);
+  EXPECT_EQ(std::u16string((char16_t*)state) + u" " + (char16_t*)text,
+            u"42000 [vxlib][CSV]Syntax error at \"FROM\"; expected *, identifier, quoted name.");
+  ASSERT_EQ(SQLTablesW(stmt_, nullptr, 0, nullptr, 0, w(u"WID%"), SQL_NTS, nullptr, 0), SQL_SUCCESS);
+  ASSERT_EQ(SQLColAttributeW(stmt_, 3, SQL_DESC_NAME, text, sizeof text, nullptr, nullptr), SQL_SUCCESS);
+  EXPECT_EQ(std::u16string((char16_t*)text), u"TABLE_NAME");
+  SQLFetch(stmt_);
+  SQLGetData(stmt_, 3, SQL_C_WCHAR, text, sizeof text, &ind);
+  EXPECT_EQ(std::u16string((char16_t*)text), u"wide");
+  EXPECT_EQ(ind, 8);
+  SQLSMALLINT length = 0;
+  ASSERT_EQ(SQLGetInfoW(dbc_, SQL_DBMS_NAME, text, sizeof text, &length), SQL_SUCCESS);
+  EXPECT_EQ(std::u16string((char16_t*)text), u"vxlib CSV");
+  EXPECT_EQ(length, 18);
+}
+
+// A windows-1252 data source: the file's bytes are iconv's, the narrow
+// calls see them as they are (the connection string gives both code
+// pages), the wide calls see UTF-16, and what does not convert is an error.
+TEST_F(Client, Windows1252DataSourceAgreesWithIconv) {
+  const unsigned seed = 1252;
+  std::mt19937 rng(seed);
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::string utf8 = "s VARCHAR(40)\n";
+  std::vector<std::string> texts;
+  for (int i = 0; i < 30; ++i) {
+    texts.push_back(randomText(rng, {"a", "\xC3\xA9", "\xE2\x82\xAC", "\xE2\x80\x9C", "\xC5\xB8", "\xC3\x9F", " "}, 8));
+    utf8 += texts.back() + "\n";
+  }
+  write("cp.csv", iconvTo("WINDOWS-1252", utf8));
+  driverConnect(";IANAAppCodePage=2252");
+  std::vector<std::string> narrow, wide;
+  for (const std::string& t : texts) {
+    narrow.push_back(iconvTo("WINDOWS-1252", t));
+    wide.push_back(iconvTo("UTF-16LE", t));
+  }
+  ASSERT_EQ(exec("SELECT s FROM cp"), SQL_SUCCESS) << diagnostic();
+  EXPECT_EQ(column1(SQL_C_CHAR, 5), narrow);
+  // Texts go in as wide parameters (the lexer does not take every
+  // character inside a quoted literal). strLike compares the first byte of
+  // a UTF-8 character only, so the pattern's letter is ASCII.
+  char16_t param[8] = u"%a%";
+  SQLLEN ind = SQL_NTS;
+  SQLBindParameter(stmt_, 1, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 8, 0, param, 0, &ind);
+  ASSERT_EQ(SQLExecDirectW(stmt_, w(u"SELECT s FROM cp WHERE s LIKE ?"), SQL_NTS), SQL_SUCCESS) << diagnostic();
+  std::vector<std::string> matching;
+  for (size_t i = 0; i < texts.size(); ++i)
+    if (texts[i].find('a') != std::string::npos) matching.push_back(wide[i]);
+  EXPECT_EQ(column1(SQL_C_WCHAR, 10), matching);
+  std::string before = read("cp.csv");
+  std::u16string(u"\u20AC\u00FF", 3).copy(param, 3);
+  ASSERT_EQ(SQLExecDirectW(stmt_, w(u"INSERT INTO cp VALUES (?)"), SQL_NTS), SQL_SUCCESS) << diagnostic();
+  EXPECT_EQ(read("cp.csv"), before + iconvTo("WINDOWS-1252", "\xE2\x82\xAC\xC3\xBF\n"));
+  before = read("cp.csv");
+  std::u16string(u"\u65E5", 2).copy(param, 2);
+  ASSERT_EQ(SQLExecDirectW(stmt_, w(u"INSERT INTO cp VALUES (?)"), SQL_NTS), SQL_ERROR);
+  EXPECT_EQ(diagnostic(), "22021 [vxlib][CSV]The text of " + dir_ + "/cp.csv could not be converted between UTF-8 "
+                          "and code page 2252.");
+  EXPECT_EQ(read("cp.csv"), before);
 }
 
 }  // namespace
