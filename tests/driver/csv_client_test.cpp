@@ -436,4 +436,116 @@ TEST_F(Client, Windows1252DataSourceAgreesWithIconv) {
   EXPECT_EQ(read("cp.csv"), before);
 }
 
+// Random rows fetched in arrays of 7, column-wise and row-wise, and saved
+// as XML on the way: libxml2 finds the same rows in the document.
+TEST_F(Client, RowArraysAndTheXmlDocumentHoldTheRows) {
+  const unsigned seed = 7;
+  std::mt19937 rng(seed);
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::vector<std::pair<int, std::string>> rows(rng() % 60 + 20);
+  std::string csv = "i INTEGER,s VARCHAR(6)\n";
+  for (auto& row : rows) {
+    row = {int(rng() % 2001) - 1000, randomText(rng, {"a", "<", "&", "'", ">"}, 3)};
+    csv += std::to_string(row.first) + "," + row.second + "\n";
+  }
+  write("t.csv", csv);
+  connect();
+  struct RowWise {
+    SQLINTEGER i;
+    SQLLEN iInd;
+    char s[16];
+    SQLLEN sInd;
+  } byRow[7];
+  SQLINTEGER is[7];
+  SQLLEN iInds[7], sInds[7];
+  char ss[7][16];
+  SQLULEN fetched = 0;
+  SQLUSMALLINT status[7];
+  SQLSetStmtAttr(stmt_, SQL_ATTR_ROW_ARRAY_SIZE, (SQLPOINTER)7, 0);
+  SQLSetStmtAttr(stmt_, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
+  SQLSetStmtAttr(stmt_, SQL_ATTR_ROW_STATUS_PTR, status, 0);
+  std::string xml = dir_ + "/t.xml";
+  for (bool rowWise : {false, true}) {
+    SQLSetStmtAttr(stmt_, SQL_ATTR_ROW_BIND_TYPE, (SQLPOINTER)(rowWise ? sizeof(RowWise) : SQL_BIND_BY_COLUMN), 0);
+    SQLBindCol(stmt_, 1, SQL_C_SLONG, rowWise ? &byRow[0].i : is, 0, rowWise ? &byRow[0].iInd : iInds);
+    SQLBindCol(stmt_, 2, SQL_C_CHAR, rowWise ? byRow[0].s : ss[0], 16, rowWise ? &byRow[0].sInd : sInds);
+    if (!rowWise) ASSERT_EQ(SQLSetStmtAttr(stmt_, VXCSV_ATTR_XML_RESULT, (SQLPOINTER)xml.c_str(), SQL_NTS), SQL_SUCCESS);
+    ASSERT_EQ(exec("SELECT i, s FROM t"), SQL_SUCCESS) << diagnostic();
+    size_t at = 0;
+    for (SQLRETURN rc; (rc = SQLFetch(stmt_)) != SQL_NO_DATA; at += fetched) {
+      ASSERT_EQ(rc, SQL_SUCCESS);
+      ASSERT_EQ(fetched, std::min<size_t>(7, rows.size() - at));
+      for (SQLULEN r = 0; r < 7; ++r) {
+        EXPECT_EQ(status[r], r < fetched ? SQL_ROW_SUCCESS : SQL_ROW_NOROW);
+        if (r >= fetched) continue;
+        EXPECT_EQ(rowWise ? byRow[r].i : is[r], rows[at + r].first);
+        EXPECT_EQ(std::string(rowWise ? byRow[r].s : ss[r]), rows[at + r].second);
+      }
+    }
+    EXPECT_EQ(at, rows.size());
+    SQLFreeStmt(stmt_, SQL_CLOSE);
+  }
+  // The document: one record per row, the values as fetched.
+  xmlDocPtr doc = xmlReadFile(xml.c_str(), nullptr, XML_PARSE_NONET);
+  ASSERT_NE(doc, nullptr);
+  xmlXPathContextPtr context = xmlXPathNewContext(doc);
+  xmlXPathObjectPtr records = xmlXPathEvalExpression((const xmlChar*)"//*[local-name()='record']", context);
+  ASSERT_EQ(size_t(xmlXPathNodeSetGetLength(records->nodesetval)), rows.size());
+  for (size_t r = 0; r < rows.size(); ++r) {
+    std::string values;
+    for (xmlNodePtr field = xmlFirstElementChild(records->nodesetval->nodeTab[r]); field; field = xmlNextElementSibling(field)) {
+      xmlChar* text = xmlNodeGetContent(field);
+      values += std::string((char*)text) + "|";
+      xmlFree(text);
+    }
+    EXPECT_EQ(values, std::to_string(rows[r].first) + "|" + rows[r].second + "|");
+  }
+  xmlXPathFreeObject(records);
+  xmlXPathFreeContext(context);
+  xmlFreeDoc(doc);
+  // The path served one result set only; one that cannot be written fails
+  // the statement and leaves nothing.
+  unlink(xml.c_str());
+  ASSERT_EQ(exec("SELECT i FROM t"), SQL_SUCCESS);
+  EXPECT_NE(access(xml.c_str(), F_OK), 0);
+  SQLFreeStmt(stmt_, SQL_CLOSE);
+  std::string bad = dir_ + "/none/t.xml";
+  SQLSetStmtAttr(stmt_, VXCSV_ATTR_XML_RESULT, (SQLPOINTER)bad.c_str(), SQL_NTS);
+  EXPECT_EQ(SQLTables(stmt_, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0), SQL_ERROR);
+  EXPECT_EQ(diagnostic().substr(0, 75 + dir_.size()),
+            "HY000 [vxlib][CSV]The result set could not be saved as XML in " + bad + ": ");
+  EXPECT_EQ(SQLFetch(stmt_), SQL_ERROR);
+}
+
+// The type list names each type the header accepts, in DATA_TYPE order;
+// a table declared with every one describes its columns with those types.
+TEST_F(Client, TypeInfoAgreesWithTheColumnsOfATable) {
+  connect();
+  ASSERT_EQ(SQLGetTypeInfo(stmt_, SQL_ALL_TYPES), SQL_SUCCESS);
+  std::string header;
+  std::vector<SQLINTEGER> types;
+  char name[32];
+  SQLINTEGER type = 0;
+  while (SQLFetch(stmt_) == SQL_SUCCESS) {
+    SQLGetData(stmt_, 1, SQL_C_CHAR, name, sizeof name, nullptr);
+    SQLGetData(stmt_, 2, SQL_C_SLONG, &type, 0, nullptr);
+    EXPECT_TRUE(types.empty() || types.back() <= type) << name;
+    types.push_back(type);
+    header += (header.empty() ? "c" : ",c") + std::to_string(types.size()) + " " + name;
+  }
+  write("all.csv", header + "\n");
+  SQLFreeStmt(stmt_, SQL_CLOSE);
+  ASSERT_EQ(SQLColumns(stmt_, nullptr, 0, nullptr, 0, (SQLCHAR*)"all", SQL_NTS, nullptr, 0), SQL_SUCCESS);
+  for (SQLINTEGER want : types) {
+    ASSERT_EQ(SQLFetch(stmt_), SQL_SUCCESS);
+    SQLGetData(stmt_, 5, SQL_C_SLONG, &type, 0, nullptr);
+    EXPECT_EQ(type, want);
+  }
+  EXPECT_EQ(types.size(), 15u);
+  SQLFreeStmt(stmt_, SQL_CLOSE);
+  ASSERT_EQ(SQLGetTypeInfo(stmt_, SQL_VARCHAR), SQL_SUCCESS);
+  ASSERT_EQ(SQLFetch(stmt_), SQL_SUCCESS);
+  EXPECT_EQ(SQLFetch(stmt_), SQL_NO_DATA);
+}
+
 }  // namespace
