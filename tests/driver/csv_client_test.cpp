@@ -548,4 +548,92 @@ TEST_F(Client, TypeInfoAgreesWithTheColumnsOfATable) {
   EXPECT_EQ(SQLFetch(stmt_), SQL_NO_DATA);
 }
 
+// Rows of a million-row file counted and summed through bound arrays.
+TEST_F(Client, MillionRowsCountAndSum) {
+  const int kRows = 1000000;
+  std::string csv = "i INTEGER,s VARCHAR(8)\n";
+  long long wantSum = 0, wantCount = 0;
+  for (int k = 0; k < kRows; ++k) {
+    int i = int((k * 7919LL) % 1000003);
+    csv += std::to_string(i) + ",r" + std::to_string(k % 1000) + "\n";
+    if (k % 1000 % 10 == 7) wantSum += i, ++wantCount;
+  }
+  write("big.csv", csv);
+  connect();
+  SQLINTEGER values[1000];
+  SQLULEN fetched = 0;
+  SQLSetStmtAttr(stmt_, SQL_ATTR_ROW_ARRAY_SIZE, (SQLPOINTER)1000, 0);
+  SQLSetStmtAttr(stmt_, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
+  SQLBindCol(stmt_, 1, SQL_C_SLONG, values, 0, nullptr);
+  ASSERT_EQ(exec("SELECT i FROM big WHERE s LIKE '%7'"), SQL_SUCCESS) << diagnostic();
+  long long sum = 0, count = 0;
+  while (SQLFetch(stmt_) == SQL_SUCCESS)
+    for (SQLULEN r = 0; r < fetched; ++r) sum += values[r], ++count;
+  EXPECT_EQ(count, wantCount);
+  EXPECT_EQ(sum, wantSum);
+}
+
+// Two connections in two threads, each inserting into and reading its own
+// table, get each its own rows.
+TEST_F(Client, TwoConnectionsInTwoThreads) {
+  auto work = [this](int id, std::string* failure) {
+    std::string table = "t" + std::to_string(id);
+    write(table + ".csv", "n INTEGER\n");
+    SQLHDBC dbc = SQL_NULL_HDBC;
+    SQLHSTMT stmt = SQL_NULL_HSTMT;
+    SQLAllocHandle(SQL_HANDLE_DBC, env_, &dbc);
+    std::string in = "DRIVER={" + env("VXCSV_DRIVER") + "};DIRECTORY=" + dir_;
+    if (!SQL_SUCCEEDED(SQLDriverConnect(dbc, nullptr, (SQLCHAR*)in.c_str(), SQL_NTS, nullptr, 0, nullptr, 0)) ||
+        SQLAllocHandle(SQL_HANDLE_STMT, dbc, &stmt) != SQL_SUCCESS)
+      *failure = "connect";
+    for (int n = 1; n <= 60 && failure->empty(); ++n) {
+      std::string insert = "INSERT INTO " + table + " VALUES (" + std::to_string(n * id) + ")";
+      SQLBIGINT sum = 0, count = 0, v = 0;
+      if (SQLExecDirect(stmt, (SQLCHAR*)insert.c_str(), SQL_NTS) != SQL_SUCCESS ||
+          SQLExecDirect(stmt, (SQLCHAR*)("SELECT n FROM " + table).c_str(), SQL_NTS) != SQL_SUCCESS)
+        *failure = "statement " + std::to_string(n);
+      for (SQLBindCol(stmt, 1, SQL_C_SBIGINT, &v, 0, nullptr); SQLFetch(stmt) == SQL_SUCCESS; ++count) sum += v;
+      SQLFreeStmt(stmt, SQL_CLOSE);
+      if (count != n || sum != SQLBIGINT(id) * n * (n + 1) / 2) *failure = "rows after " + std::to_string(n);
+    }
+    SQLFreeHandle(SQL_HANDLE_STMT, stmt);
+    SQLDisconnect(dbc);
+    SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+  };
+  std::string failures[2];
+  std::thread first(work, 1, &failures[0]), second(work, 2, &failures[1]);
+  first.join();
+  second.join();
+  EXPECT_EQ(failures[0] + failures[1], "");
+}
+
+// Another process changes a table between two statements: appended rows
+// are seen by the next statement, an open result set keeps its rows, a
+// malformed rewrite is a diagnostic, and the driver never writes the file.
+TEST_F(Client, TableChangedByAnotherProcess) {
+  write("t.csv", "a INTEGER\n1\n2\n");
+  connect();
+  auto count = [this](const char* sql) {
+    int rows = 0;
+    if (exec(sql) != SQL_SUCCESS) return -1;
+    while (SQLFetch(stmt_) == SQL_SUCCESS) ++rows;
+    SQLFreeStmt(stmt_, SQL_CLOSE);
+    return rows;
+  };
+  ASSERT_EQ(exec("SELECT a FROM t"), SQL_SUCCESS);
+  ASSERT_EQ(system(("printf '3\\n4\\n' >> " + dir_ + "/t.csv").c_str()), 0);
+  int open = 0;
+  while (SQLFetch(stmt_) == SQL_SUCCESS) ++open;
+  EXPECT_EQ(open, 2);
+  SQLFreeStmt(stmt_, SQL_CLOSE);
+  EXPECT_EQ(count("SELECT a FROM t"), 4);
+  ASSERT_EQ(system(("printf 'a INTEGER\\n1\\n\"x\\n' > " + dir_ + "/t.csv").c_str()), 0);
+  EXPECT_EQ(count("SELECT a FROM t"), -1);
+  EXPECT_EQ(diagnostic(), "HY000 [vxlib][CSV]Line 3 of " + dir_ + "/t.csv is malformed: a quoted field is not closed.");
+  EXPECT_EQ(exec("INSERT INTO t VALUES (5)"), SQL_ERROR);
+  EXPECT_EQ(read("t.csv"), "a INTEGER\n1\n\"x\n");
+  ASSERT_EQ(system(("printf 'a INTEGER\\n7\\n' > " + dir_ + "/t.csv").c_str()), 0);
+  EXPECT_EQ(count("SELECT a FROM t WHERE a = 7"), 1);
+}
+
 }  // namespace
