@@ -11,9 +11,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 
+#include <unistd.h>
+
+#include "bos/bosfile.h"
 #include "drivers/csv/csvcodepage.h"
 #include "foundation/vxerror.h"
 
@@ -159,13 +161,28 @@ bool parseHeaderCell(const std::string& cell, const std::string& path, CsvColumn
   return true;
 }
 
-bool readWholeFile(const std::string& path, std::string& text) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return false;
-  std::ostringstream all;
-  all << in.rdbuf();
-  text = all.str();
-  return true;
+enum class FileRead { kRead, kMissing, kFailed };
+
+// Reads the whole file at path under the file layer's shared lock. An
+// INSERT, in this process or another, appends while it holds the exclusive
+// lock, so a statement sees an appended row whole or not at all; while
+// another process appends, the open fails with the file layer's error
+// (1512) instead of reading half a line. A missing file files nothing.
+FileRead readWholeFile(const std::string& path, std::string& text) {
+  if (access(path.c_str(), F_OK) != 0) return FileRead::kMissing;
+  char name[BOS_MAX_PATH];
+  snprintf(name, sizeof name, "%s", path.c_str());
+  int handle = -1;
+  if (bosFileOpen(name, BOS_OPEN_SHARED_LOCK, &handle) != 0) return FileRead::kFailed;
+  text.clear();
+  std::vector<char> buffer(1 << 16);
+  int32_t count = 0;
+  while (bosFileRead(handle, -1, buffer.data(), buffer.size(), &count) == 0 && count > 0)
+    text.append(buffer.data(), size_t(count));
+  bosFileClose(handle);
+  if (count == 0) return FileRead::kRead;
+  addError(kErrFileNotRead) << path.c_str();
+  return FileRead::kFailed;
 }
 
 }  // namespace
@@ -220,16 +237,15 @@ bool csvLoadTable(const std::string& directory, const std::string& name, CsvTabl
   std::string path = directory + "/" + name + ".csv";
   std::string text;
   // A name with a slash would reach outside the data source's directory.
-  bool readable = name.find('/') == std::string::npos && readWholeFile(path, text);
-  if (!readable) {
+  FileRead read = name.find('/') == std::string::npos ? readWholeFile(path, text) : FileRead::kMissing;
+  if (read == FileRead::kMissing && name.find('/') == std::string::npos) {
     std::string lower = name;
     for (char& c : lower) c = char(tolower(static_cast<unsigned char>(c)));
     path = directory + "/" + lower + ".csv";
-    if (name.find('/') != std::string::npos || !readWholeFile(path, text)) {
-      csvError(kErrCsvTableNotFound, "42S02") << name.c_str();
-      return false;
-    }
+    read = readWholeFile(path, text);
   }
+  if (read == FileRead::kMissing) csvError(kErrCsvTableNotFound, "42S02") << name.c_str();
+  if (read != FileRead::kRead) return false;
   if (pathOut) *pathOut = path;
   return csvFileTextToUtf8(text, path) && csvParseTable(std::move(text), path, table);
 }
