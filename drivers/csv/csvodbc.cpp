@@ -426,6 +426,59 @@ SQLRETURN getInfo(Dbc& dbc, const Chars& chars, SQLUSMALLINT type, SQLPOINTER va
   return scope.status();
 }
 
+// The connection attributes an application or a driver manager sets:
+// the driver commits every statement at once and has no catalogs, so
+// autocommit can only stay on and the current catalog only be empty; the
+// time-outs are taken and ignored, as no call waits on anything but files.
+SQLRETURN setConnectAttr(Dbc& dbc, const Chars& chars, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER length) {
+  CallScope scope(dbc);
+  SQLULEN number = SQLULEN(reinterpret_cast<uintptr_t>(value));
+  std::string text;
+  switch (attribute) {
+    case SQL_ATTR_AUTOCOMMIT:
+      if (number == SQL_AUTOCOMMIT_ON) return scope.status();
+      csvError(kErrCsvNotSupported, "HYC00") << "Turning autocommit off";
+      return scope.fail();
+    case SQL_ATTR_CURRENT_CATALOG:
+      if (!inputText(chars, value, chars.wide && length > 0 ? length / SQLINTEGER(sizeof(SQLWCHAR)) : length, text))
+        return scope.fail();
+      if (text.empty()) return scope.status();
+      csvError(kErrCsvNotSupported, "HYC00") << "A catalog";
+      return scope.fail();
+    case SQL_ATTR_ACCESS_MODE:
+    case SQL_ATTR_LOGIN_TIMEOUT:
+    case SQL_ATTR_CONNECTION_TIMEOUT: return scope.status();
+    default:
+      csvError(kErrCsvBadAttribute, "HY092") << int64_t(attribute);
+      return scope.fail();
+  }
+}
+
+SQLRETURN getConnectAttr(Dbc& dbc, const Chars& chars, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER size,
+                         SQLINTEGER* length) {
+  CallScope scope(dbc);
+  SQLUINTEGER number = 0;
+  switch (attribute) {
+    case SQL_ATTR_AUTOCOMMIT: number = SQL_AUTOCOMMIT_ON; break;
+    case SQL_ATTR_ACCESS_MODE: number = SQL_MODE_READ_WRITE; break;
+    case SQL_ATTR_CONNECTION_DEAD: number = dbc.connected ? SQL_CD_FALSE : SQL_CD_TRUE; break;
+    case SQL_ATTR_LOGIN_TIMEOUT:
+    case SQL_ATTR_CONNECTION_TIMEOUT: break;
+    case SQL_ATTR_CURRENT_CATALOG: {
+      SQLLEN full = 0;
+      if (!outputText(chars, "", value, size, true, &full)) return scope.fail();
+      if (length) *length = SQLINTEGER(full);
+      return scope.status();
+    }
+    default:
+      csvError(kErrCsvBadAttribute, "HY092") << int64_t(attribute);
+      return scope.fail();
+  }
+  if (value) *static_cast<SQLUINTEGER*>(value) = number;
+  if (length) *length = sizeof number;
+  return scope.status();
+}
+
 // ---- Results ----
 
 // The C type SQL_C_DEFAULT stands for in a column.
@@ -956,6 +1009,31 @@ VXCSV_ENTRY SQLDriverConnectW(SQLHDBC handle, SQLHWND, SQLWCHAR* in, SQLSMALLINT
                 dbc ? driverConnect(*dbc, kWide, in, inLength, out, outSize, outLength) : SQL_INVALID_HANDLE);
 }
 
+VXCSV_ENTRY SQLSetConnectAttr(SQLHDBC handle, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER length) {
+  Dbc* dbc = asHandle<Dbc>(handle, kDbcTag);
+  return traced("SQLSetConnectAttr",
+                dbc ? setConnectAttr(*dbc, dbc->narrow(), attribute, value, length) : SQL_INVALID_HANDLE);
+}
+
+VXCSV_ENTRY SQLSetConnectAttrW(SQLHDBC handle, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER length) {
+  Dbc* dbc = asHandle<Dbc>(handle, kDbcTag);
+  return traced("SQLSetConnectAttrW", dbc ? setConnectAttr(*dbc, kWide, attribute, value, length) : SQL_INVALID_HANDLE);
+}
+
+VXCSV_ENTRY SQLGetConnectAttr(SQLHDBC handle, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER size,
+                              SQLINTEGER* length) {
+  Dbc* dbc = asHandle<Dbc>(handle, kDbcTag);
+  return traced("SQLGetConnectAttr",
+                dbc ? getConnectAttr(*dbc, dbc->narrow(), attribute, value, size, length) : SQL_INVALID_HANDLE);
+}
+
+VXCSV_ENTRY SQLGetConnectAttrW(SQLHDBC handle, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER size,
+                               SQLINTEGER* length) {
+  Dbc* dbc = asHandle<Dbc>(handle, kDbcTag);
+  return traced("SQLGetConnectAttrW",
+                dbc ? getConnectAttr(*dbc, kWide, attribute, value, size, length) : SQL_INVALID_HANDLE);
+}
+
 VXCSV_ENTRY SQLDisconnect(SQLHDBC handle) {
   Dbc* dbc = asHandle<Dbc>(handle, kDbcTag);
   if (!dbc) return traced("SQLDisconnect", SQL_INVALID_HANDLE);
@@ -1025,6 +1103,18 @@ VXCSV_ENTRY SQLBindParameter(SQLHSTMT handle, SQLUSMALLINT number, SQLSMALLINT d
   if (stmt->parameters.size() < number) stmt->parameters.resize(number);
   stmt->parameters[number - 1] = Parameter{type, value, indicator};
   return traced("SQLBindParameter", scope.status());
+}
+
+// The ? markers of the prepared statement.
+VXCSV_ENTRY SQLNumParams(SQLHSTMT handle, SQLSMALLINT* count) {
+  Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
+  if (!stmt) return traced("SQLNumParams", SQL_INVALID_HANDLE);
+  CallScope scope(*stmt);
+  CsvQuery query;
+  if (!stmt->isPrepared) csvError(kErrCsvSequence, "HY010");
+  if (!stmt->isPrepared || !stmt->parser.parse(stmt->prepared.c_str(), query)) return traced("SQLNumParams", scope.fail());
+  if (count) *count = SQLSMALLINT(query.parameterCount);
+  return traced("SQLNumParams", scope.status());
 }
 
 VXCSV_ENTRY SQLSetStmtAttr(SQLHSTMT handle, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER length) {
