@@ -807,6 +807,36 @@ SQLRETURN columns(Stmt& stmt, const Chars& chars, const void* table, SQLSMALLINT
   return scope.status();
 }
 
+// A catalog result set the files never fill: they have no indexes, keys
+// or row identifiers. Tools ask for them before they show a table, so the
+// driver answers with the columns ODBC defines and no rows.
+struct LayoutColumn {
+  const char* name;
+  SQLSMALLINT sqlType;
+};
+
+const LayoutColumn kStatisticsLayout[] = {
+    {"TABLE_CAT", SQL_VARCHAR},        {"TABLE_SCHEM", SQL_VARCHAR}, {"TABLE_NAME", SQL_VARCHAR},
+    {"NON_UNIQUE", SQL_SMALLINT},      {"INDEX_QUALIFIER", SQL_VARCHAR}, {"INDEX_NAME", SQL_VARCHAR},
+    {"TYPE", SQL_SMALLINT},            {"ORDINAL_POSITION", SQL_SMALLINT}, {"COLUMN_NAME", SQL_VARCHAR},
+    {"ASC_OR_DESC", SQL_VARCHAR},      {"CARDINALITY", SQL_INTEGER}, {"PAGES", SQL_INTEGER},
+    {"FILTER_CONDITION", SQL_VARCHAR}};
+const LayoutColumn kSpecialColumnsLayout[] = {
+    {"SCOPE", SQL_SMALLINT},       {"COLUMN_NAME", SQL_VARCHAR}, {"DATA_TYPE", SQL_SMALLINT},
+    {"TYPE_NAME", SQL_VARCHAR},    {"COLUMN_SIZE", SQL_INTEGER}, {"BUFFER_LENGTH", SQL_INTEGER},
+    {"DECIMAL_DIGITS", SQL_SMALLINT}, {"PSEUDO_COLUMN", SQL_SMALLINT}};
+const LayoutColumn kPrimaryKeysLayout[] = {{"TABLE_CAT", SQL_VARCHAR},  {"TABLE_SCHEM", SQL_VARCHAR},
+                                           {"TABLE_NAME", SQL_VARCHAR}, {"COLUMN_NAME", SQL_VARCHAR},
+                                           {"KEY_SEQ", SQL_SMALLINT},   {"PK_NAME", SQL_VARCHAR}};
+
+template <size_t N>
+SQLRETURN emptyCatalog(Stmt& stmt, const LayoutColumn (&layout)[N]) {
+  CallScope scope(stmt);
+  closeCursor(stmt);
+  for (const LayoutColumn& column : layout) stmt.result.columns.push_back(csvCatalogColumn(column.name, column.sqlType));
+  return openResult(stmt) ? scope.status() : scope.fail();
+}
+
 SQLRETURN typeInfo(Stmt& stmt, SQLSMALLINT type) {
   CallScope scope(stmt);
   closeCursor(stmt);
@@ -1227,6 +1257,40 @@ VXCSV_ENTRY SQLColumnsW(SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLS
   Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
   return traced("SQLColumnsW",
                 stmt ? columns(*stmt, kWide, table, tableLength, column, columnLength) : SQL_INVALID_HANDLE);
+}
+
+VXCSV_ENTRY SQLStatistics(SQLHSTMT handle, SQLCHAR*, SQLSMALLINT, SQLCHAR*, SQLSMALLINT, SQLCHAR*, SQLSMALLINT,
+                          SQLUSMALLINT, SQLUSMALLINT) {
+  Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
+  return traced("SQLStatistics", stmt ? emptyCatalog(*stmt, kStatisticsLayout) : SQL_INVALID_HANDLE);
+}
+
+VXCSV_ENTRY SQLStatisticsW(SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT,
+                           SQLUSMALLINT, SQLUSMALLINT) {
+  Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
+  return traced("SQLStatisticsW", stmt ? emptyCatalog(*stmt, kStatisticsLayout) : SQL_INVALID_HANDLE);
+}
+
+VXCSV_ENTRY SQLSpecialColumns(SQLHSTMT handle, SQLUSMALLINT, SQLCHAR*, SQLSMALLINT, SQLCHAR*, SQLSMALLINT, SQLCHAR*,
+                              SQLSMALLINT, SQLUSMALLINT, SQLUSMALLINT) {
+  Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
+  return traced("SQLSpecialColumns", stmt ? emptyCatalog(*stmt, kSpecialColumnsLayout) : SQL_INVALID_HANDLE);
+}
+
+VXCSV_ENTRY SQLSpecialColumnsW(SQLHSTMT handle, SQLUSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT,
+                               SQLWCHAR*, SQLSMALLINT, SQLUSMALLINT, SQLUSMALLINT) {
+  Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
+  return traced("SQLSpecialColumnsW", stmt ? emptyCatalog(*stmt, kSpecialColumnsLayout) : SQL_INVALID_HANDLE);
+}
+
+VXCSV_ENTRY SQLPrimaryKeys(SQLHSTMT handle, SQLCHAR*, SQLSMALLINT, SQLCHAR*, SQLSMALLINT, SQLCHAR*, SQLSMALLINT) {
+  Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
+  return traced("SQLPrimaryKeys", stmt ? emptyCatalog(*stmt, kPrimaryKeysLayout) : SQL_INVALID_HANDLE);
+}
+
+VXCSV_ENTRY SQLPrimaryKeysW(SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT) {
+  Stmt* stmt = asHandle<Stmt>(handle, kStmtTag);
+  return traced("SQLPrimaryKeysW", stmt ? emptyCatalog(*stmt, kPrimaryKeysLayout) : SQL_INVALID_HANDLE);
 }
 
 VXCSV_ENTRY SQLGetTypeInfo(SQLHSTMT handle, SQLSMALLINT type) {
