@@ -44,30 +44,46 @@ class ScratchErrors {
   ScratchErrors(const ScratchErrors&) = delete;
   ScratchErrors& operator=(const ScratchErrors&) = delete;
 
+  bool empty() const { return list_.getCount() == 0 && !list_.isOutOfMemory(); }
+  void clear() { list_.clearErrors(); }
+
  private:
   VxErrorList list_;
 };
+
+// The thread converter's converter for codePage, made to stop at bytes
+// that are not valid in it instead of putting a substitute in their place.
+bool strictSource(CharacterConverter* converter, int64_t codePage) {
+  UConverter* source = nullptr;
+  if (!converter || converter->getHandle(codePage, &source) != 0) return false;
+  UErrorCode status = U_ZERO_ERROR;
+  ucnv_setToUCallBack(source, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+  return U_SUCCESS(status);
+}
 
 bool cannotConvert(const char* what, int64_t codePage) {
   csvError(kErrCsvCannotConvert, "22021") << what << codePage;
   return false;
 }
 
-// Runs convert(buffer, capacity, &written) with a buffer of guess units,
-// then once more with the length the first run reported as needed. The
-// required-length forms keep one unit for the terminator.
+// Runs convert(buffer, capacity, &written, &consumed) with room for guess
+// units, doubling the room until all length units of the input were used.
+// The converter's consuming forms are used because they take the input as
+// counted, an embedded NUL included. A run that leaves any record, such as
+// the substitution warning a stopped conversion gives, has failed: its
+// output lacks what could not be converted.
 template <typename Text, typename Convert>
-bool convertSized(size_t guess, Text& out, Convert convert) {
-  for (int attempt = 0; attempt < 2; ++attempt) {
+bool convertAll(ScratchErrors& scratch, size_t guess, int64_t length, Text& out, Convert convert) {
+  for (int attempt = 0; attempt < 4; ++attempt, guess *= 2) {
+    scratch.clear();
     out.assign(guess + 1, 0);
-    int64_t written = 0;
-    if (convert(&out[0], int64_t(out.size()), &written) != 0) return false;
-    assert(written >= 0);
-    if (size_t(written) < out.size()) {
+    int64_t written = 0, consumed = 0;
+    if (convert(&out[0], int64_t(out.size()), &written, &consumed) != 0) return false;
+    assert(written >= 0 && size_t(written) <= out.size());
+    if (consumed == length && scratch.empty()) {
       out.resize(size_t(written));
       return true;
     }
-    guess = size_t(written);
   }
   return false;
 }
@@ -83,16 +99,13 @@ bool csvToUtf8(int64_t codePage, const std::string& in, std::string& out, const 
   {
     ScratchErrors scratch;
     CharacterConverter* converter = threadConverter();
-    UConverter* source = nullptr;
-    if (converter && converter->getHandle(codePage, &source) == 0) {
-      // Bytes that are not valid in the code page stop the conversion.
-      UErrorCode status = U_ZERO_ERROR;
-      ucnv_setToUCallBack(source, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-      // One byte of a code page never needs more than three of UTF-8.
-      converted = U_SUCCESS(status) && convertSized(in.size() * 3, out, [&](char* buffer, int64_t size, int64_t* n) {
-        return converter->ktAnsiToUTF8(buffer, size, in.data(), int64_t(in.size()), n, codePage);
-      });
-    }
+    // One byte of a code page never needs more than three of UTF-8.
+    converted = strictSource(converter, codePage) &&
+                convertAll(scratch, in.size() * 3, int64_t(in.size()), out,
+                           [&](char* buffer, int64_t size, int64_t* n, int64_t* used) {
+                             return converter->ktAnsiToUTF8(buffer, size, in.data(), int64_t(in.size()), n, used,
+                                                            codePage);
+                           });
   }
   return converted || cannotConvert(what, codePage);
 }
@@ -107,9 +120,12 @@ bool csvFromUtf8(int64_t codePage, const std::string& in, std::string& out, cons
     ScratchErrors scratch;
     CharacterConverter* converter = threadConverter();
     int width = converter ? converter->ktMaxCharSize(codePage) : 0;
-    converted = width > 0 && convertSized(in.size() * size_t(width), out, [&](char* buffer, int64_t size, int64_t* n) {
-      return converter->ktUTF8ToAnsi(buffer, size, in.data(), int64_t(in.size()), n, codePage);
-    });
+    converted = width > 0 && strictSource(converter, kCsvUtf8) &&
+                convertAll(scratch, in.size() * size_t(width), int64_t(in.size()), out,
+                           [&](char* buffer, int64_t size, int64_t* n, int64_t* used) {
+                             return converter->ktUTF8ToAnsi(buffer, size, in.data(), int64_t(in.size()), n, used,
+                                                            codePage);
+                           });
   }
   return converted || cannotConvert(what, codePage);
 }
@@ -128,9 +144,11 @@ bool csvWideToUtf8(const SQLWCHAR* in, SQLLEN length, std::string& out) {
   {
     ScratchErrors scratch;
     CharacterConverter* converter = threadConverter();
-    converted = converter && convertSized(size_t(length) * 3, out, [&](char* buffer, int64_t size, int64_t* n) {
-      return converter->ktUCS2ToAnsi(buffer, size, units, length, n, kCsvUtf8, 0);
-    });
+    converted = converter && convertAll(scratch, size_t(length) * 3, length, out,
+                                        [&](char* buffer, int64_t size, int64_t* n, int64_t* used) {
+                                          return converter->ktUCS2ToAnsi(buffer, size, units, length, n, used,
+                                                                         kCsvUtf8, 0);
+                                        });
   }
   return converted || cannotConvert("a wide character value", kUtf16);
 }
@@ -145,10 +163,12 @@ bool csvUtf8ToWide(const std::string& in, std::u16string& out) {
     ScratchErrors scratch;
     CharacterConverter* converter = threadConverter();
     // A UTF-8 byte never makes more than one UTF-16 unit.
-    converted = converter && convertSized(in.size(), out, [&](char16_t* buffer, int64_t size, int64_t* n) {
-      return converter->ktAnsiToUCS2(reinterpret_cast<UChar*>(buffer), size, in.data(), int64_t(in.size()), n,
-                                     kCsvUtf8, 0);
-    });
+    converted = strictSource(converter, kCsvUtf8) &&
+                convertAll(scratch, in.size(), int64_t(in.size()), out,
+                           [&](char16_t* buffer, int64_t size, int64_t* n, int64_t* used) {
+                             return converter->ktAnsiToUCS2(reinterpret_cast<UChar*>(buffer), size, in.data(),
+                                                            int64_t(in.size()), n, used, kCsvUtf8, 0);
+                           });
   }
   return converted || cannotConvert("a wide character value", kUtf16);
 }

@@ -341,7 +341,8 @@ SQLRETURN getInfo(Dbc& dbc, const Chars& chars, SQLUSMALLINT type, SQLPOINTER va
     case SQL_CATALOG_NAME_SEPARATOR:
     case SQL_CATALOG_TERM:
     case SQL_SCHEMA_TERM:
-    case SQL_PROCEDURE_TERM: text = ""; break;
+    case SQL_PROCEDURE_TERM:
+    case SQL_SPECIAL_CHARACTERS: text = ""; break;
     case SQL_TABLE_TERM: text = "table"; break;
     case SQL_DATA_SOURCE_READ_ONLY: text = "N"; break;
     case SQL_CATALOG_NAME:
@@ -358,7 +359,6 @@ SQLRETURN getInfo(Dbc& dbc, const Chars& chars, SQLUSMALLINT type, SQLPOINTER va
     case SQL_NEED_LONG_DATA_LEN: text = "N"; break;
     case SQL_IDENTIFIER_QUOTE_CHAR: text = "\""; break;
     case SQL_SEARCH_PATTERN_ESCAPE: text = "\\"; break;
-    case SQL_SPECIAL_CHARACTERS: text = "_"; break;
     case SQL_KEYWORDS: text = "LIMIT"; break;
     case SQL_TXN_CAPABLE: small(SQL_TC_NONE); break;
     case SQL_CURSOR_COMMIT_BEHAVIOR:
