@@ -24,8 +24,6 @@
 #include <sqlext.h>
 #include <sqlucode.h>
 
-#include <strings.h>
-
 #include <algorithm>
 #include <cassert>
 #include <cstdio>

@@ -3,17 +3,16 @@
 #include "drivers/csv/csvtable.h"
 
 #include <strings.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cassert>
 #include <cerrno>
-#include <cstring>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <sstream>
-
-#include <unistd.h>
 
 #include "bos/bosfile.h"
 #include "drivers/csv/csvcodepage.h"
