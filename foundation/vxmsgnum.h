@@ -102,6 +102,11 @@ constexpr uint16_t kErrCsvDivisionByZero = 7622;      // 22012: division by zero
 constexpr uint16_t kErrCsvNotGrouped = 7623;          // 42000: column neither grouped nor aggregated (name)
 constexpr uint16_t kErrCsvMisplacedAggregate = 7624;  // 42000: aggregate where none is allowed (where)
 constexpr uint16_t kErrCsvBadOrderPosition = 7625;    // 42000: ORDER BY position out of range (number)
+// The CSV driver's code pages and attributes.
+constexpr uint16_t kErrCsvCannotConvert = 7640;       // 22021: text does not convert (what, code page)
+constexpr uint16_t kErrCsvUnknownCodePage = 7641;     // HY024: code page not known (number)
+constexpr uint16_t kErrCsvXmlNotWritten = 7642;       // HY000: result set not saved as XML (path, reason)
+constexpr uint16_t kErrCsvBadAttribute = 7643;        // HY092: attribute or value not valid (number)
 
 // Operating-system messages in the 30000 range.
 constexpr uint16_t kErrAccessDeniedByName = 30040;    // access denied (name)

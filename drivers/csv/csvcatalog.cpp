@@ -17,24 +17,10 @@ bool matches(const std::string* pattern, const std::string& name) {
                              VX_CP_UTF8);
 }
 
-CsvColumn textColumn(const char* name, bool nullable = true) {
-  CsvColumn column;
-  column.name = name;
-  column.typeName = "VARCHAR";
-  column.size = 32;
-  column.nullable = nullable;
-  return column;
-}
+CsvColumn textColumn(const char* name, bool nullable = true) { return csvCatalogColumn(name, SQL_VARCHAR, nullable); }
 
 CsvColumn integerColumn(const char* name, SQLSMALLINT sqlType, bool nullable = true) {
-  CsvColumn column;
-  column.name = name;
-  column.typeName = sqlType == SQL_SMALLINT ? "SMALLINT" : "INTEGER";
-  column.sqlType = sqlType;
-  column.kind = CsvValue::kInteger;
-  column.size = sqlType == SQL_SMALLINT ? 5 : 10;
-  column.nullable = nullable;
-  return column;
+  return csvCatalogColumn(name, sqlType, nullable);
 }
 
 CsvValue text(const std::string& s) {

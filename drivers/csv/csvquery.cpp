@@ -13,6 +13,8 @@
 
 #include "bos/bosfile.h"
 #include "drivers/csv/csveval.h"
+#include "drivers/csv/csvcodepage.h"
+#include "foundation/vxstr.h"
 #include "parser/vxparse.h"
 
 namespace {
@@ -474,6 +476,7 @@ std::string csvField(const CsvValue& value) {
 
 // Appends line at the end of the file at path under the exclusive lock.
 bool appendLine(const std::string& path, std::string line) {
+  if (!csvUtf8ToFileText(line, path)) return false;
   char name[BOS_MAX_PATH];
   snprintf(name, sizeof name, "%s", path.c_str());
   int handle = -1;

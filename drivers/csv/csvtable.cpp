@@ -3,14 +3,19 @@
 #include "drivers/csv/csvtable.h"
 
 #include <strings.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
+#include <cstring>
 #include <sstream>
 
+#include "bos/bosfile.h"
+#include "drivers/csv/csvcodepage.h"
 #include "foundation/vxerror.h"
 
 namespace {
@@ -155,13 +160,28 @@ bool parseHeaderCell(const std::string& cell, const std::string& path, CsvColumn
   return true;
 }
 
-bool readWholeFile(const std::string& path, std::string& text) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return false;
-  std::ostringstream all;
-  all << in.rdbuf();
-  text = all.str();
-  return true;
+enum class FileRead { kRead, kMissing, kFailed };
+
+// Reads the whole file at path under the file layer's shared lock. An
+// INSERT, in this process or another, appends while it holds the exclusive
+// lock, so a statement sees an appended row whole or not at all; while
+// another process appends, the open fails with the file layer's error
+// (1512) instead of reading half a line. A missing file files nothing.
+FileRead readWholeFile(const std::string& path, std::string& text) {
+  if (access(path.c_str(), F_OK) != 0) return FileRead::kMissing;
+  char name[BOS_MAX_PATH];
+  snprintf(name, sizeof name, "%s", path.c_str());
+  int handle = -1;
+  if (bosFileOpen(name, BOS_OPEN_SHARED_LOCK, &handle) != 0) return FileRead::kFailed;
+  text.clear();
+  std::vector<char> buffer(1 << 16);
+  int32_t count = 0;
+  while (bosFileRead(handle, -1, buffer.data(), buffer.size(), &count) == 0 && count > 0)
+    text.append(buffer.data(), size_t(count));
+  bosFileClose(handle);
+  if (count == 0) return FileRead::kRead;
+  addError(kErrFileNotRead) << path.c_str();
+  return FileRead::kFailed;
 }
 
 }  // namespace
@@ -216,18 +236,17 @@ bool csvLoadTable(const std::string& directory, const std::string& name, CsvTabl
   std::string path = directory + "/" + name + ".csv";
   std::string text;
   // A name with a slash would reach outside the data source's directory.
-  bool readable = name.find('/') == std::string::npos && readWholeFile(path, text);
-  if (!readable) {
+  FileRead read = name.find('/') == std::string::npos ? readWholeFile(path, text) : FileRead::kMissing;
+  if (read == FileRead::kMissing && name.find('/') == std::string::npos) {
     std::string lower = name;
     for (char& c : lower) c = char(tolower(static_cast<unsigned char>(c)));
     path = directory + "/" + lower + ".csv";
-    if (name.find('/') != std::string::npos || !readWholeFile(path, text)) {
-      csvError(kErrCsvTableNotFound, "42S02") << name.c_str();
-      return false;
-    }
+    read = readWholeFile(path, text);
   }
+  if (read == FileRead::kMissing) csvError(kErrCsvTableNotFound, "42S02") << name.c_str();
+  if (read != FileRead::kRead) return false;
   if (pathOut) *pathOut = path;
-  return csvParseTable(std::move(text), path, table);
+  return csvFileTextToUtf8(text, path) && csvParseTable(std::move(text), path, table);
 }
 
 bool csvParseTable(std::string text, const std::string& path, CsvTable& table) {
@@ -267,4 +286,73 @@ bool csvParseTable(std::string text, const std::string& path, CsvTable& table) {
     table.rows.push_back(std::move(row));
   }
   return true;
+}
+
+CsvColumn csvCatalogColumn(const char* name, SQLSMALLINT sqlType, bool nullable) {
+  CsvColumn column;
+  column.name = name;
+  column.sqlType = sqlType;
+  column.nullable = nullable;
+  switch (sqlType) {
+    case SQL_SMALLINT: column.typeName = "SMALLINT"; column.kind = CsvValue::kInteger; column.size = 5; break;
+    case SQL_INTEGER: column.typeName = "INTEGER"; column.kind = CsvValue::kInteger; column.size = 10; break;
+    default:
+      assert(sqlType == SQL_VARCHAR);
+      column.typeName = "VARCHAR";
+      column.size = 32;
+      break;
+  }
+  return column;
+}
+
+// The rows follow the order ODBC asks for: by DATA_TYPE, and the header's
+// own spelling before its alias (INT is left out: it is INTEGER). Text and
+// date-time types take quoted literals; text is searchable with LIKE, the
+// others with comparisons only.
+void csvTypeInfo(SQLSMALLINT type, CsvTable& result) {
+  result = CsvTable();
+  const struct {
+    const char* name;
+    SQLSMALLINT sqlType;
+  } layout[] = {{"TYPE_NAME", SQL_VARCHAR},      {"DATA_TYPE", SQL_SMALLINT},        {"COLUMN_SIZE", SQL_INTEGER},
+                {"LITERAL_PREFIX", SQL_VARCHAR}, {"LITERAL_SUFFIX", SQL_VARCHAR},    {"CREATE_PARAMS", SQL_VARCHAR},
+                {"NULLABLE", SQL_SMALLINT},      {"CASE_SENSITIVE", SQL_SMALLINT},   {"SEARCHABLE", SQL_SMALLINT},
+                {"UNSIGNED_ATTRIBUTE", SQL_SMALLINT}, {"FIXED_PREC_SCALE", SQL_SMALLINT},
+                {"AUTO_UNIQUE_VALUE", SQL_SMALLINT},  {"LOCAL_TYPE_NAME", SQL_VARCHAR},
+                {"MINIMUM_SCALE", SQL_SMALLINT}, {"MAXIMUM_SCALE", SQL_SMALLINT},    {"SQL_DATA_TYPE", SQL_SMALLINT},
+                {"SQL_DATETIME_SUB", SQL_SMALLINT}, {"NUM_PREC_RADIX", SQL_INTEGER}, {"INTERVAL_PRECISION", SQL_SMALLINT}};
+  for (const auto& column : layout)
+    result.columns.push_back(csvCatalogColumn(column.name, column.sqlType, column.sqlType == SQL_VARCHAR ||
+                                                                               column.sqlType == SQL_SMALLINT));
+  result.columns[0].nullable = result.columns[1].nullable = false;
+  auto text = [](const char* s) {
+    CsvValue value;
+    if (s) {
+      value.kind = CsvValue::kText;
+      value.text = s;
+    }
+    return value;
+  };
+  auto number = [](int64_t n) { return CsvValue::ofInteger(n); };
+  for (const TypeInfo& t : kTypes) {
+    if (strcmp(t.name, "INT") == 0 || (type != SQL_ALL_TYPES && type != t.sqlType)) continue;
+    bool isText = t.sqlType == SQL_CHAR || t.sqlType == SQL_VARCHAR || t.sqlType == SQL_LONGVARCHAR;
+    bool isDatetime = t.kind == CsvValue::kText && !isText;
+    bool isNumber = t.kind != CsvValue::kText;
+    bool hasScale = t.sqlType == SQL_NUMERIC || t.sqlType == SQL_DECIMAL;
+    // A text column may be declared as long as the file layer reads; the
+    // declared size is what the driver describes.
+    int64_t size = isText ? (t.sqlType == SQL_CHAR ? 255 : 2147483647) : int64_t(t.size);
+    const char* params = t.sqlType == SQL_CHAR || t.sqlType == SQL_VARCHAR ? "length" : hasScale ? "precision,scale" : nullptr;
+    result.rows.push_back(
+        {text(t.name), number(t.sqlType), number(size), text(isNumber ? nullptr : "'"), text(isNumber ? nullptr : "'"),
+         text(params), number(SQL_NULLABLE), number(isText ? SQL_TRUE : SQL_FALSE),
+         number(isText ? SQL_SEARCHABLE : SQL_PRED_BASIC), isNumber ? number(SQL_FALSE) : CsvValue(), number(SQL_FALSE),
+         isNumber ? number(SQL_FALSE) : CsvValue(), CsvValue(), isNumber ? number(0) : CsvValue(),
+         isNumber ? number(hasScale ? int64_t(t.size) : 0) : CsvValue(),
+         number(isDatetime ? SQL_DATETIME : t.sqlType), isDatetime ? number(t.sqlType - SQL_DATETIME * 10) : CsvValue(),
+         isNumber ? number(10) : CsvValue(), CsvValue()});
+  }
+  std::stable_sort(result.rows.begin(), result.rows.end(),
+                   [](const std::vector<CsvValue>& a, const std::vector<CsvValue>& b) { return a[1].integer < b[1].integer; });
 }

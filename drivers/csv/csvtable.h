@@ -5,7 +5,8 @@
 // "NAME TYPE [NULL] [UNSIGNED]", where TYPE may carry a size in
 // parentheses (VARCHAR(20)). Every later record is a row: fields follow RFC
 // 4180 (commas, double quotes doubled inside quoted fields, line ends
-// inside quotes), and an unquoted \N is NULL. Text is UTF-8.
+// inside quotes), and an unquoted \N is NULL. Text is in the file code
+// page of the call (csvcodepage.h) and UTF-8 once read.
 //
 // Failure: csvLoadTable files an error in the calling thread's current
 // list (unknown table, malformed record, a value that does not fit its
@@ -75,6 +76,14 @@ bool csvLoadTable(const std::string& directory, const std::string& name, CsvTabl
 
 // Reads the whole text of a table file; path names it in messages.
 bool csvParseTable(std::string text, const std::string& path, CsvTable& table);
+
+// A column of a catalog result set, of SQL type SQL_VARCHAR (32 wide),
+// SQL_SMALLINT or SQL_INTEGER.
+CsvColumn csvCatalogColumn(const char* name, SQLSMALLINT sqlType, bool nullable = true);
+
+// The result set of SQLGetTypeInfo in ODBC's column layout: the types the
+// header accepts, all of them for SQL_ALL_TYPES or those of one SQL type.
+void csvTypeInfo(SQLSMALLINT type, CsvTable& result);
 
 // Converts text into a value of kind; false when it does not fit.
 bool csvConvertText(const std::string& text, CsvValue::Kind kind, CsvValue& out);

@@ -1,7 +1,9 @@
 // The CSV driver through the driver manager (libodbc), as an application
 // uses it. Random tables are checked against a model computed here.
+#include <iconv.h>
 #include <sql.h>
 #include <sqlext.h>
+#include <sqlucode.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -16,9 +18,12 @@
 #include <random>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "drivers/csv/vxcsv.h"
 
 namespace {
 
@@ -56,6 +61,25 @@ class Client : public ::testing::Test {
     ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_STMT, dbc_, &stmt_), SQL_SUCCESS);
   }
   SQLRETURN exec(const std::string& sql) { return SQLExecDirect(stmt_, (SQLCHAR*)sql.c_str(), SQL_NTS); }
+  // Column 1 of every row, read with SQLGetData in pieces of pieceBytes
+  // (wide pieces are checked not to end inside a surrogate pair).
+  std::vector<std::string> column1(SQLSMALLINT type, SQLLEN pieceBytes) {
+    std::vector<std::string> values;
+    while (SQLFetch(stmt_) == SQL_SUCCESS) {
+      std::string value;
+      char16_t piece[64];
+      SQLLEN ind = 0;
+      SQLRETURN rc;
+      while (SQL_SUCCEEDED(rc = SQLGetData(stmt_, 1, type, piece, pieceBytes, &ind))) {
+        size_t units = std::char_traits<char16_t>::length(piece);
+        value.append((char*)piece, type == SQL_C_CHAR ? strlen((char*)piece) : units * 2);
+        EXPECT_FALSE(type == SQL_C_WCHAR && units && piece[units - 1] >= 0xD800 && piece[units - 1] < 0xDC00);
+      }
+      EXPECT_EQ(rc, SQL_NO_DATA);
+      values.push_back(value);
+    }
+    return values;
+  }
   // The first diagnostic record of the statement: "SQLSTATE text".
   std::string diagnostic() {
     SQLCHAR state[6] = {0}, text[512] = {0};
@@ -95,6 +119,26 @@ class Client : public ::testing::Test {
   SQLHDBC dbc_ = SQL_NULL_HDBC;
   SQLHSTMT stmt_ = SQL_NULL_HSTMT;
 };
+
+// text converted by iconv, the oracle of the driver's conversions.
+std::string iconvTo(const char* code, const std::string& utf8) {
+  iconv_t cd = iconv_open(code, "UTF-8");
+  std::string out(utf8.size() * 4 + 4, '\0');
+  char *in = const_cast<char*>(utf8.data()), *to = &out[0];
+  size_t left = utf8.size(), room = out.size();
+  EXPECT_NE(iconv(cd, &in, &left, &to, &room), size_t(-1)) << utf8;
+  iconv_close(cd);
+  out.resize(out.size() - room);
+  return out;
+}
+SQLWCHAR* w(const std::u16string& text) { return (SQLWCHAR*)text.c_str(); }
+
+// A random text of pieces, in UTF-8.
+std::string randomText(std::mt19937& rng, const std::vector<std::string>& pieces, unsigned most) {
+  std::string text;
+  for (unsigned n = rng() % most + 1; n > 0; --n) text += pieces[rng() % pieces.size()];
+  return text;
+}
 
 struct Row {
   int a;
@@ -457,6 +501,285 @@ TEST_F(Client, FailuresGiveTheirDiagnostics) {
   // Nothing was lost from or added to the files.
   EXPECT_EQ(read("t.csv"), "a INTEGER,b VARCHAR(3)\n1,x\n");
   EXPECT_EQ(read("value.csv"), "a INTEGER\n1\nzwei\n");
+}
+
+// Random texts with accents, CJK and characters beyond the BMP go in as
+// wide parameters and come back through the wide calls as iconv's UTF-16.
+TEST_F(Client, WideCallsAgreeWithIconv) {
+  const unsigned seed = 777;
+  std::mt19937 rng(seed);
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  write("wide.csv", "n\xC3\xA4me VARCHAR(80)\n");
+  std::string ascii = "DRIVER={" + env("VXCSV_DRIVER") + "};DIRECTORY=" + dir_;
+  std::u16string in(ascii.begin(), ascii.end());
+  ASSERT_TRUE(SQL_SUCCEEDED(SQLDriverConnectW(dbc_, nullptr, w(in), SQL_NTS, nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT)));
+  ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_STMT, dbc_, &stmt_), SQL_SUCCESS);
+  std::vector<std::string> expected;
+  char16_t value[100];
+  SQLLEN ind = 0;
+  ASSERT_EQ(SQLPrepareW(stmt_, w(u"INSERT INTO wide VALUES (?)"), SQL_NTS), SQL_SUCCESS);
+  SQLBindParameter(stmt_, 1, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 80, 0, value, 0, &ind);
+  for (int i = 0; i < 40; ++i) {
+    std::string text = randomText(rng, {"a", "\xC3\xA9", "\xE2\x82\xAC", "\xE6\x97\xA5", "\xF0\x9D\x84\x9E", ","}, 9);
+    expected.push_back(iconvTo("UTF-16LE", text));
+    ind = SQLLEN(expected.back().size());  // in bytes, without a terminator
+    memcpy(value, expected.back().data(), expected.back().size());
+    ASSERT_EQ(SQLExecute(stmt_), SQL_SUCCESS) << diagnostic();
+  }
+  SQLFreeStmt(stmt_, SQL_RESET_PARAMS);
+  for (SQLLEN pieceBytes : {6, 8, 128}) {
+    ASSERT_EQ(SQLExecDirectW(stmt_, w(u"SELECT n\u00E4me FROM wide"), SQL_NTS), SQL_SUCCESS);
+    SQLWCHAR name[8];
+    SQLDescribeColW(stmt_, 1, name, 8, nullptr, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_EQ(std::u16string((char16_t*)name), u"n\u00E4me");
+    EXPECT_EQ(column1(SQL_C_WCHAR, pieceBytes), expected) << pieceBytes;
+    SQLFreeStmt(stmt_, SQL_CLOSE);
+  }
+  // Diagnostics, catalog and information answers in UTF-16.
+  EXPECT_EQ(SQLExecDirectW(stmt_, w(u"SELECT FROM wide"), SQL_NTS), SQL_ERROR);
+  SQLWCHAR state[6], text[256];
+  ASSERT_EQ(SQLGetDiagRecW(SQL_HANDLE_STMT, stmt_, 1, state, nullptr, text, 256, nullptr), SQL_SUCCESS);
+  EXPECT_EQ(std::u16string((char16_t*)state) + u" " + (char16_t*)text,
+            u"42000 [vxlib][CSV]Syntax error at \"FROM\"; expected *, number, string, {, COUNT, SUM, MIN, "
+            u"MAX, AVG, identifier, quoted name, (, -, +, NULL, ?.");
+  ASSERT_EQ(SQLTablesW(stmt_, nullptr, 0, nullptr, 0, w(u"WID%"), SQL_NTS, nullptr, 0), SQL_SUCCESS);
+  SQLFetch(stmt_);
+  SQLWCHAR table[16], info[16];
+  SQLSMALLINT length = 0;
+  SQLColAttributeW(stmt_, 3, SQL_DESC_NAME, text, sizeof text, nullptr, nullptr);
+  SQLGetData(stmt_, 3, SQL_C_WCHAR, table, sizeof table, &ind);
+  SQLGetInfoW(dbc_, SQL_DBMS_NAME, info, sizeof info, &length);
+  EXPECT_EQ(std::u16string((char16_t*)text) + (char16_t*)table + (char16_t*)info, u"TABLE_NAMEwidevxlib CSV");
+  EXPECT_EQ(ind + length, 8 + 18);
+}
+
+// A windows-1252 data source: the file's bytes are iconv's, the narrow
+// calls see them as they are (the connection string gives both code
+// pages), the wide calls see UTF-16, and what does not convert is an error.
+TEST_F(Client, Windows1252DataSourceAgreesWithIconv) {
+  const unsigned seed = 1252;
+  std::mt19937 rng(seed);
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::string utf8 = "s VARCHAR(40)\n";
+  std::vector<std::string> texts;
+  for (int i = 0; i < 30; ++i)
+    utf8 += texts.emplace_back(randomText(rng, {"a", "\xC3\xA9", "\xE2\x82\xAC", "\xE2\x80\x9C", "\xC5\xB8", "\xC3\x9F", " "}, 8)) + "\n";
+  write("cp.csv", iconvTo("WINDOWS-1252", utf8));
+  std::string in = "DRIVER={" + env("VXCSV_DRIVER") + "};DIRECTORY=" + dir_ + ";IANAAppCodePage=2252";
+  ASSERT_TRUE(SQL_SUCCEEDED(SQLDriverConnect(dbc_, nullptr, (SQLCHAR*)in.c_str(), SQL_NTS, nullptr, 0, nullptr, 0)));
+  ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_STMT, dbc_, &stmt_), SQL_SUCCESS);
+  std::vector<std::string> narrow, matching;
+  for (const std::string& t : texts) narrow.push_back(iconvTo("WINDOWS-1252", t));
+  ASSERT_EQ(exec("SELECT s FROM cp"), SQL_SUCCESS) << diagnostic();
+  EXPECT_EQ(column1(SQL_C_CHAR, 5), narrow);
+  // Texts go in as wide parameters (the lexer does not take every
+  // character inside a quoted literal). strLike compares the first byte of
+  // a UTF-8 character only, so the pattern's letter is ASCII.
+  char16_t param[8] = u"%a%";
+  SQLLEN ind = SQL_NTS;
+  SQLBindParameter(stmt_, 1, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 8, 0, param, 0, &ind);
+  ASSERT_EQ(SQLExecDirectW(stmt_, w(u"SELECT s FROM cp WHERE s LIKE ?"), SQL_NTS), SQL_SUCCESS) << diagnostic();
+  for (const std::string& t : texts)
+    if (t.find('a') != std::string::npos) matching.push_back(iconvTo("UTF-16LE", t));
+  EXPECT_EQ(column1(SQL_C_WCHAR, 10), matching);
+  std::string before = read("cp.csv");
+  std::u16string(u"\u20AC\u00FF", 3).copy(param, 3);
+  ASSERT_EQ(SQLExecDirectW(stmt_, w(u"INSERT INTO cp VALUES (?)"), SQL_NTS), SQL_SUCCESS) << diagnostic();
+  EXPECT_EQ(read("cp.csv"), before + iconvTo("WINDOWS-1252", "\xE2\x82\xAC\xC3\xBF\n"));
+  before = read("cp.csv");
+  std::u16string(u"\u65E5", 2).copy(param, 2);
+  ASSERT_EQ(SQLExecDirectW(stmt_, w(u"INSERT INTO cp VALUES (?)"), SQL_NTS), SQL_ERROR);
+  EXPECT_EQ(diagnostic(), "22021 [vxlib][CSV]The text of " + dir_ + "/cp.csv could not be converted between UTF-8 "
+                          "and code page 2252.");
+  EXPECT_EQ(read("cp.csv"), before);
+}
+
+// Random rows fetched in arrays of 7, column-wise and row-wise, and saved
+// as XML on the way: libxml2 finds the same rows in the document.
+TEST_F(Client, RowArraysAndTheXmlDocumentHoldTheRows) {
+  const unsigned seed = 7;
+  std::mt19937 rng(seed);
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::vector<std::pair<int, std::string>> rows(rng() % 60 + 20);
+  std::string csv = "i INTEGER,s VARCHAR(6)\n";
+  for (auto& row : rows) {
+    row = {int(rng() % 2001) - 1000, randomText(rng, {"a", "<", "&", "'", ">"}, 3)};
+    csv += std::to_string(row.first) + "," + row.second + "\n";
+  }
+  write("t.csv", csv);
+  connect();
+  struct RowWise { SQLINTEGER i; SQLLEN iInd; char s[16]; SQLLEN sInd; } byRow[7];  // NOLINT
+  SQLINTEGER is[7];  // NOLINT
+  SQLLEN iInds[7], sInds[7];
+  char ss[7][16];
+  SQLULEN fetched = 0;
+  SQLSetStmtAttr(stmt_, SQL_ATTR_ROW_ARRAY_SIZE, (SQLPOINTER)7, 0);
+  SQLSetStmtAttr(stmt_, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
+  std::string xml = dir_ + "/t.xml";
+  for (bool rowWise : {false, true}) {
+    SQLSetStmtAttr(stmt_, SQL_ATTR_ROW_BIND_TYPE, (SQLPOINTER)(rowWise ? sizeof(RowWise) : SQL_BIND_BY_COLUMN), 0);
+    SQLBindCol(stmt_, 1, SQL_C_SLONG, rowWise ? &byRow[0].i : is, 0, rowWise ? &byRow[0].iInd : iInds);
+    SQLBindCol(stmt_, 2, SQL_C_CHAR, rowWise ? byRow[0].s : ss[0], 16, rowWise ? &byRow[0].sInd : sInds);
+    if (!rowWise) ASSERT_EQ(SQLSetStmtAttr(stmt_, VXCSV_ATTR_XML_RESULT, (SQLPOINTER)xml.c_str(), SQL_NTS), SQL_SUCCESS);
+    ASSERT_EQ(exec("SELECT i, s FROM t"), SQL_SUCCESS) << diagnostic();
+    size_t at = 0;
+    for (SQLRETURN rc; (rc = SQLFetch(stmt_)) != SQL_NO_DATA; at += fetched) {
+      ASSERT_EQ(rc, SQL_SUCCESS);
+      ASSERT_EQ(fetched, std::min<size_t>(7, rows.size() - at));
+      for (SQLULEN r = 0; r < fetched; ++r) {
+        EXPECT_EQ(rowWise ? byRow[r].i : is[r], rows[at + r].first);
+        EXPECT_EQ(std::string(rowWise ? byRow[r].s : ss[r]), rows[at + r].second);
+      }
+    }
+    EXPECT_EQ(at, rows.size());
+    SQLFreeStmt(stmt_, SQL_CLOSE);
+  }
+  // The document, as xmllint reads it: one record per row, the values as
+  // fetched.
+  auto xpath = [&xml](const std::string& expression) {
+    std::string out(256, '\0');
+    FILE* pipe = popen(("xmllint --xpath \"" + expression + "\" " + xml).c_str(), "r");
+    out.resize(fread(&out[0], 1, out.size(), pipe));
+    return pclose(pipe), out.substr(0, out.size() - 1);  // without xmllint's line end
+  };
+  long long sum = std::accumulate(rows.begin(), rows.end(), 0LL, [](long long n, const auto& r) { return n + r.first; });
+  EXPECT_EQ(xpath("count(//*[local-name()='record'])"), std::to_string(rows.size()));
+  EXPECT_EQ(xpath("sum(//*[local-name()='record']/*[1])"), std::to_string(sum));
+  EXPECT_EQ(xpath("string(//*[local-name()='record'][last()]/*[2])"), rows.back().second);
+  // A path that cannot be written fails the statement.
+  std::string bad = dir_ + "/none/t.xml";
+  SQLSetStmtAttr(stmt_, VXCSV_ATTR_XML_RESULT, (SQLPOINTER)bad.c_str(), SQL_NTS);
+  EXPECT_EQ(SQLTables(stmt_, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0), SQL_ERROR);
+  EXPECT_EQ(diagnostic().substr(0, 75 + dir_.size()),
+            "HY000 [vxlib][CSV]The result set could not be saved as XML in " + bad + ": ");
+  EXPECT_EQ(SQLFetch(stmt_), SQL_ERROR);
+}
+
+// The type list names each type the header accepts, in DATA_TYPE order;
+// a table declared with every one describes its columns with those types.
+TEST_F(Client, TypeInfoAgreesWithTheColumnsOfATable) {
+  connect();
+  ASSERT_EQ(SQLGetTypeInfo(stmt_, SQL_ALL_TYPES), SQL_SUCCESS);
+  std::string header, types, described;
+  char name[32];
+  SQLINTEGER type = 0, last = -100;
+  for (; SQLFetch(stmt_) == SQL_SUCCESS; last = type, types += std::to_string(type) + " ") {
+    SQLGetData(stmt_, 1, SQL_C_CHAR, name, sizeof name, nullptr);
+    SQLGetData(stmt_, 2, SQL_C_SLONG, &type, 0, nullptr);
+    EXPECT_LE(last, type) << name;
+    header += std::string(header.empty() ? "c" : ",c") + name + " " + name;
+  }
+  write("all.csv", header + "\n");
+  SQLFreeStmt(stmt_, SQL_CLOSE);
+  ASSERT_EQ(SQLColumns(stmt_, nullptr, 0, nullptr, 0, (SQLCHAR*)"all", SQL_NTS, nullptr, 0), SQL_SUCCESS);
+  while (SQLFetch(stmt_) == SQL_SUCCESS && SQLGetData(stmt_, 5, SQL_C_SLONG, &type, 0, nullptr) == SQL_SUCCESS)
+    described += std::to_string(type) + " ";
+  EXPECT_EQ(described, types);
+  EXPECT_EQ(std::count(types.begin(), types.end(), ' '), 15);
+}
+
+// Autocommit stays on, the connection is alive, and a prepared statement
+// counts its markers.
+TEST_F(Client, ConnectionAttributesAndMarkers) {
+  connect();
+  SQLUINTEGER on = 0, dead = 1;
+  SQLGetConnectAttr(dbc_, SQL_ATTR_AUTOCOMMIT, &on, 0, nullptr);
+  SQLGetConnectAttr(dbc_, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr);
+  EXPECT_EQ(on * 10 + dead, SQLUINTEGER(SQL_AUTOCOMMIT_ON * 10 + SQL_CD_FALSE));
+  EXPECT_EQ(SQLSetConnectAttr(dbc_, SQL_ATTR_AUTOCOMMIT, (SQLPOINTER)SQL_AUTOCOMMIT_OFF, 0), SQL_ERROR);
+  SQLSMALLINT markers = 0;
+  ASSERT_EQ(SQLPrepare(stmt_, (SQLCHAR*)"SELECT a FROM t WHERE a = ? OR a IN (?, 3)", SQL_NTS), SQL_SUCCESS);
+  EXPECT_EQ(SQLNumParams(stmt_, &markers), SQL_SUCCESS);
+  EXPECT_EQ(markers, 2);
+  // The files have no indexes or keys: empty sets in ODBC's layouts.
+  SQLSMALLINT columns[3] = {0, 0, 0};
+  SQLStatistics(stmt_, nullptr, 0, nullptr, 0, (SQLCHAR*)"t", SQL_NTS, SQL_INDEX_ALL, SQL_QUICK);
+  SQLNumResultCols(stmt_, &columns[0]);
+  SQLSpecialColumns(stmt_, SQL_BEST_ROWID, nullptr, 0, nullptr, 0, (SQLCHAR*)"t", SQL_NTS, SQL_SCOPE_CURROW, SQL_NULLABLE);
+  SQLNumResultCols(stmt_, &columns[1]);
+  SQLPrimaryKeys(stmt_, nullptr, 0, nullptr, 0, (SQLCHAR*)"t", SQL_NTS);
+  SQLNumResultCols(stmt_, &columns[2]);
+  EXPECT_EQ(columns[0] * 100 + columns[1] * 10 + columns[2], 13 * 100 + 8 * 10 + 6);
+  EXPECT_EQ(SQLFetch(stmt_), SQL_NO_DATA);
+}
+
+// Rows of a million-row file counted and summed through bound arrays.
+TEST_F(Client, MillionRowsCountAndSum) {
+  std::string csv = "i INTEGER,s VARCHAR(8)\n";
+  long long wantSum = 0, wantCount = 0;
+  for (int k = 0; k < 1000000; ++k) {
+    int i = int((k * 7919LL) % 1000003);
+    csv += std::to_string(i) + ",r" + std::to_string(k % 1000) + "\n";
+    if (k % 1000 % 10 == 7) wantSum += i, ++wantCount;
+  }
+  write("big.csv", csv);
+  connect();
+  SQLINTEGER values[1000];
+  SQLULEN fetched = 0;
+  SQLSetStmtAttr(stmt_, SQL_ATTR_ROW_ARRAY_SIZE, (SQLPOINTER)1000, 0);
+  SQLSetStmtAttr(stmt_, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
+  SQLBindCol(stmt_, 1, SQL_C_SLONG, values, 0, nullptr);
+  ASSERT_EQ(exec("SELECT i FROM big WHERE s LIKE '%7'"), SQL_SUCCESS) << diagnostic();
+  long long sum = 0, count = 0;
+  while (SQLFetch(stmt_) == SQL_SUCCESS)
+    for (SQLULEN r = 0; r < fetched; ++r) sum += values[r], ++count;
+  EXPECT_EQ(count, wantCount);
+  EXPECT_EQ(sum, wantSum);
+}
+
+// Two connections in two threads, each inserting into and reading its own
+// table, get each its own rows.
+TEST_F(Client, TwoConnectionsInTwoThreads) {
+  auto work = [this](int id, std::string* failure) {
+    std::string table = "t" + std::to_string(id);
+    write(table + ".csv", "n INTEGER\n");
+    SQLHANDLE dbc = SQL_NULL_HDBC, stmt = SQL_NULL_HSTMT;
+    SQLAllocHandle(SQL_HANDLE_DBC, env_, &dbc);
+    std::string in = "DRIVER={" + env("VXCSV_DRIVER") + "};DIRECTORY=" + dir_;
+    if (!SQL_SUCCEEDED(SQLDriverConnect(dbc, nullptr, (SQLCHAR*)in.c_str(), SQL_NTS, nullptr, 0, nullptr, 0)) ||
+        SQLAllocHandle(SQL_HANDLE_STMT, dbc, &stmt) != SQL_SUCCESS)
+      *failure = "connect";
+    for (int n = 1; n <= 60 && failure->empty(); ++n) {
+      std::string insert = "INSERT INTO " + table + " VALUES (" + std::to_string(n * id) + ")";
+      SQLBIGINT sum = 0, count = 0, v = 0;
+      if (SQLExecDirect(stmt, (SQLCHAR*)insert.c_str(), SQL_NTS) != SQL_SUCCESS ||
+          SQLExecDirect(stmt, (SQLCHAR*)("SELECT n FROM " + table).c_str(), SQL_NTS) != SQL_SUCCESS)
+        *failure = "statement " + std::to_string(n);
+      for (SQLBindCol(stmt, 1, SQL_C_SBIGINT, &v, 0, nullptr); SQLFetch(stmt) == SQL_SUCCESS; ++count) sum += v;
+      SQLFreeStmt(stmt, SQL_CLOSE);
+      if (count != n || sum != SQLBIGINT(id) * n * (n + 1) / 2) *failure = "rows after " + std::to_string(n);
+    }
+    SQLFreeHandle(SQL_HANDLE_STMT, stmt);
+    SQLDisconnect(dbc);
+    SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+  };
+  std::string failures[2];
+  std::thread first(work, 1, &failures[0]), second(work, 2, &failures[1]);
+  first.join(), second.join();
+  EXPECT_EQ(failures[0] + failures[1], "");
+}
+
+// Another process changes a table between two statements: appended rows
+// are seen by the next statement, an open result set keeps its rows, a
+// malformed rewrite is a diagnostic, and the driver never writes the file.
+TEST_F(Client, TableChangedByAnotherProcess) {
+  write("t.csv", "a INTEGER\n1\n2\n");
+  connect();
+  // The rows of a query, with another process running meanwhile (after the
+  // statement, before its rows are fetched); -1 when it fails.
+  auto count = [this](const std::string& meanwhile) {
+    SQLFreeStmt(stmt_, SQL_CLOSE);
+    int rows = exec("SELECT a FROM t") == SQL_SUCCESS ? 0 : -1;
+    EXPECT_EQ(system(meanwhile.c_str()), 0);
+    while (rows >= 0 && SQLFetch(stmt_) == SQL_SUCCESS) ++rows;
+    return rows;
+  };
+  EXPECT_EQ(count("printf '3\\n4\\n' >> " + dir_ + "/t.csv"), 2);
+  EXPECT_EQ(count("printf 'a INTEGER\\n1\\n\"x\\n' > " + dir_ + "/t.csv"), 4);
+  EXPECT_EQ(count("true"), -1);
+  EXPECT_EQ(diagnostic(), "HY000 [vxlib][CSV]Line 3 of " + dir_ + "/t.csv is malformed: a quoted field is not closed.");
+  EXPECT_EQ(exec("INSERT INTO t VALUES (5)"), SQL_ERROR);
+  EXPECT_EQ(read("t.csv"), "a INTEGER\n1\n\"x\n");
 }
 
 }  // namespace
