@@ -16,6 +16,7 @@
 
 #include "bos/bosfile.h"
 #include "drivers/csv/csvcodepage.h"
+#include "drivers/csv/csvrecord.h"
 #include "foundation/vxerror.h"
 
 namespace {
@@ -39,80 +40,6 @@ const TypeInfo kTypes[] = {
     {"NUMERIC", SQL_NUMERIC, CsvValue::kReal, 15},   {"DECIMAL", SQL_DECIMAL, CsvValue::kReal, 15},
     {"DATE", SQL_TYPE_DATE, CsvValue::kText, 10},    {"TIME", SQL_TYPE_TIME, CsvValue::kText, 8},
     {"TIMESTAMP", SQL_TYPE_TIMESTAMP, CsvValue::kText, 26}};
-
-// One record: its fields, which were NULL, and the line it starts on.
-struct Record {
-  std::vector<std::string> fields;
-  std::vector<bool> nulls;
-  long line = 0;
-};
-
-// RFC 4180 records over the whole text of a file. A record ends at LF or
-// CRLF outside quotes; a quote inside an unquoted field, text after a
-// closing quote and an unclosed quoted field are errors.
-class RecordReader {
- public:
-  explicit RecordReader(std::string text) : text_(std::move(text)) {}
-
-  // False at the end of the text; on a malformed record *error names why.
-  bool next(Record& record, const char** error) {
-    *error = nullptr;
-    if (at_ >= text_.size()) return false;
-    record.fields.clear();
-    record.nulls.clear();
-    record.line = line_;
-    for (;;) {
-      std::string field;
-      bool quoted = text_[at_] == '"';
-      if (!(quoted ? readQuoted(field, error) : readPlain(field, error))) return true;
-      record.fields.push_back(field);
-      record.nulls.push_back(!quoted && field == "\\N");
-      if (at_ >= text_.size()) return true;
-      char c = text_[at_++];
-      if (c == ',') continue;
-      if (c == '\r' && at_ < text_.size() && text_[at_] == '\n') ++at_;
-      ++line_;
-      return true;
-    }
-  }
-
- private:
-  bool atRecordEnd() const {
-    return text_[at_] == '\n' || (text_[at_] == '\r' && at_ + 1 < text_.size() && text_[at_ + 1] == '\n');
-  }
-  bool readPlain(std::string& field, const char** error) {
-    for (; at_ < text_.size() && text_[at_] != ',' && !atRecordEnd(); ++at_) {
-      if (text_[at_] == '"') return fail(error, "a quote inside an unquoted field");
-      field += text_[at_];
-    }
-    return true;
-  }
-  bool readQuoted(std::string& field, const char** error) {
-    for (++at_; at_ < text_.size(); ++at_) {
-      if (text_[at_] == '\n') ++line_;
-      if (text_[at_] != '"') {
-        field += text_[at_];
-      } else if (at_ + 1 < text_.size() && text_[at_ + 1] == '"') {
-        field += '"';
-        ++at_;
-      } else {
-        ++at_;
-        if (at_ < text_.size() && text_[at_] != ',' && !atRecordEnd())
-          return fail(error, "text after a closing quote");
-        return true;
-      }
-    }
-    return fail(error, "a quoted field is not closed");
-  }
-  bool fail(const char** error, const char* what) {
-    *error = what;
-    return false;
-  }
-
-  std::string text_;
-  size_t at_ = 0;
-  long line_ = 1;
-};
 
 void badHeader(const std::string& path, const char* reason) {
   csvError(kErrCsvBadHeader, "HY000") << path.c_str() << reason;
@@ -251,8 +178,8 @@ bool csvLoadTable(const std::string& directory, const std::string& name, CsvTabl
 
 bool csvParseTable(std::string text, const std::string& path, CsvTable& table) {
   table = CsvTable();
-  RecordReader reader(std::move(text));
-  Record record;
+  CsvRecordReader reader(std::move(text));
+  CsvRecord record;
   const char* error = nullptr;
   if (!reader.next(record, &error) || error) {
     badHeader(path, error ? error : "the file is empty");

@@ -21,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "drivers/csv/csvrecord.h"
 #include "foundation/but.h"
 #include "tools/vxtool/command.h"
 #include "tools/vxtool/stream_io.h"
@@ -51,77 +52,6 @@ const TypeName kTypes[] = {
     {"LONGVARBINARY", SQL_LONGVARBINARY, SQL_C_BINARY, 0},
     {"DATE", SQL_TYPE_DATE, SQL_C_TYPE_DATE, 0}, {"TIME", SQL_TYPE_TIME, SQL_C_TYPE_TIME, 0},
     {"TIMESTAMP", SQL_TYPE_TIMESTAMP, SQL_C_TYPE_TIMESTAMP, 0}};
-
-// One CSV record: its fields, which were NULL, and the line it starts on.
-struct CsvRecord {
-  std::vector<std::string> fields;
-  std::vector<bool> nulls;
-  size_t line = 0;
-};
-
-// RFC 4180 reader over the whole file. A record ends at LF or CRLF outside
-// quotes; a quote inside an unquoted field, or text after a closing quote,
-// is an error.
-class CsvReader {
- public:
-  explicit CsvReader(std::string text) : text_(std::move(text)) {}
-
-  // False at the end of the input; on a syntax error *error is set.
-  bool next(CsvRecord* record, std::string* error) {
-    if (at_ >= text_.size()) return false;
-    record->fields.clear();
-    record->nulls.clear();
-    record->line = line_;
-    for (;;) {
-      std::string field;
-      bool quoted = at_ < text_.size() && text_[at_] == '"';
-      if (quoted ? !readQuoted(&field, error) : !readPlain(&field, error)) return true;
-      record->fields.push_back(field);
-      record->nulls.push_back(!quoted && field == "\\N");
-      if (at_ >= text_.size()) return true;
-      char c = text_[at_++];
-      if (c == ',') continue;
-      if (c == '\r' && at_ < text_.size() && text_[at_] == '\n') ++at_;
-      ++line_;
-      return true;
-    }
-  }
-
- private:
-  bool readPlain(std::string* field, std::string* error) {
-    while (at_ < text_.size() && text_[at_] != ',' && text_[at_] != '\n' &&
-           !(text_[at_] == '\r' && at_ + 1 < text_.size() && text_[at_ + 1] == '\n')) {
-      if (text_[at_] == '"') return fail(error, "a quote inside an unquoted field");
-      *field += text_[at_++];
-    }
-    return true;
-  }
-  bool readQuoted(std::string* field, std::string* error) {
-    for (++at_; at_ < text_.size(); ++at_) {
-      if (text_[at_] == '\n') ++line_;
-      if (text_[at_] != '"') {
-        *field += text_[at_];
-      } else if (at_ + 1 < text_.size() && text_[at_ + 1] == '"') {
-        *field += '"';
-        ++at_;
-      } else {
-        ++at_;
-        if (at_ < text_.size() && text_[at_] != ',' && text_[at_] != '\n' && text_[at_] != '\r')
-          return fail(error, "text after a closing quote");
-        return true;
-      }
-    }
-    return fail(error, "a quoted field is not closed");
-  }
-  static bool fail(std::string* error, const char* what) {
-    *error = what;
-    return false;
-  }
-
-  std::string text_;
-  size_t at_ = 0;
-  size_t line_ = 1;
-};
 
 // A column's description and the buffers its values are converted into.
 struct Column {
@@ -344,11 +274,11 @@ void joinSplitSizes(std::vector<std::string>* cells) {
 }
 
 // Reads the header, then streams the rows into the writer.
-int writeCsv(CsvReader& csv, const char* output, const char* schema) {
+int writeCsv(CsvRecordReader& csv, const char* output, const char* schema) {
   CsvRecord record;
-  std::string error;
-  if (!csv.next(&record, &error)) return lineError(nullptr, 1, "the file has no header");
-  if (!error.empty()) return lineError(nullptr, record.line, error);
+  const char* error = nullptr;
+  if (!csv.next(record, &error)) return lineError(nullptr, 1, "the file has no header");
+  if (error) return lineError(nullptr, record.line, error);
   joinSplitSizes(&record.fields);
   std::vector<Column> columns(record.fields.size());
   std::vector<XML_PERSIST_COL_DESC> descs;
@@ -365,8 +295,8 @@ int writeCsv(CsvReader& csv, const char* output, const char* schema) {
     return writerFailed(writer);
   std::vector<const void*> values(columns.size());
   std::vector<int64_t> lengths(columns.size());
-  while (csv.next(&record, &error)) {
-    if (!error.empty()) return lineError(writer, record.line, error);
+  while (csv.next(record, &error)) {
+    if (error) return lineError(writer, record.line, error);
     if (record.fields.size() != columns.size())
       return lineError(writer, record.line, std::to_string(record.fields.size()) +
                                                 " fields, but the header has " +
@@ -386,7 +316,6 @@ int writeCsv(CsvReader& csv, const char* output, const char* schema) {
     }
     if (XPstAppendRowData(writer, values.data(), lengths.data()) != 0) return writerFailed(writer);
   }
-  if (!error.empty()) return lineError(writer, record.line, error);
   if (XPstClose(writer) != 0) return writerFailed(writer);
   XPstFree(writer);
   return 0;
@@ -407,7 +336,7 @@ int runXml(const std::vector<std::string>& args) {
   }
   std::stringstream text;
   text << in.rdbuf();
-  CsvReader csv(text.str());
+  CsvRecordReader csv(text.str());
   // The temporary document is named after the CSV file, so that its
   // schema location reads as the document's own name.
   std::string target = output, scratch;
