@@ -515,8 +515,9 @@ int32_t VxScanner::buildTablesAndGetToken(VxToken& token) {
 }
 
 // A quoted literal of ASCII bytes, its opening quote at `start`: the rules
-// of skipQuoted with one test per byte. At the first byte from 0x80 up the
-// literal is read again by skipQuoted, which knows multibyte characters.
+// of skipQuoted, looking for the next quote sixteen bytes at a time while
+// sixteen are left. At the first byte from 0x80 up the literal is read
+// again by skipQuoted, which knows multibyte characters.
 int32_t VxScanner::readAsciiQuoted(VxToken& token, VXSIZE_T start) {
   const unsigned char* text = reinterpret_cast<const unsigned char*>(text_);
   const unsigned char quote = text[start];
