@@ -1,14 +1,18 @@
 #include "values/convert.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <string>
 #include <tuple>
 #include <type_traits>
 #include <vector>
 
+#include "foundation/vxdbcs.h"
 #include "foundation/vxerror.h"
 
 namespace {
@@ -92,6 +96,20 @@ void expectConvert(const std::string& text, bool counted, unsigned status, T val
   VxErrorKeeper::giveUpErrorList();
 }
 
+// convert of the NUL-terminated text at `at`: 0 and the value, or 1, the
+// target untouched and the error number.
+template <typename T>
+void expectConvertAt(const char* at, uint16_t error, T value) {
+  VxErrorList errors(nullptr, VxErrorList::kSupportMultipleErrors);
+  VxErrorKeeper::setErrorList(&errors);
+  T target = 3;
+  unsigned got = convert(at, &target);
+  EXPECT_EQ(std::make_tuple(error == 0 ? 0u : 1u, error == 0 ? value : T(3), error), 
+            std::make_tuple(got, target, VxErrorKeeper::getLastErrorNumber()))
+      << "\"" << at << "\"";
+  VxErrorKeeper::giveUpErrorList();
+}
+
 // Plain digits with or without "-" are judged by std::from_chars: a value
 // in range, 2701 out of range, 2702 for a minus an unsigned form refuses.
 template <typename T, typename... More>
@@ -115,6 +133,50 @@ TEST(ConvertText, EveryFormTakesItsRangeLikeFromChars) {
   for (const std::string& magnitude : magnitudes)
     for (const std::string& text : {magnitude, "-" + magnitude})
       expectLikeFromChars<VXSIZE_T, VXSSIZE_T, int32_t, uint32_t, uint16_t, int16_t, uint8_t, int8_t>(text);
+}
+
+// Texts are read a word of eight bytes at a time where the word stays in
+// its page. Digit runs of every length from 0 to 20, each followed by the
+// NUL or by one other byte of any value, are put with their NUL 0 to 9
+// bytes before a page that may not be read, the bytes after the NUL being
+// digits: the unsigned and signed forms must read each as the digits and
+// that byte say (2701 when the digits overflow, the value when the byte is
+// the NUL or white space, else 2702), and nothing after the NUL may count.
+TEST(ConvertText, DigitRunsReadTheSameAtEveryLengthStopByteAndPageEnd) {
+  const size_t page = size_t(sysconf(_SC_PAGESIZE));
+  char* area = static_cast<char*>(mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  ASSERT_NE(MAP_FAILED, static_cast<void*>(area));
+  ASSERT_EQ(0, mprotect(area + page, page, PROT_NONE));
+  std::string digits = "98765432109876543210";
+  for (size_t n = 0; n <= 20; ++n) {
+    std::string run = digits.substr(20 - n);
+    VXSIZE_T value = 0;
+    bool fits = n == 0 || std::from_chars(run.data(), run.data() + n, value).ec == std::errc();
+    for (int stop = 0; stop < 256; ++stop) {
+      if ((stop >= '0' && stop <= '9') || (n == 0 && stop == '+')) continue;  // more digits; a sign
+      std::string text = stop == 0 ? run : run + char(stop);
+      std::string rest = text.substr(n);
+      bool valid = *vxSkipBlanks(rest.c_str()) == '\0';
+      for (size_t gap = 0; gap <= 9; ++gap) {
+        char* end = area + page - 1 - gap;  // where the NUL goes
+        memset(end - 24, '9', 24 + gap + 1);
+        for (bool negative : {false, true}) {
+          std::string whole = (negative ? "-" : "") + text;
+          memcpy(end - whole.size(), whole.c_str(), whole.size() + 1);
+          const char* at = end - whole.size();
+          // The digits overflow first, then the stop byte is judged, then
+          // the signed range.
+          uint16_t error = !fits ? 2701 : !valid ? 2702 : 0;
+          if (negative)
+            expectConvertAt<VXSSIZE_T>(at, error == 0 && value > VXSIZE_T(INT64_MAX) + 1 ? 2701 : error,
+                                       VXSSIZE_T(0 - value));
+          else
+            expectConvertAt<VXSIZE_T>(at, error, value);
+        }
+      }
+    }
+  }
+  munmap(area, 2 * page);
 }
 
 // What std::from_chars does not judge: blanks and signs (the fuzz target
