@@ -211,38 +211,28 @@ TEST(VxScannerTokens, NothingPastTheLengthIsRead) {
   EXPECT_EQ((std::vector<Tok>{{'.', 0, "."}, {E, 1, ""}}), scanAll(point, VxScanner::kNames));
 }
 
-// Words, numbers and quoted literals of every length from 1 to 40, after
-// 0 to 17 blanks, at the very end of an exactly sized heap buffer or
-// followed by more text: the fast path reads runs sixteen bytes at a time
-// where sixteen are left, and every token must still end where a plain
-// model of the rules says (and, under ASan, nothing past the text be read).
+// A word, a number, a quoted literal ending in a doubled quote and an
+// unterminated one, of every length from 1 to 40 after 0 to 17 blanks,
+// before more text or at the end of an exactly sized buffer: runs are read
+// sixteen bytes at a time where sixteen are left, and each token must end
+// where the rules say (and, under ASan, nothing past the text be read).
 TEST(VxScannerTokens, RunsOfEveryLengthEndWhereTheRulesSayAtEveryAlignment) {
-  // Per kind (word, number, quoted with a doubled quote, unterminated): what
-  // may follow the run.
-  const std::vector<std::string> kTails[] = {{"-x", " 'q'"}, {"-x", ".25 'q'"}, {"-x", " 'q'"}, {""}};
+  const std::string word = "aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9", digits = "1234567890123456789012345678901234567890";
   for (int kind = 0; kind < 4; ++kind) {
-    for (size_t n = 1; n <= 40; ++n) {
-      std::string run;
-      for (size_t i = 0; i < n; ++i) run += kind == 0 ? "aZ9"[i % 3] : kind == 1 ? char('0' + i % 10) : 'b';
-      if (kind >= 2) run[0] = '\'', run += n > 2 ? "''c'" : "'";
-      if (kind == 3) run.pop_back();
-      const int32_t runClass = kind == 0 ? W : kind == 1 ? N : kind == 2 ? Q : U;
-      for (size_t blanks = 0; blanks <= 17; ++blanks) {
-        for (const std::string& tail : kTails[kind]) {
-          std::string whole = std::string(blanks, ' ') + run + tail;
-          const VXSIZE_T at = blanks + run.size(), size = whole.size();
-          std::vector<Tok> expected{{runClass, blanks, run}};
-          if (tail == "-x") expected.insert(expected.end(), {Tok{'-', at, "-"}, Tok{W, at + 1, "x"}});
-          if (tail == ".25 'q'") expected[0] = Tok{N, blanks, run + ".25"};
-          if (tail.find('q') != std::string::npos) expected.emplace_back(Q, size - 3, "'q'");
-          expected.emplace_back(E, size, "");
-          std::unique_ptr<char[]> exact(new char[size]);
-          memcpy(exact.get(), whole.data(), size);
-          VxScanner s(exact.get(), size);
-          s.setDecimalNumbers(true);
-          SCOPED_TRACE(whole);
-          ASSERT_EQ(expected, scanAll(s));
-        }
+    for (size_t n = 1, blanks = 0; n <= 40; blanks = (blanks + 1) % 18, n += blanks == 0) {
+      std::string run = kind == 0 ? word.substr(0, n) : kind == 1 ? digits.substr(0, n) : "'" + std::string(n - 1, 'b');
+      run += kind == 2 ? "'''" : kind == 3 ? "''c" : "";
+      for (std::string tail : {kind == 1 ? ".25-x" : "-x", ""}) {
+        std::string whole = std::string(blanks, ' ') + run + tail;
+        std::string head = kind == 3 ? run + tail : run + (kind == 1 && !tail.empty() ? ".25" : "");
+        VXSIZE_T at = blanks + head.size();
+        std::vector<Tok> expected{{kind == 0 ? W : kind == 1 ? N : kind == 2 ? Q : U, blanks, head}};
+        if (at < whole.size()) expected.insert(expected.end(), {Tok{'-', at, "-"}, Tok{W, at + 1, "x"}});
+        expected.emplace_back(E, whole.size(), "");
+        std::unique_ptr<char[]> exact(new char[whole.size()]);
+        VxScanner s(static_cast<char*>(memcpy(exact.get(), whole.data(), whole.size())), whole.size());
+        s.setDecimalNumbers(true);
+        ASSERT_EQ(expected, scanAll(s)) << whole;
       }
     }
   }
