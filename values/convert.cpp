@@ -193,11 +193,12 @@ namespace {
 // page of the first (wordFitsInPage): the bytes after the text's NUL may be
 // read but can never fault, and they never count, since the digits that
 // are used end at the NUL. Address checking is off here because those
-// bytes may lie past the text's allocation.
-using UnalignedWord = uint64_t __attribute__((may_alias, aligned(1)));
-
+// bytes may lie past the text's allocation; the fixed-size copy is one
+// unaligned load.
 __attribute__((no_sanitize("address"))) inline uint64_t loadWord(const char* p) {
-  return *reinterpret_cast<const UnalignedWord*>(p);
+  uint64_t word;
+  __builtin_memcpy(&word, p, sizeof word);
+  return word;
 }
 
 inline bool wordFitsInPage(const char* p) { return (reinterpret_cast<uintptr_t>(p) & 4095) <= 4096 - 8; }
