@@ -466,17 +466,18 @@ int32_t VxScanner::getToken(VxToken& token, int mode) {
   const unsigned char* text = reinterpret_cast<const unsigned char*>(text_);
   const VXSIZE_T end = length_;
   VXSIZE_T p = position_;
-  while (p < end && startClass_[text[p]] == kStartSpace) ++p;
+  uint8_t startClass = kStartSpace;
+  while (p < end && (startClass = startClass_[text[p]]) == kStartSpace) ++p;
   if (p >= end) return finish(token, end, end, VX_TOKEN_END);
   position_ = p;
   VXSIZE_T q = p + 1;
-  switch (startClass_[text[p]]) {
+  switch (startClass) {
     case kStartWord:
       if (plainWords_)
         q = runEnd<kLetter | kDigit>(text, q, end);
       else
         while (q < end && continuesWord_[text[q]]) ++q;
-      if (q < end && text[q] >= 0x80) return getTokenGeneral(token, mode);
+      if (q < end && text[q] >= 0x80) return getTokenGeneral(token, kNormal);
       return finish(token, p, q, VX_TOKEN_WORD);
     case kStartPoint:
       if (q >= end || !(kAscii.of[text[q]] & kDigit)) break;
@@ -499,7 +500,7 @@ int32_t VxScanner::getToken(VxToken& token, int mode) {
     case kStartChar:
       return finish(token, p, q, VX_TOKEN_CHAR);
     default:
-      return getTokenGeneral(token, mode);
+      return getTokenGeneral(token, kNormal);
   }
   // An operator: the rules of readOperator, kept in line here because
   // commas, points, brackets and comparisons are among the commonest tokens.
