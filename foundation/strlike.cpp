@@ -37,9 +37,13 @@ inline unsigned char otherAsciiCase(unsigned char c) {
   return c;
 }
 
-// Upper case of the ASCII bytes, as strUpper leaves a one-byte string.
-inline unsigned char asciiUpper(unsigned char c) {
-  return (c >= 'a' && c <= 'z') ? static_cast<unsigned char>(c - 0x20) : c;
+// Two ASCII bytes equal, or (ignoring case) the two cases of one letter,
+// as strUpper leaves one-byte strings: bytes that differ only in 0x20 are
+// the two cases of a letter when one of them is a small letter.
+template <bool kFoldCase>
+inline bool asciiEqual(unsigned char a, unsigned char b) {
+  unsigned diff = a ^ b;
+  return diff == 0 || (kFoldCase && diff == 0x20 && unsigned((a | 0x20) - 'a') < 26);
 }
 
 // What the text must hold at a candidate position after a '%': the first
@@ -145,8 +149,8 @@ inline const char* skipHopeless(const char* t, const char* tend, const char* p,
 // that cannot begin a match are skipped in bulk (skipHopeless). Both are
 // shortcuts of the rules above, not changes to them.
 template <bool kFoldCase>
-bool matchLike(const char* t, const char* tend, const char* p, const char* pend, char anySeq,
-               char anyChar, char escape, vxCPType cp) {
+bool matchLike(const char* t, const char* tend, const char* p, const char* pend,
+               char anySeq, char anyChar, char escape, vxCPType cp) {
   const int16_t kCaseFlag = kFoldCase ? 0 : 1;
   const char* savedText = nullptr;
   const char* savedPattern = nullptr;
@@ -159,7 +163,7 @@ bool matchLike(const char* t, const char* tend, const char* p, const char* pend,
       bool special = pc == anySeq || pc == anyChar || pc == escape;
       if (!special && (tc | uc) < 0x80) {
         // Both plain ASCII: single-byte characters in every kind.
-        if (tc == uc || (kFoldCase && asciiUpper(tc) == asciiUpper(uc))) {
+        if (asciiEqual<kFoldCase>(tc, uc)) {
           ++t;
           ++p;
           continue;
@@ -205,10 +209,45 @@ bool matchLike(const char* t, const char* tend, const char* p, const char* pend,
   return p >= pend;
 }
 
+// Whether the pattern from p on is nothing but anySeq characters.
+inline bool onlyAnySeq(const char* p, const char* pend, char anySeq) {
+  while (p < pend && *p == anySeq) ++p;
+  return p >= pend;
+}
+
+// Most patterns start with plain ASCII characters and _, and many are no
+// more than that or end in a single %: "ORD-____", "cust%". That head is
+// matched here against plain ASCII text in a loop of its own, and the
+// answer is often known at its end without the general matcher: a
+// mismatch before any % is final, a pattern used up matches a text used
+// up, a text used up matches a pattern rest of only %, and so does any
+// text at a first % that ends the pattern. Otherwise matchLike goes on from
+// where the head stopped; before the first % it holds no saved position,
+// so going on is the same as starting over.
+template <bool kFoldCase>
+bool matchLikeHead(const char* text, VXSIZE_T textLength, const char* pattern, VXSIZE_T patternLength,
+                   char anySeq, char anyChar, char escape, vxCPType cp) {
+  const VXSIZE_T n = textLength < patternLength ? textLength : patternLength;
+  VXSIZE_T i = 0;
+  for (; i < n; ++i) {
+    unsigned char pc = static_cast<unsigned char>(pattern[i]);
+    unsigned char tc = static_cast<unsigned char>(text[i]);
+    if ((pc | tc) >= 0x80 || pc == static_cast<unsigned char>(anySeq) || pc == static_cast<unsigned char>(escape))
+      break;
+    if (pc == static_cast<unsigned char>(anyChar)) continue;
+    if (!asciiEqual<kFoldCase>(tc, pc)) return false;
+  }
+  const char* pend = pattern + patternLength;
+  if (i == patternLength) return i == textLength;
+  if (i == textLength) return onlyAnySeq(pattern + i, pend, anySeq);
+  if (pattern[i] == anySeq && onlyAnySeq(pattern + i + 1, pend, anySeq)) return true;
+  return matchLike<kFoldCase>(text + i, text + textLength, pattern + i, pend, anySeq, anyChar, escape, cp);
+}
+
 }  // namespace
 
 // Trailing white space is cut first when it is not significant; the
-// matching itself is matchLike above.
+// matching itself is matchLikeHead and matchLike above.
 bool strLike(const char* text, VXSIZE_T textLength, const char* pattern, VXSIZE_T patternLength,
              char anySeq, char anyChar, char escape, int16_t caseSensitive,
              int16_t trailingBlanksSignificant, vxCPType cp) {
@@ -216,12 +255,10 @@ bool strLike(const char* text, VXSIZE_T textLength, const char* pattern, VXSIZE_
     textLength = strRightTrim(text, textLength, cp);
     patternLength = strRightTrim(pattern, patternLength, cp);
   }
-  const char* t = text;
-  const char* p = pattern;
   if (caseSensitive == 0) {
-    return matchLike<true>(t, t + textLength, p, p + patternLength, anySeq, anyChar, escape, cp);
+    return matchLikeHead<true>(text, textLength, pattern, patternLength, anySeq, anyChar, escape, cp);
   }
-  return matchLike<false>(t, t + textLength, p, p + patternLength, anySeq, anyChar, escape, cp);
+  return matchLikeHead<false>(text, textLength, pattern, patternLength, anySeq, anyChar, escape, cp);
 }
 
 bool strLike(const char* text, const char* pattern, char anySeq, char anyChar, char escape,

@@ -1,6 +1,7 @@
 // The SQL scanner: token rules, the operator table and the token utilities.
 #include "parser/vxscanne.h"
 
+#include <emmintrin.h>
 #include <unicode/uchar.h>
 
 #include <cstring>
@@ -69,15 +70,33 @@ struct AsciiClasses {
   // For each byte, the index of its single-character entry in Operators,
   // or -1.
   int8_t operatorIndex[256];
+  // For each ASCII first symbol, the set of second symbols that make a
+  // two-character operator with it (all operators are ASCII).
+  uint64_t pairSeconds[128][2];
 
-  AsciiClasses() : of(), operatorIndex() {
+  AsciiClasses() : of(), operatorIndex(), pairSeconds() {
     for (int c = 0; c < 256; ++c) operatorIndex[c] = -1;
     for (int c : {' ', '\t', '\n', '\v', '\f', '\r'}) of[c] = kSpace;
     for (int c = 'a'; c <= 'z'; ++c) of[c] = kLetter;
     for (int c = 'A'; c <= 'Z'; ++c) of[c] = kLetter;
     for (int c = '0'; c <= '9'; ++c) of[c] = kDigit;
-    for (int i = 0; i < OperatorCount - 1; ++i)
-      if (Operators[i].getOpLen() == 1) operatorIndex[Operators[i].code] = int8_t(i);
+    for (int i = 0; i < OperatorCount - 1; ++i) {
+      const OperatorInfo& op = Operators[i];
+      if (op.getOpLen() == 1) {
+        operatorIndex[op.code] = int8_t(i);
+      } else {
+        unsigned char first = op.getFirstSymbol(), second = op.getSecondSymbol();
+        assert(first < 0x80 && second < 0x80);
+        pairSeconds[first][second >> 6] |= uint64_t(1) << (second & 63);
+      }
+    }
+  }
+
+  // Whether first followed by next is a two-character operator; first is
+  // an operator's single character.
+  bool makesPair(unsigned char first, unsigned char next) const {
+    assert(first < 0x80);
+    return next < 0x80 && ((pairSeconds[first][next >> 6] >> (next & 63)) & 1);
   }
 };
 
@@ -278,18 +297,17 @@ VXSIZE_T VxScanner::skipQuoted(VXSIZE_T at, bool* terminated) const {
 }
 
 // The operator table holds every single character followed by its
-// two-character forms: find the character's own entry, then look among the
-// entries right after it for one whose second symbol is the next byte.
+// two-character forms, and an operator's code is its characters' value:
+// a character with an entry of its own is an operator, and with the next
+// byte a two-character one when that pair has an entry.
 int32_t VxScanner::readOperator(VxToken& token, VXSIZE_T start) {
   unsigned char c = byteAt(text_, start);
-  int index = kAscii.operatorIndex[c];
-  if (index < 0) return finish(token, start, start + charSize(start), VX_TOKEN_CHAR);
+  if (kAscii.operatorIndex[c] < 0) return finish(token, start, start + charSize(start), VX_TOKEN_CHAR);
   if (start + 1 < length_) {
     unsigned char next = byteAt(text_, start + 1);
-    for (int i = index + 1; i < OperatorCount - 1 && Operators[i].getOpLen() == 2; ++i)
-      if (Operators[i].getSecondSymbol() == next) return finish(token, start, start + 2, Operators[i].code);
+    if (kAscii.makesPair(c, next)) return finish(token, start, start + 2, c * 256 + next);
   }
-  return finish(token, start, start + 1, Operators[index].code);
+  return finish(token, start, start + 1, c);
 }
 
 int32_t VxScanner::getQuotedToken(VxToken& token) {
@@ -360,9 +378,11 @@ int32_t VxScanner::getComment(VxToken& token) {
 //   anything else                            -> single character (10)
 // The fast path's tables. A byte gets a fast class only when the general
 // rules could not treat it differently: bracket openers with matching on,
-// comment openers with comments on, the valid-first set and every byte
-// from 0x80 up go the general way.
+// the valid-first set and every byte from 0x80 up go the general way, and
+// with a valid-characters set every byte does.
 void VxScanner::buildTables() {
+  bool delimited = !validChars_.empty();
+  plainWords_ = true;
   for (int c = 0; c < 256; ++c) {
     unsigned char b = static_cast<unsigned char>(c);
     uint8_t cls = kStartGeneral;
@@ -380,57 +400,141 @@ void VxScanner::buildTables() {
       else if (c == '.')
         cls = decimalNumbers_ ? kStartPoint : kStartOperator;
       else if (kAscii.operatorIndex[c] >= 0)
-        cls = kStartOperator;
+        cls = comments_ && (c == '-' || c == '/') ? kStartCommentOrOperator : kStartOperator;
+      else
+        cls = kStartChar;
     }
-    if (validFirst_.has(b) || (c == '{' && matchBraces_) || (extraOpen_ != 0 && b == extraOpen_) ||
-        (comments_ && (c == '-' || c == '/')))
+    if (delimited || validFirst_.has(b) || (c == '{' && matchBraces_) || (extraOpen_ != 0 && b == extraOpen_))
       cls = kStartGeneral;
     startClass_[c] = cls;
     continuesWord_[c] = c < 0x80 && ((kAscii.of[c] & (kLetter | kDigit)) || validMiddle_.has(b));
+    plainWords_ = plainWords_ && continuesWord_[c] == (c < 0x80 && (kAscii.of[c] & (kLetter | kDigit)));
   }
   tablesReady_ = true;
 }
 
+namespace {
+// Whether each of the 16 bytes at p is an ASCII digit (kDigit) or an
+// ASCII letter or digit (kLetter | kDigit), as the bits of a mask. A byte
+// is moved so that its range starts at -128 and is then compared as
+// signed, which tests both ends of the range at once; or-ing 0x20 folds
+// the capital letters onto the small ones.
+template <uint8_t kClasses>
+unsigned runMask(const unsigned char* p) {
+  __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+  __m128i in = _mm_cmplt_epi8(_mm_add_epi8(bytes, _mm_set1_epi8(char(0x80 - '0'))), _mm_set1_epi8(char(0x80 + 10)));
+  if (kClasses & kLetter) {
+    __m128i folded = _mm_or_si128(bytes, _mm_set1_epi8(0x20));
+    in = _mm_or_si128(in, _mm_cmplt_epi8(_mm_add_epi8(folded, _mm_set1_epi8(char(0x80 - 'a'))),
+                                         _mm_set1_epi8(char(0x80 + 26))));
+  }
+  return unsigned(_mm_movemask_epi8(in));
+}
+
+// Whether each of the 16 bytes at p is the quote or a byte from 0x80 up.
+unsigned quoteOrHighMask(const unsigned char* p, unsigned char quote) {
+  __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+  return unsigned(_mm_movemask_epi8(_mm_or_si128(bytes, _mm_cmpeq_epi8(bytes, _mm_set1_epi8(char(quote))))));
+}
+
+// The end of the run of bytes of the given ASCII classes that starts at
+// `at`: sixteen bytes at a time while sixteen bytes are left (so nothing
+// past `end` is read), then one at a time.
+template <uint8_t kClasses>
+VXSIZE_T runEnd(const unsigned char* text, VXSIZE_T at, VXSIZE_T end) {
+  while (end - at >= 16) {
+    unsigned stops = ~runMask<kClasses>(text + at) & 0xFFFF;
+    if (stops != 0) return at + VXSIZE_T(__builtin_ctz(stops));
+    at += 16;
+  }
+  while (at < end && (kAscii.of[text[at]] & kClasses)) ++at;
+  return at;
+}
+}  // namespace
+
 // Plain SQL in the default mode takes the fast path: blanks, ASCII words,
-// numbers, quoted literals, "(" and plain operators are read straight from
-// the tables; anything else (and a word that runs into a byte from 0x80 up)
-// is handed to the general rules from the token's start, which give the
-// same answer for the bytes the fast path would have read.
+// numbers, quoted literals, comments, "(" and plain operators are read
+// straight from the tables with one test per byte; anything else (a word
+// or literal that runs into a byte from 0x80 up, a byte of the general
+// class) is handed to the general rules from the token's start, which give
+// the same answer for the bytes the fast path would have read.
 int32_t VxScanner::getToken(VxToken& token, int mode) {
-  if (mode != kNormal || !validChars_.empty()) return getTokenGeneral(token, mode);
-  if (!tablesReady_) buildTables();
+  if (mode != kNormal) return getTokenGeneral(token, mode);
+  // Every call below is the last step of its path, so the hot paths need
+  // no saved registers.
+  if (!tablesReady_) return buildTablesAndGetToken(token);
   const unsigned char* text = reinterpret_cast<const unsigned char*>(text_);
+  const VXSIZE_T end = length_;
   VXSIZE_T p = position_;
-  while (p < length_ && startClass_[text[p]] == kStartSpace) ++p;
-  if (p >= length_) return finish(token, length_, length_, VX_TOKEN_END);
+  uint8_t startClass = kStartSpace;
+  while (p < end && (startClass = startClass_[text[p]]) == kStartSpace) ++p;
+  if (p >= end) return finish(token, end, end, VX_TOKEN_END);
   position_ = p;
   VXSIZE_T q = p + 1;
-  switch (startClass_[text[p]]) {
+  switch (startClass) {
     case kStartWord:
-      while (q < length_ && continuesWord_[text[q]]) ++q;
-      if (q < length_ && text[q] >= 0x80) break;
+      if (plainWords_)
+        q = runEnd<kLetter | kDigit>(text, q, end);
+      else
+        while (q < end && continuesWord_[text[q]]) ++q;
+      if (q < end && text[q] >= 0x80) return getTokenGeneral(token, kNormal);
       return finish(token, p, q, VX_TOKEN_WORD);
     case kStartPoint:
-      if (q >= length_ || !(kAscii.of[text[q]] & kDigit)) return readOperator(token, p);
-      while (q < length_ && (kAscii.of[text[q]] & kDigit)) ++q;
+      if (q >= end || !(kAscii.of[text[q]] & kDigit)) break;
+      q = runEnd<kDigit>(text, q, end);
       return finish(token, p, q, VX_TOKEN_NUMBER);
     case kStartDigit:
-      while (q < length_ && (kAscii.of[text[q]] & kDigit)) ++q;
-      if (decimalNumbers_ && q < length_ && text[q] == '.')
-        for (++q; q < length_ && (kAscii.of[text[q]] & kDigit);) ++q;
+      q = runEnd<kDigit>(text, q, end);
+      if (decimalNumbers_ && q < end && text[q] == '.') q = runEnd<kDigit>(text, q + 1, end);
       return finish(token, p, q, VX_TOKEN_NUMBER);
     case kStartQuote:
-      return getQuotedToken(token);
+      return readAsciiQuoted(token, p);
     case kStartParenthesis:
-      if (p + 2 < length_ && text[p + 1] == '+' && text[p + 2] == ')')
-        return finish(token, p, p + 3, VX_TOKEN_OUTER_JOIN);
-      return readOperator(token, p);
-    case kStartOperator:
-      return readOperator(token, p);
-    default:
+      if (p + 2 < end && text[p + 1] == '+' && text[p + 2] == ')') return finish(token, p, p + 3, VX_TOKEN_OUTER_JOIN);
       break;
+    case kStartCommentOrOperator:
+      if (q < end && text[q] == (text[p] == '-' ? '-' : '*')) return getComment(token);
+      break;
+    case kStartOperator:
+      break;
+    case kStartChar:
+      return finish(token, p, q, VX_TOKEN_CHAR);
+    default:
+      return getTokenGeneral(token, kNormal);
   }
-  return getTokenGeneral(token, mode);
+  // An operator: the rules of readOperator, kept in line here because
+  // commas, points, brackets and comparisons are among the commonest tokens.
+  unsigned char c = text[p];
+  if (q < end && kAscii.makesPair(c, text[q])) return finish(token, p, q + 1, c * 256 + text[q]);
+  return finish(token, p, q, c);
+}
+
+// The first getToken after a setting changed.
+int32_t VxScanner::buildTablesAndGetToken(VxToken& token) {
+  buildTables();
+  return getToken(token, kNormal);
+}
+
+// A quoted literal of ASCII bytes, its opening quote at `start`: the rules
+// of skipQuoted, looking for the next quote sixteen bytes at a time while
+// sixteen are left. At the first byte from 0x80 up the literal is read
+// again by skipQuoted, which knows multibyte characters.
+int32_t VxScanner::readAsciiQuoted(VxToken& token, VXSIZE_T start) {
+  const unsigned char* text = reinterpret_cast<const unsigned char*>(text_);
+  const unsigned char quote = text[start];
+  VXSIZE_T p = start + 1;
+  for (;;) {
+    for (unsigned stops = 0; stops == 0 && length_ - p >= 16; p += stops ? __builtin_ctz(stops) : 16)
+      stops = quoteOrHighMask(text + p, quote);
+    while (p < length_ && text[p] != quote && text[p] < 0x80) ++p;
+    if (p >= length_) return finish(token, start, length_, VX_TOKEN_UNTERMINATED);
+    if (text[p] != quote) return getQuotedToken(token);
+    if (p + 1 < length_ && text[p + 1] == quote) {
+      p += 2;
+      continue;
+    }
+    return finish(token, start, p + 1, VX_TOKEN_QUOTED);
+  }
 }
 
 // The general rules, in the order of the table above getToken.

@@ -242,12 +242,15 @@ class VX_EXPORT VxScanner : public VxObject {
     kStartPoint,
     kStartQuote,
     kStartParenthesis,
-    kStartOperator
+    kStartOperator,
+    kStartCommentOrOperator,  // "-" or "/" with comments on
+    kStartChar                // an ASCII byte that is a token of class 10 alone
   };
 
   void resetSettings();
   void buildTables();
   int32_t getTokenGeneral(VxToken& token, int mode);
+  int32_t buildTablesAndGetToken(VxToken& token);
   bool opensComment(VXSIZE_T at) const;
   VXSIZE_T listItemEnd(VXSIZE_T start) const;
   VXSIZE_T nameEnd(VXSIZE_T start) const;
@@ -270,6 +273,7 @@ class VX_EXPORT VxScanner : public VxObject {
     return type;
   }
   int32_t readOperator(VxToken& token, VXSIZE_T start);
+  int32_t readAsciiQuoted(VxToken& token, VXSIZE_T start);
   unsigned splitList(VxArray& array, char separator, bool copy);
   unsigned editScanned(VXSIZE_T at, VXSIZE_T oldLength, const char* newText, VXSIZE_T newLength);
 
@@ -293,10 +297,12 @@ class VX_EXPORT VxScanner : public VxObject {
   ByteSet validChars_;
 
   // Byte tables of the fast path, derived from the settings above and
-  // rebuilt by the first getToken after a setting changed.
+  // rebuilt by the first getToken after a setting changed. With a
+  // valid-characters set every byte is of the general class.
   bool tablesReady_;
   uint8_t startClass_[256];
   bool continuesWord_[256];  // ASCII letters, digits and the valid-middle set
+  bool plainWords_;          // continuesWord_ holds the ASCII letters and digits only
 };
 
 #endif  // VX_PARSER_VXSCANNE_H_

@@ -132,10 +132,13 @@ unsigned convertCounted(const char* text, VXSIZE_T length, T* target) {
 
 uint16_t convert(char* buffer, VXSIZE_T value) { return writeDecimal(buffer, value); }
 
+// The "-" is stored whatever the sign and the digits follow it only for a
+// negative value (otherwise the first digit overwrites it): signs that
+// change from one call to the next cost no mispredicted branch.
 uint16_t convert(char* buffer, VXSSIZE_T value) {
-  if (value >= 0) return writeDecimal(buffer, VXSIZE_T(value));
+  unsigned negative = value < 0;
   buffer[0] = '-';
-  return uint16_t(1 + writeDecimal(buffer + 1, magnitude(value)));
+  return uint16_t(negative + writeDecimal(buffer + negative, magnitude(value)));
 }
 
 // Fixed-width field, unsigned.
@@ -185,18 +188,76 @@ uint16_t convert(char* buffer, uint16_t width, VXSSIZE_T value, bool leftJustify
 
 namespace {
 
-// Most texts are nothing but up to 19 digits. They are read in one loop
-// that stops at the first non-digit; when that is the NUL the value is
-// complete (19 digits cannot overflow) and stored, and the result is true.
-// Otherwise the result is false and the general rules below decide. An
-// empty text reads as 0, as those rules read it.
-inline bool readPlainDigits(const char* text, VXSIZE_T* target) {
+// Eight bytes of text read as one little-endian word, so that the first
+// byte is the lowest. The caller makes sure that the eight bytes lie in the
+// page of the first (wordFitsInPage): the bytes after the text's NUL may be
+// read but can never fault, and they never count, since the digits that
+// are used end at the NUL. Address checking is off here because those
+// bytes may lie past the text's allocation; the fixed-size copy is one
+// unaligned load.
+__attribute__((no_sanitize("address"))) inline uint64_t loadWord(const char* p) {
+  uint64_t word;
+  __builtin_memcpy(&word, p, sizeof word);
+  return word;
+}
+
+inline bool wordFitsInPage(const char* p) { return (reinterpret_cast<uintptr_t>(p) & 4095) <= 4096 - 8; }
+
+const uint64_t kEachByte = 0x0101010101010101ULL;
+
+// The high bit of each byte of the word that is not an ASCII digit: adding
+// 0x46 sets it for the bytes from ':' up (to 0xB9), subtracting '0' for
+// the bytes below '0' and from 0xBA up. The carries and borrows that
+// cross into a later byte all start at a non-digit, so the bits up to the
+// first non-digit are exact, and only those are used.
+inline uint64_t nonDigitBytes(uint64_t word) {
+  return ((word + 0x46 * kEachByte) | (word - '0' * kEachByte)) & 0x80 * kEachByte;
+}
+
+// The value of eight digit values (0 to 9), the first in the lowest byte:
+// neighbouring digits are combined into pairs, pairs into fours, fours into
+// the whole, each step one multiplication.
+inline uint64_t eightDigitsValue(uint64_t digits) {
+  digits = (digits * (10 * 256 + 1)) >> 8;
+  digits = ((digits & 0x00FF00FF00FF00FFULL) * (100 * 65536 + 1)) >> 16;
+  return ((digits & 0x0000FFFF0000FFFFULL) * (10000 * (uint64_t(1) << 32) + 1)) >> 32;
+}
+
+// readPlainDigits for a text of eight digits or more, or one whose first
+// eight bytes cross a page: eight digits at a time while the words stay
+// within a page, then one at a time up to 19 digits.
+bool readLongPlainDigits(const char* text, VXSIZE_T* target) {
   VXSIZE_T value = 0;
   int length = 0;
+  while (length < 16 && wordFitsInPage(text + length)) {
+    uint64_t word = loadWord(text + length);
+    uint64_t stops = nonDigitBytes(word);
+    if (stops != 0) break;
+    value = value * 100000000 + eightDigitsValue(word - '0' * kEachByte);
+    length += 8;
+  }
   for (unsigned digit; length < 19 && (digit = unsigned(uint8_t(text[length])) - '0') <= 9; ++length)
     value = value * 10 + digit;
   if (text[length] != '\0') return false;
   *target = value;
+  return true;
+}
+
+// Most texts are nothing but up to 19 digits, and most of those have fewer
+// than eight: such a text is read with one word, its digits moved to the
+// top of the word behind zeros that read as leading zeros. The reading
+// stops at the first non-digit; when that is the NUL the value is complete
+// (19 digits cannot overflow) and stored, and the result is true.
+// Otherwise the result is false and the general rules below decide. An
+// empty text reads as 0, as those rules read it.
+inline bool readPlainDigits(const char* text, VXSIZE_T* target) {
+  if (!wordFitsInPage(text)) return readLongPlainDigits(text, target);
+  uint64_t word = loadWord(text);
+  uint64_t stops = nonDigitBytes(word);
+  if (stops == 0) return readLongPlainDigits(text, target);
+  unsigned count = unsigned(__builtin_ctzll(stops)) / 8;
+  if (text[count] != '\0') return false;
+  *target = count == 0 ? 0 : eightDigitsValue((word - '0' * kEachByte) << (64 - 8 * count));
   return true;
 }
 
@@ -277,7 +338,18 @@ unsigned parseNarrowSigned(const char* text, T* target) {
 
 unsigned convert(const char* text, VXSIZE_T* target) { return readUnsigned(text, target); }
 
-unsigned convert(const char* text, VXSSIZE_T* target) { return parseSigned(text, target); }
+// A text of one optional "-" and digits is read here, the sign taken once
+// without a branch; anything else, and a magnitude beyond the range, takes
+// the full signed rules.
+unsigned convert(const char* text, VXSSIZE_T* target) {
+  unsigned negative = text[0] == '-';
+  VXSIZE_T value;
+  if (readPlainDigits(text + negative, &value) && value <= VXSIZE_T(INT64_MAX) + negative) {
+    *target = VXSSIZE_T(negative ? 0 - value : value);
+    return 0;
+  }
+  return parseSigned(text, target);
+}
 
 // Signed 32-bit. Deliberate asymmetries, kept on purpose:
 //  - the form takes its own "-" and checks the rest's value against the

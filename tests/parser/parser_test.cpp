@@ -5,6 +5,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -208,6 +209,33 @@ TEST(VxScannerTokens, NothingPastTheLengthIsRead) {
   point.setDecimalNumbers(true);
   EXPECT_EQ((std::vector<Tok>{{Q, 0, "'a'"}, {E, 3, ""}}), scanAll(quoted, VxScanner::kNormal));
   EXPECT_EQ((std::vector<Tok>{{'.', 0, "."}, {E, 1, ""}}), scanAll(point, VxScanner::kNames));
+}
+
+// A word, a number, a quoted literal ending in a doubled quote and an
+// unterminated one, of every length from 1 to 40 after 0 to 17 blanks,
+// before more text or at the end of an exactly sized buffer: runs are read
+// sixteen bytes at a time where sixteen are left, and each token must end
+// where the rules say (and, under ASan, nothing past the text be read).
+TEST(VxScannerTokens, RunsOfEveryLengthEndWhereTheRulesSayAtEveryAlignment) {
+  const std::string word = "aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9aZ9", digits = "1234567890123456789012345678901234567890";
+  for (int kind = 0; kind < 4; ++kind) {
+    for (size_t n = 1, blanks = 0; n <= 40; blanks = (blanks + 1) % 18, n += blanks == 0) {
+      std::string run = kind == 0 ? word.substr(0, n) : kind == 1 ? digits.substr(0, n) : "'" + std::string(n - 1, 'b');
+      run += kind == 2 ? "'''" : kind == 3 ? "''c" : "";
+      for (std::string tail : {kind == 1 ? ".25-x" : "-x", ""}) {
+        std::string whole = std::string(blanks, ' ') + run + tail;
+        std::string head = kind == 3 ? run + tail : run + (kind == 1 && !tail.empty() ? ".25" : "");
+        VXSIZE_T at = blanks + head.size();
+        std::vector<Tok> expected{{kind == 0 ? W : kind == 1 ? N : kind == 2 ? Q : U, blanks, head}};
+        if (at < whole.size()) expected.insert(expected.end(), {Tok{'-', at, "-"}, Tok{W, at + 1, "x"}});
+        expected.emplace_back(E, whole.size(), "");
+        std::unique_ptr<char[]> exact(new char[whole.size()]);
+        VxScanner s(static_cast<char*>(memcpy(exact.get(), whole.data(), whole.size())), whole.size());
+        s.setDecimalNumbers(true);
+        ASSERT_EQ(expected, scanAll(s)) << whole;
+      }
+    }
+  }
 }
 
 // Push-back of a token, an explicit piece clipped to the text, a widened

@@ -1,14 +1,17 @@
 #include "values/convert.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <string>
 #include <tuple>
 #include <type_traits>
 #include <vector>
 
+#include "foundation/vxdbcs.h"
 #include "foundation/vxerror.h"
 
 namespace {
@@ -77,14 +80,15 @@ TEST(ConvertToText, FloatIsPlainOrExponentFormWithoutLeadingZero) {
 // must not be read; the counted forms share one body, which the fuzz
 // target convert_fuzz runs for each of them) into a target holding 3: status 0 must store value,
 // status 1 must file error (read from an error list installed for the
-// call) and leave the target alone.
+// call) and leave the target alone. A NUL-terminated text is read at `at`
+// when that copy is given.
 template <typename T>
-void expectConvert(const std::string& text, bool counted, unsigned status, T value, uint16_t error) {
+void expectConvert(const std::string& text, bool counted, unsigned status, T value, uint16_t error, const char* at = nullptr) {
   SCOPED_TRACE("\"" + text + (counted ? "\" counted" : "\""));
   VxErrorList errors(nullptr, VxErrorList::kSupportMultipleErrors);
   VxErrorKeeper::setErrorList(&errors);
   T target = 3;
-  unsigned got = counted ? 1 : convert(text.c_str(), &target);
+  unsigned got = counted ? 1 : convert(at ? at : text.c_str(), &target);
   if constexpr (std::is_same<T, VXSIZE_T>()) got = counted ? convert((text + "9").data(), text.size(), &target) : got;
   // (status, target, error number)
   EXPECT_EQ(std::make_tuple(status, status == 0 ? value : T(3), status == 0 ? 0 : error),
@@ -115,6 +119,33 @@ TEST(ConvertText, EveryFormTakesItsRangeLikeFromChars) {
   for (const std::string& magnitude : magnitudes)
     for (const std::string& text : {magnitude, "-" + magnitude})
       expectLikeFromChars<VXSIZE_T, VXSSIZE_T, int32_t, uint32_t, uint16_t, int16_t, uint8_t, int8_t>(text);
+}
+
+// Texts are read a word of eight bytes at a time where the word stays in
+// its page. Digit runs of 0 to 20 digits, then the NUL or any other byte,
+// end 0 to 9 bytes before an unreadable page, digits after their NUL: the
+// digits overflow (2701), else the byte is judged (2702 unless the NUL or
+// white space), and nothing after the NUL counts.
+TEST(ConvertText, DigitRunsReadTheSameAtEveryLengthStopByteAndPageEnd) {
+  const size_t page = 4096;  // the page size of x86-64 Linux
+  char* area = static_cast<char*>(mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  ASSERT_TRUE(area != MAP_FAILED && mprotect(area + page, page, PROT_NONE) == 0);
+  for (size_t n = 0; n <= 20; ++n) {
+    VXSIZE_T value = 0;
+    std::string run = std::string("98765432109876543210").substr(20 - n);
+    bool fits = n == 0 || std::from_chars(run.data(), run.data() + n, value).ec == std::errc();
+    for (int stop = 0; stop < 256; ++stop) {
+      if ((stop >= '0' && stop <= '9') || (n == 0 && stop == '+')) continue;  // more digits; a sign
+      std::string text = run + std::string(stop != 0, char(stop));
+      uint16_t error = !fits ? 2701 : *vxSkipBlanks(text.c_str() + n) != '\0' ? 2702 : 0;
+      for (size_t gap = 0; gap <= 9; ++gap) {
+        char* nul = static_cast<char*>(memset(area + page - 26 - gap, '9', 26 + gap)) + 25;
+        memcpy(nul - text.size(), text.c_str(), text.size() + 1);
+        expectConvert<VXSIZE_T>(text, false, error != 0, value, error, nul - text.size());
+      }
+    }
+  }
+  munmap(area, 2 * page);
 }
 
 // What std::from_chars does not judge: blanks and signs (the fuzz target
