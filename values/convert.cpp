@@ -192,10 +192,10 @@ namespace {
 // byte is the lowest. The caller makes sure that the eight bytes lie in the
 // page of the first (wordFitsInPage): the bytes after the text's NUL may be
 // read but can never fault, and they never count, since the digits that
-// are used end at the NUL. Address checking is off here because those
-// bytes may lie past the text's allocation; the fixed-size copy is one
-// unaligned load.
-__attribute__((no_sanitize("address"))) inline uint64_t loadWord(const char* p) {
+// are used end at the NUL. Address and race checking are off here because
+// those bytes may lie past the text's allocation, where another thread may
+// be writing; the fixed-size copy is one unaligned load.
+__attribute__((no_sanitize("address", "thread"))) inline uint64_t loadWord(const char* p) {
   uint64_t word;
   __builtin_memcpy(&word, p, sizeof word);
   return word;
