@@ -403,7 +403,8 @@ TEST_F(XmlWriterTest, AllocationFailureAnywhereLeavesNoPartialDocument) {
     ramFailAllocationAfter(0);
     lastSucceeded = status == 0;
     std::vector<uint16_t> errors = errorNumbers(writer);
-    EXPECT_EQ(status != 0, !errors.empty()) << "failing allocation " << n;
+    bool outOfMemory = std::find(errors.begin(), errors.end(), 1503) != errors.end();
+    EXPECT_EQ(status != 0, outOfMemory) << "failing allocation " << n;
     char text[256];
     for (uint16_t i = 0; i < errors.size(); ++i)
       if (errors[i] == 1024 && XPstGetErrorMessage(writer, i, nullptr, text, sizeof text) == 0)
@@ -418,6 +419,27 @@ TEST_F(XmlWriterTest, AllocationFailureAnywhereLeavesNoPartialDocument) {
   }
   EXPECT_TRUE(lastSucceeded) << "the loop ends before the document's last allocation";
   EXPECT_TRUE(declarationFailed);
+}
+
+// When the error list cannot grow, its reader answers with the memory
+// record right behind the records kept, and with nothing past it.
+TEST_F(XmlWriterTest, AFullErrorListEndsWithTheMemoryRecord) {
+  const void* values[] = {nullptr};
+  int64_t lengths[] = {0};
+  bool memoryRecordSeen = false;
+  for (uint64_t n = 1; n <= 4; ++n) {
+    XPstWriter* writer = XPstCreate(path("e.xml").c_str(), nullptr, nullptr);
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(1u, XPstAppendRowData(writer, values, lengths));
+    ramFailAllocationAfter(n);
+    EXPECT_EQ(1u, XPstAppendRowData(writer, values, lengths));
+    ramFailAllocationAfter(0);
+    std::vector<uint16_t> errors = errorNumbers(writer);
+    ASSERT_GE(errors.size(), 16u) << "failing allocation " << n;
+    memoryRecordSeen |= errors.back() == 30190;
+    EXPECT_EQ(1u, XPstGetErrorMessage(writer, uint16_t(errors.size() + 1), nullptr, nullptr, 0));
+    XPstFree(writer);
+  }
+  EXPECT_TRUE(memoryRecordSeen);
 }
 
 // The writer's validity scan agrees with ICU's strict UTF-8 decoder on
