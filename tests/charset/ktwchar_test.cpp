@@ -241,6 +241,7 @@ TEST_F(ConverterTest, LookupsReuseOneConverterPerCodePage) {
   EXPECT_EQ(1, VerifyCodePage(2028));
   EXPECT_EQ(0, VerifyCodePage(2000005039));
   EXPECT_EQ(0, ktMaxCharSize(int64_t(2000005039)));
+  EXPECT_EQ(3, ktMaxCharSize(int64_t(106)));  // the converter it opens is closed again
 }
 
 UConverter* openConverter(const char* name) {

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "charset/ucnv.h"
 
@@ -96,7 +97,10 @@ TEST(ConnectionString, ScanRules) {
       {"I", kUcnvNotFound, nullptr},
   };
   for (const Row& row : rows) {
-    std::u16string text = wide(row.text);
+    // Exactly the text's units, with no terminator behind them: the scan
+    // must stop at the length (a sanitizer build sees any read past it).
+    std::u16string units = wide(row.text);
+    std::vector<char16_t> text(units.begin(), units.end());
     UChar* dsn = nullptr;
     EXPECT_EQ(row.expected, ucnvUnicodeIANAAppCodePage(reinterpret_cast<const UChar*>(text.data()),
                                                        int64_t(text.size()), &dsn))
