@@ -374,6 +374,7 @@ TEST_F(XmlWriterTest, FailedOrCancelledDocumentsLeaveNoFile) {
          return XPstDescribeColumns(w, columns, 3) == 1 && XPstAppendRowData(w, values, good) == 0 &&
                 XPstClose(w) == 1; }, {1023, 30041}}};
   EXPECT_EQ(1u, XPstClose(nullptr));
+  EXPECT_EQ(1u, XPstGetErrorMessage(nullptr, 0, nullptr, nullptr, 0));
   mkdir(path("dir.xml").c_str(), 0700);
   for (const auto& row : rows) {
     SCOPED_TRACE(row.out);
