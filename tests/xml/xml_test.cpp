@@ -406,6 +406,7 @@ TEST_F(XmlWriterTest, AllocationFailureAnywhereLeavesNoPartialDocument) {
     std::vector<uint16_t> errors = errorNumbers(writer);
     bool outOfMemory = std::find(errors.begin(), errors.end(), 1503) != errors.end();
     EXPECT_EQ(status != 0, outOfMemory) << "failing allocation " << n;
+    EXPECT_EQ(status != 0, !errors.empty()) << "failing allocation " << n;
     char text[256];
     for (uint16_t i = 0; i < errors.size(); ++i)
       if (errors[i] == 1024 && XPstGetErrorMessage(writer, i, nullptr, text, sizeof text) == 0)
