@@ -242,6 +242,9 @@ TEST_F(ConverterTest, LookupsReuseOneConverterPerCodePage) {
   EXPECT_EQ(0, VerifyCodePage(2000005039));
   EXPECT_EQ(0, ktMaxCharSize(int64_t(2000005039)));
   EXPECT_EQ(3, ktMaxCharSize(int64_t(106)));  // the converter it opens is closed again
+  ASSERT_EQ(0u, converter.initialize(2));      // starts over, closing what it held
+  ASSERT_EQ(0u, converter.getHandle(4, &again));
+  EXPECT_EQ(1, converter.ktMaxCharSize(4));
 }
 
 UConverter* openConverter(const char* name) {
