@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 
 #include <atomic>
 #include <cstring>
@@ -95,6 +97,27 @@ TEST_F(TmpFileTest, EvictionWritesBackOnlyModifiedPages) {
     EXPECT_EQ(VXSIZE_T(r[2]), store.getPagesWritten()) << "after page " << r[0];
   }
   EXPECT_EQ(1, filesInDirectory());
+}
+
+// A write-back that fails (here under a file-size limit) fails the access
+// that needed the frame, with the write's record.
+TEST_F(TmpFileTest, AFailedWriteBackFailsTheAccess) {
+  struct rlimit saved;
+  ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &saved));
+  signal(SIGXFSZ, SIG_IGN);
+  struct rlimit small = saved;
+  small.rlim_cur = 16 * 1024;
+  ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &small));
+  unsigned status = 0;
+  {
+    VxTmpFile store(4096, 0);
+    const std::string page(2048, 'p');
+    for (VXSIZE_T i = 0; i < 64 && status == 0; ++i) status = store.tmpWrite(i * 2048, page.data(), 2048);
+  }
+  setrlimit(RLIMIT_FSIZE, &saved);
+  signal(SIGXFSZ, SIG_DFL);
+  EXPECT_EQ(1u, status);
+  EXPECT_EQ(1506, VxErrorKeeper::getLastErrorNumber());  // the disk is full
 }
 
 // The allocation rules, one row each.
