@@ -180,6 +180,19 @@ TEST_F(ConverterTest, AsciiFillingTheCapacityGetsNoTerminator) {
   EXPECT_EQ(4, consumed);
 }
 
+// ISCII reads ASCII as it is but writes more than ASCII for it (a line end
+// restarts the script), so it never takes the ASCII copy: ICU's bytes.
+TEST_F(ConverterTest, IsciiIsNotCopiedAsAscii) {
+  const char text[] = "one\ntwo";
+  char icu[64];
+  UErrorCode status = U_ZERO_ERROR;
+  int32_t n = ucnv_convert("ISCII,version=0", "UTF-8", icu, sizeof icu, text, 7, &status);
+  ASSERT_TRUE(U_SUCCESS(status) && n > 7);
+  EXPECT_EQ(0u, converter.ktCpgToCpg(out, sizeof out, text, 7, &written, &consumed, "UTF-8",
+                                     "ISCII,version=0"));
+  EXPECT_EQ(std::string(icu, size_t(n)), std::string(out, size_t(written)));
+}
+
 TEST_F(ConverterTest, Utf8SourceIsCopiedAndCut) {
   memset(out, 'x', sizeof out);
   EXPECT_EQ(0u, converter.ktAnsiToUTF8(out, 3, "h\xC3\xA9llo", -1, &written, &consumed, 106));
