@@ -210,6 +210,8 @@ TEST_F(ConverterTest, Utf8SourceIsCopiedAndCut) {
   memset(out, 'x', sizeof out);
   EXPECT_EQ(0u, converter.ktUTF8ToAnsi(out, 64, "ab", 2, &written, &consumed, 2252));
   EXPECT_STREQ("ab", out) << "so does one copied as ASCII without ICU";
+  EXPECT_EQ(1u, converter.ktAnsiToUTF8(out, 64, nullptr, 3, &written, &consumed, 106));  // no input
+  EXPECT_EQ(1u, converter.ktAnsiToUTF8(out, 0, "abc", 3, &written, &consumed, 106));    // no room
 }
 
 TEST_F(ConverterTest, SubstitutionModes) {
