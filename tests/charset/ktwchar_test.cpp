@@ -103,6 +103,9 @@ TEST(CodePoints, UTF8UpperFollowsIcuAndKeepsItsOddity) {
   char packed[5] = {0};
   ktAppendUTF8(packed, UTF16CharFromUTF8Char(0x10428));
   EXPECT_STREQ(packed, deseret);
+  char cut[] = "ab\xC3\xA9";  // the length stops inside the last character
+  ktUTF8Upper(cut, 3);
+  EXPECT_STREQ("AB\xC3\xA9", cut) << "nothing at or past the length changes";
 }
 
 TEST(Utf, EdgeRulesOfTheUtf16AndUtf8Forms) {

@@ -155,6 +155,8 @@ TEST_F(TmpFileTest, TheSpanOfOneStoreIsAHardLimit) {
   EXPECT_EQ(1u, store.tmpFindSpace(4096, &a));
   EXPECT_EQ(2715, VxErrorKeeper::getLastErrorNumber());
   EXPECT_EQ(0u, store.getContiguousSpace(4096));
+  // The rest of the last page, from the next 4-byte boundary, just fits.
+  EXPECT_EQ(VxTmpFile::kMaxSpan - 2044, store.getContiguousSpace(2044));
   void* p;
   uint16_t left;
   EXPECT_EQ(1u, store.tmpPointer(VxTmpFile::kMaxSpan, &p, &left, 1));
