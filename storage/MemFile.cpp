@@ -1,6 +1,7 @@
 // MemFile: appending to and reading from a stream of equal memory blocks.
 #include "storage/MemFile.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
@@ -70,12 +71,12 @@ unsigned MemFile::append(const void* data, VXSIZE_T n) {
 unsigned MemFile::read(VXSIZE_T offset, void* buffer, VXSIZE_T n) const {
   VXSIZE_T end = storedEnd();
   if (offset >= length || offset >= end) return 0;
-  VXSIZE_T wanted = n < length - offset ? n : length - offset;
+  VXSIZE_T wanted = std::min(n, length - offset);
   if (wanted > end - offset) wanted = end - offset;
   char* to = static_cast<char*>(buffer);
   while (wanted > 0) {
     VXSIZE_T inBlock = offset % blockSize;
-    VXSIZE_T piece = blockSize - inBlock < wanted ? blockSize - inBlock : wanted;
+    VXSIZE_T piece = std::min(blockSize - inBlock, wanted);
     memcpy(to, static_cast<const char*>(blocks.at(offset / blockSize)) + inBlock, piece);
     to += piece;
     offset += piece;
@@ -86,7 +87,7 @@ unsigned MemFile::read(VXSIZE_T offset, void* buffer, VXSIZE_T n) const {
 
 unsigned MemFile::tmpPointer(VXSIZE_T offset, void** pointer, VXSIZE_T* contiguous,
                              uint16_t /*dirty*/) const {
-  VXSIZE_T end = storedEnd() < length ? storedEnd() : length;
+  VXSIZE_T end = std::min(storedEnd(), length);
   if (offset >= end) {
     *pointer = nullptr;
     *contiguous = 0;
@@ -95,6 +96,6 @@ unsigned MemFile::tmpPointer(VXSIZE_T offset, void** pointer, VXSIZE_T* contiguo
   VXSIZE_T inBlock = offset % blockSize;
   *pointer = static_cast<char*>(blocks.at(offset / blockSize)) + inBlock;
   VXSIZE_T toBlockEnd = blockSize - inBlock;
-  *contiguous = toBlockEnd < end - offset ? toBlockEnd : end - offset;
+  *contiguous = std::min(toBlockEnd, end - offset);
   return 0;
 }

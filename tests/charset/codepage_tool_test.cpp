@@ -53,12 +53,18 @@ TEST_F(CodePageTool, FormatsAndStatuses) {
 
 // The profile files are read at load, from $HOME when ODBCINI and
 // ODBC_INI are unset; odbcinst.ini is read only when odbc.ini was.
+// The status comes first, so that a sanitizer's exit status (a profile
+// buffer not freed at unload) shows too.
 TEST_F(CodePageTool, AppCodePageFromTheHomeProfiles) {
+  auto app = [&](const char* attributes) {
+    ToolRun r = run(std::string("codepage app '") + attributes + "'");
+    return std::to_string(r.status) + " " + r.out;
+  };
   write(".odbcinst.ini", "[ODBC]\nIANAAppCodePage=38\n");
-  EXPECT_EQ("4\n", run("codepage app 'UID=me'").out);
+  EXPECT_EQ("0 4\n", app("UID=me"));
   write(".odbc.ini", "[Sales]\nAppCodePage=6\n[ODBC]\nx=1\n");
-  EXPECT_EQ("38\n", run("codepage app 'UID=me'").out);
-  EXPECT_EQ("17\ndsn Sales\n", run("codepage app 'DSN=Sales'").out);
+  EXPECT_EQ("0 38\n", app("UID=me"));
+  EXPECT_EQ("0 17\ndsn Sales\n", app("DSN=Sales"));
 }
 
 // Half a megabyte of mixed ASCII and two-byte text through fixed read

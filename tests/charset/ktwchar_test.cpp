@@ -103,6 +103,9 @@ TEST(CodePoints, UTF8UpperFollowsIcuAndKeepsItsOddity) {
   char packed[5] = {0};
   ktAppendUTF8(packed, UTF16CharFromUTF8Char(0x10428));
   EXPECT_STREQ(packed, deseret);
+  char cut[] = "ab\xC3\xA9";  // the length stops inside the last character
+  ktUTF8Upper(cut, 3);
+  EXPECT_STREQ("AB\xC3\xA9", cut) << "nothing at or past the length changes";
 }
 
 TEST(Utf, EdgeRulesOfTheUtf16AndUtf8Forms) {
@@ -180,6 +183,19 @@ TEST_F(ConverterTest, AsciiFillingTheCapacityGetsNoTerminator) {
   EXPECT_EQ(4, consumed);
 }
 
+// ISCII reads ASCII as it is but writes more than ASCII for it (a line end
+// restarts the script), so it never takes the ASCII copy: ICU's bytes.
+TEST_F(ConverterTest, IsciiIsNotCopiedAsAscii) {
+  const char text[] = "one\ntwo";
+  char icu[64];
+  UErrorCode status = U_ZERO_ERROR;
+  int32_t n = ucnv_convert("ISCII,version=0", "UTF-8", icu, sizeof icu, text, 7, &status);
+  ASSERT_TRUE(U_SUCCESS(status) && n > 7);
+  EXPECT_EQ(0u, converter.ktCpgToCpg(out, sizeof out, text, 7, &written, &consumed, "UTF-8",
+                                     "ISCII,version=0"));
+  EXPECT_EQ(std::string(icu, size_t(n)), std::string(out, size_t(written)));
+}
+
 TEST_F(ConverterTest, Utf8SourceIsCopiedAndCut) {
   memset(out, 'x', sizeof out);
   EXPECT_EQ(0u, converter.ktAnsiToUTF8(out, 3, "h\xC3\xA9llo", -1, &written, &consumed, 106));
@@ -197,6 +213,8 @@ TEST_F(ConverterTest, Utf8SourceIsCopiedAndCut) {
   memset(out, 'x', sizeof out);
   EXPECT_EQ(0u, converter.ktUTF8ToAnsi(out, 64, "ab", 2, &written, &consumed, 2252));
   EXPECT_STREQ("ab", out) << "so does one copied as ASCII without ICU";
+  EXPECT_EQ(1u, converter.ktAnsiToUTF8(out, 64, nullptr, 3, &written, &consumed, 106));  // no input
+  EXPECT_EQ(1u, converter.ktAnsiToUTF8(out, 0, "abc", 3, &written, &consumed, 106));    // no room
 }
 
 TEST_F(ConverterTest, SubstitutionModes) {
@@ -241,6 +259,10 @@ TEST_F(ConverterTest, LookupsReuseOneConverterPerCodePage) {
   EXPECT_EQ(1, VerifyCodePage(2028));
   EXPECT_EQ(0, VerifyCodePage(2000005039));
   EXPECT_EQ(0, ktMaxCharSize(int64_t(2000005039)));
+  EXPECT_EQ(3, ktMaxCharSize(int64_t(106)));  // the converter it opens is closed again
+  ASSERT_EQ(0u, converter.initialize(2));      // starts over, closing what it held
+  ASSERT_EQ(0u, converter.getHandle(4, &again));
+  EXPECT_EQ(1, converter.ktMaxCharSize(4));
 }
 
 UConverter* openConverter(const char* name) {

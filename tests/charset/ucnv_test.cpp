@@ -7,6 +7,7 @@
 #include <cstring>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "charset/ucnv.h"
 
@@ -89,6 +90,7 @@ TEST(ConnectionString, ScanRules) {
       {"IANAAppCodePage=", kUcnvNotFound, nullptr},
       {"IANAAppCodePage= ;DSN=x", 0, nullptr},
       {"ACP=1252;IACP;DSN=y", kUcnvNotFound, "y"},
+      {"DSN x;DSN=y", kUcnvNotFound, "y"},                    // a DSN without "=" is passed over
       {"AppCodePage=1252;ACPX=6", kUcnvNotFound, nullptr},
       {" dsn = My Source ;dsn=other;iacp = -5", -5, "My Source "},
       {"AppCodePage=8", kUcnvNotFound, nullptr},
@@ -96,7 +98,10 @@ TEST(ConnectionString, ScanRules) {
       {"I", kUcnvNotFound, nullptr},
   };
   for (const Row& row : rows) {
-    std::u16string text = wide(row.text);
+    // Exactly the text's units, with no terminator behind them: the scan
+    // must stop at the length (a sanitizer build sees any read past it).
+    std::u16string units = wide(row.text);
+    std::vector<char16_t> text(units.begin(), units.end());
     UChar* dsn = nullptr;
     EXPECT_EQ(row.expected, ucnvUnicodeIANAAppCodePage(reinterpret_cast<const UChar*>(text.data()),
                                                        int64_t(text.size()), &dsn))
@@ -186,15 +191,16 @@ TEST(ProfileReader, SectionsEntriesAndKeyLists) {
       {"Sales", "Port", 64, "dflt"},    {"Sales", "Name ", 64, "spaced"},
       {"Sales", "Driver ", 5, "/lib"},   {"Hidden", "k", 64, "dflt"},
       {"Indented", "k", 64, "dflt"},    {nullptr, "k", 64, "dflt"},
-      {"ODBC", "Trace", 64, "1"},
+      {"ODBC", "Trace", 64, "1"},       {nullptr, "k", 0, ""},   // no room: nothing written
   };
   for (const Row& row : rows) {
-    char out[64];
+    char out[64] = "";
     int64_t n = ucnvNWGetProfileString(text.data(), int64_t(text.size()), row.section, row.key,
                                        "dflt", out, row.outSize);
     EXPECT_STREQ(row.expected, out) << (row.section ? row.section : "null") << "/" << row.key;
     EXPECT_EQ(int64_t(strlen(row.expected)), n);
   }
+  EXPECT_EQ(0, ucnvNWGetProfileString(text.data(), int64_t(text.size()), "Sales", "Name ", "", nullptr, 9));
   char out[400];
   EXPECT_EQ(255, ucnvNWGetProfileString(text.data(), int64_t(text.size()), "Sales", "Long", "",
                                         out, sizeof out));

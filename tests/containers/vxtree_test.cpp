@@ -47,16 +47,17 @@ Entries walk(VxTree& tree, bool forward) {
 // against a std::multimap, for each combination of duplicates and deleted
 // marks. The tree grows far beyond its 32 KB cache, so nodes go to disk and
 // come back. Equal keys may sit in any order, so walks are compared as
-// sorted lists of entries.
+// sorted lists of entries. A last run with both and a few keys only often
+// looks up a key whose entries, the last in the tree, are all marked.
 TEST_F(TreeTest, AgreesWithAMultimapModel) {
   const unsigned seed = 424242;
-  for (int config = 0; config < 4; ++config) {
-    const bool marks = config & 1, dups = config & 2;
+  for (int config = 0; config < 5; ++config) {
+    const bool marks = config & 5, dups = config & 6;
     SCOPED_TRACE(testing::Message() << "marks " << marks << ", duplicates " << dups << ", seed " << seed);
     std::mt19937_64 rng(seed + config);
     VxTree tree(8, 8, nullptr, marks, dups);
     std::multimap<uint64_t, uint64_t> model;
-    const uint64_t range = 30000;
+    const uint64_t range = config == 4 ? 40 : 30000;
     unsigned char key[8];
     for (int step = 0; step < 40000; ++step) {
       uint64_t k = rng() % range, d = rng();
@@ -113,7 +114,7 @@ TEST_F(TreeTest, AgreesWithAMultimapModel) {
         ASSERT_TRUE(expected == backward) << "backward walk differs at step " << step;
       }
     }
-    EXPECT_GT(tree.getNodeStore().getPagesWritten(), 0u);
+    EXPECT_TRUE(range < 30000 || tree.getNodeStore().getPagesWritten() > 0);
     tree.reset();
     EXPECT_EQ(1u, tree.getNodeStore().getSpaceEnd());
     EXPECT_TRUE(walk(tree, true).empty());

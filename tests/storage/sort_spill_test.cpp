@@ -136,6 +136,37 @@ TEST_F(SortSpillTest, ReSortWithMergeFollowsTheNewStartKey) {
   EXPECT_EQ(300, n);
 }
 
+// Each allocation of a spilled sort and its merge fails in turn: the call
+// that meets it fails with 1503, or every record comes back in order.
+TEST_F(SortSpillTest, EveryAllocationFailureOfASpilledSortIsReported) {
+  bool lastSucceeded = false;
+  for (uint64_t n = 1; n < 80; ++n) {
+    VxErrorKeeper::clearAllErrors();
+    VxSort sort(16);  // 4096 records per buffer: three runs
+    sort.setMaxBuffers(2);
+    ramFailAllocationAfter(n);
+    unsigned status = sort.addKey(0, 0, 8);
+    char record[16] = {};
+    for (int i = 0; i < 20000 && status == 0; ++i) {
+      snprintf(record, sizeof record, "%08d", i * 7919 % 20000);
+      status = sort.addRecord(record);
+    }
+    std::string previous;
+    int count = 0;
+    void* r = nullptr;
+    if (status == 0) status = sort.getFirstRecord(&r);
+    for (; status == 0 && r != nullptr; status = sort.getSorted(&r), ++count) {
+      EXPECT_LE(previous, std::string(static_cast<char*>(r), 8));
+      previous.assign(static_cast<char*>(r), 8);
+    }
+    ramFailAllocationAfter(0);
+    lastSucceeded = status == 0;
+    EXPECT_EQ(status == 0 ? 0 : 1503, VxErrorKeeper::getLastErrorNumber()) << "failing allocation " << n;
+    EXPECT_TRUE(status != 0 || count == 20000) << "failing allocation " << n;
+  }
+  EXPECT_TRUE(lastSucceeded);
+}
+
 // A file system that fills up (here a file-size limit): adding fails with
 // the sort's record, and the destructor leaves no file behind.
 TEST_F(SortSpillTest, AFullFileSystemFailsCleanlyAndLeavesNothingBehind) {

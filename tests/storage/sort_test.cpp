@@ -164,6 +164,14 @@ TEST_F(VxSortTest, WhatDoesNotFitIsRefusedWithItsErrorAndTheRestKept) {
     EXPECT_EQ(c.error, VxErrorKeeper::getLastErrorNumber());
     EXPECT_EQ(c.stored, drain(sort, c.length).size());
   }
+  // The scratch that reading with comparison needs.
+  VxSort grouped(16);
+  ASSERT_EQ(0u, grouped.addRecord(std::string(16, 'x').data()));
+  ramFailAllocationAfter(1);
+  void* first = &grouped;
+  VXSIZE_T groupStart = 9;
+  EXPECT_EQ(1u, grouped.getSortedWithCompare(&first, &groupStart));
+  EXPECT_EQ(1503, VxErrorKeeper::getLastErrorNumber());
   // The 65th key.
   VxSort sort(64);
   for (int k = 0; k < 64; ++k) ASSERT_EQ(0u, sort.addKey(0, k, 1));

@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 
 #include <atomic>
 #include <cstring>
@@ -97,6 +99,27 @@ TEST_F(TmpFileTest, EvictionWritesBackOnlyModifiedPages) {
   EXPECT_EQ(1, filesInDirectory());
 }
 
+// A write-back that fails (here under a file-size limit) fails the access
+// that needed the frame, with the write's record.
+TEST_F(TmpFileTest, AFailedWriteBackFailsTheAccess) {
+  struct rlimit saved;
+  ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &saved));
+  signal(SIGXFSZ, SIG_IGN);
+  struct rlimit small = saved;
+  small.rlim_cur = 16 * 1024;
+  ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &small));
+  unsigned status = 0;
+  {
+    VxTmpFile store(4096, 0);
+    const std::string page(2048, 'p');
+    for (VXSIZE_T i = 0; i < 64 && status == 0; ++i) status = store.tmpWrite(i * 2048, page.data(), 2048);
+  }
+  setrlimit(RLIMIT_FSIZE, &saved);
+  signal(SIGXFSZ, SIG_DFL);
+  EXPECT_EQ(1u, status);
+  EXPECT_EQ(1506, VxErrorKeeper::getLastErrorNumber());  // the disk is full
+}
+
 // The allocation rules, one row each.
 TEST_F(TmpFileTest, AllocationRules) {
   VxTmpFile store(4096, 0);
@@ -132,6 +155,8 @@ TEST_F(TmpFileTest, TheSpanOfOneStoreIsAHardLimit) {
   EXPECT_EQ(1u, store.tmpFindSpace(4096, &a));
   EXPECT_EQ(2715, VxErrorKeeper::getLastErrorNumber());
   EXPECT_EQ(0u, store.getContiguousSpace(4096));
+  // The rest of the last page, from the next 4-byte boundary, just fits.
+  EXPECT_EQ(VxTmpFile::kMaxSpan - 2044, store.getContiguousSpace(2044));
   void* p;
   uint16_t left;
   EXPECT_EQ(1u, store.tmpPointer(VxTmpFile::kMaxSpan, &p, &left, 1));

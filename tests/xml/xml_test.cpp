@@ -374,6 +374,7 @@ TEST_F(XmlWriterTest, FailedOrCancelledDocumentsLeaveNoFile) {
          return XPstDescribeColumns(w, columns, 3) == 1 && XPstAppendRowData(w, values, good) == 0 &&
                 XPstClose(w) == 1; }, {1023, 30041}}};
   EXPECT_EQ(1u, XPstClose(nullptr));
+  EXPECT_EQ(1u, XPstGetErrorMessage(nullptr, 0, nullptr, nullptr, 0));
   mkdir(path("dir.xml").c_str(), 0700);
   for (const auto& row : rows) {
     SCOPED_TRACE(row.out);
@@ -403,6 +404,8 @@ TEST_F(XmlWriterTest, AllocationFailureAnywhereLeavesNoPartialDocument) {
     ramFailAllocationAfter(0);
     lastSucceeded = status == 0;
     std::vector<uint16_t> errors = errorNumbers(writer);
+    bool outOfMemory = std::find(errors.begin(), errors.end(), 1503) != errors.end();
+    EXPECT_EQ(status != 0, outOfMemory) << "failing allocation " << n;
     EXPECT_EQ(status != 0, !errors.empty()) << "failing allocation " << n;
     char text[256];
     for (uint16_t i = 0; i < errors.size(); ++i)
@@ -418,6 +421,27 @@ TEST_F(XmlWriterTest, AllocationFailureAnywhereLeavesNoPartialDocument) {
   }
   EXPECT_TRUE(lastSucceeded) << "the loop ends before the document's last allocation";
   EXPECT_TRUE(declarationFailed);
+}
+
+// When the error list cannot grow, its reader answers with the memory
+// record right behind the records kept, and with nothing past it.
+TEST_F(XmlWriterTest, AFullErrorListEndsWithTheMemoryRecord) {
+  const void* values[] = {nullptr};
+  int64_t lengths[] = {0};
+  bool memoryRecordSeen = false;
+  for (uint64_t n = 1; n <= 4; ++n) {
+    XPstWriter* writer = XPstCreate(path("e.xml").c_str(), nullptr, nullptr);
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(1u, XPstAppendRowData(writer, values, lengths));
+    ramFailAllocationAfter(n);
+    EXPECT_EQ(1u, XPstAppendRowData(writer, values, lengths));
+    ramFailAllocationAfter(0);
+    std::vector<uint16_t> errors = errorNumbers(writer);
+    ASSERT_GE(errors.size(), 16u) << "failing allocation " << n;
+    memoryRecordSeen |= errors.back() == 30190;
+    EXPECT_EQ(1u, XPstGetErrorMessage(writer, uint16_t(errors.size() + 1), nullptr, nullptr, 0));
+    XPstFree(writer);
+  }
+  EXPECT_TRUE(memoryRecordSeen);
 }
 
 // The writer's validity scan agrees with ICU's strict UTF-8 decoder on
