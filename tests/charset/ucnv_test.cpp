@@ -36,7 +36,9 @@ TEST(CodePageTables, SortedAndEveryShippedNameOpens) {
   }
   for (int64_t i = 0; i < IANAtoICUTableRows; ++i) {
     const UcnvNameRow& row = IANAtoICUTable[i];
-    if (i > 0) ASSERT_LT(IANAtoICUTable[i - 1].key, row.key);
+    if (i > 0) {
+      ASSERT_LT(IANAtoICUTable[i - 1].key, row.key);
+    }
     EXPECT_EQ(row.name, ucnvIANAidToICUname(row.key));
     UErrorCode status = U_ZERO_ERROR;
     UConverter* converter = ucnv_open(row.name, &status);
