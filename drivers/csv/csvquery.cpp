@@ -51,7 +51,7 @@ const char kGrammar[] =
     "1020 multiplicative-operator ::= * | /\n"
     "1021 group-by ::= GROUP BY name { , name }*\n"
     "1022 having ::= HAVING expr\n"
-    "1023 aggregate ::= aggregate-name ( * ) | aggregate-name ( [ DISTINCT ] additive )\n"
+    "1023 aggregate ::= ~COUNT ( * ) | aggregate-name ( [ DISTINCT ] additive )\n"
     "1024 aggregate-name ::= ~COUNT | ~SUM | ~MIN | ~MAX | ~AVG\n"
     "1025 escape ::= \\{ escape-body \\}\n"
     "1026 escape-body ::= ~fn name ( [ additive { , additive }* ] ) | ~d string | ~ts string\n";
@@ -282,7 +282,8 @@ class Compiler {
     }
   }
 
-  // COUNT(*), or an aggregate of [DISTINCT] a value.
+  // COUNT(*) (the only aggregate of *), or an aggregate of [DISTINCT] a
+  // value.
   std::unique_ptr<CsvExpr> aggregate(const VxReduction* aggregate) {
     static const struct {
       const char* name;
@@ -291,7 +292,8 @@ class Compiler {
                        {"MAX", CsvExpr::kMax}, {"AVG", CsvExpr::kAvg}};
     auto node = std::make_unique<CsvExpr>();
     node->op = CsvExpr::kAggregate;
-    std::string name = terminalText(aggregate->getChild()->getChild());
+    const VxReduction* first = aggregate->getChild();
+    std::string name = terminalText(first->reductNumber() == kAggregateName ? first->getChild() : first);
     for (const auto& a : kAggregates)
       if (strcasecmp(a.name, name.c_str()) == 0) node->function = a.function;
     for (const VxReduction* c = aggregate->getChild(); c; c = c->getNextSibling()) {

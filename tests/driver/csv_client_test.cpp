@@ -469,6 +469,7 @@ TEST_F(Client, FailuresGiveTheirDiagnostics) {
       {"INSERT INTO t (a, zz) VALUES (1, 'y')", "42S22 [vxlib][CSV]The column zz was not found."},
       {"SELECT a FROM t WHERE a = ? OR b = ?", "07002 [vxlib][CSV]Parameter 1 has no value bound."},
       {"INSERT INTO value VALUES (3)", "22018 [vxlib][CSV]The value zwei on line 3 of "},
+      {"SELECT AVG(*) FROM t", "42000 [vxlib][CSV]Syntax error at \"*\"; expected"},
       {"SELECT {fn NOSUCH(a)} FROM t", "42000 [vxlib][CSV]The scalar function NOSUCH is not supported with 1 argument(s)"},
       {"SELECT {fn UCASE(a, b)} FROM t", "42000 [vxlib][CSV]The scalar function UCASE is not supported with 2 argument(s)"},
       {"SELECT a FROM t WHERE b < {d '2021-02-29'}", "22007 [vxlib][CSV]The date or time literal 2021-02-29 is"},
