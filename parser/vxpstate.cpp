@@ -99,24 +99,16 @@ void VxStateTransition::addToListEnd(VxStateTransition* t) {
   t->prevTransition_ = last;
 }
 
-unsigned VxStateTransition::copyList(VxParseState* state) const {
-  for (const VxStateTransition* at = this; at; at = at->nextTransition_) {
-    VxStateTransition* copy = new VxStateTransition;
-    if (!copy || copy->setTokenString(at->tokenString_)) {
-      delete copy;
-      return 1;
-    }
-    copy->tokenType_ = at->tokenType_;
-    copy->next_ = at->next_;
-    copy->action_ = at->action_;
-    copy->push_ = at->push_;
-    copy->production_ = at->production_;
-    state->addTransition(copy);
-  }
-  return 0;
-}
+unsigned VxStateTransition::copyList(VxParseState* state) const { return copyEach(state, nullptr); }
 
 unsigned VxStateTransition::copyListOthers(VxParseState* state, VxParseState* target) const {
+  assert(target != nullptr);
+  return copyEach(state, target);
+}
+
+// Copies each transition's kind and text; with no jump target also its
+// next state, action, push state and production, else a jump to the target.
+unsigned VxStateTransition::copyEach(VxParseState* state, VxParseState* jumpTarget) const {
   for (const VxStateTransition* at = this; at; at = at->nextTransition_) {
     VxStateTransition* copy = new VxStateTransition;
     if (!copy || copy->setTokenString(at->tokenString_)) {
@@ -124,8 +116,15 @@ unsigned VxStateTransition::copyListOthers(VxParseState* state, VxParseState* ta
       return 1;
     }
     copy->tokenType_ = at->tokenType_;
-    copy->next_ = target;
-    copy->action_ = kActionJump;
+    if (jumpTarget) {
+      copy->next_ = jumpTarget;
+      copy->action_ = kActionJump;
+    } else {
+      copy->next_ = at->next_;
+      copy->action_ = at->action_;
+      copy->push_ = at->push_;
+      copy->production_ = at->production_;
+    }
     state->addTransition(copy);
   }
   return 0;

@@ -72,6 +72,8 @@ class VX_EXPORT VxStateTransition : public VxObject {
   unsigned copyListOthers(VxParseState* state, VxParseState* target) const;
 
  private:
+  unsigned copyEach(VxParseState* state, VxParseState* jumpTarget) const;
+
   int16_t tokenType_;
   char* tokenString_;
   VxParseState* next_;
