@@ -152,6 +152,17 @@ unsigned VxTree::storeNode(VXSIZE_T address, const char* node) {
   return nodeStore.tmpWrite(address, node, usedBytes(node));
 }
 
+// A new root holding one entry: the node is made and its image begun in
+// workNode (two sons in use, the node's own address in its header); the
+// caller fills in the entry and the sons.
+unsigned VxTree::beginRoot(VXSIZE_T* root) {
+  if (makeNode(root) != 0) return 1;
+  memset(workNode, 0, nodeBytes());
+  writeU16(workNode, 2);
+  writeU64(workNode + 8, *root);
+  return 0;
+}
+
 // Freed nodes are reused before the store grows.
 unsigned VxTree::makeNode(VXSIZE_T* address) {
   if (freeNodes.getCount() > 0) {
@@ -359,10 +370,7 @@ unsigned VxTree::insertAt(VxTreeIterator& path, const char* entry, VXSIZE_T righ
     if (storeNode(address, workNode) != 0 || storeNode(right, workNode2) != 0) return 1;
     if (level == 0) {
       VXSIZE_T root;
-      if (makeNode(&root) != 0) return 1;
-      memset(workNode, 0, nodeBytes());
-      writeU16(workNode, 2);
-      writeU64(workNode + 8, root);
+      if (beginRoot(&root) != 0) return 1;
       setSon(workNode, 0, address);
       memcpy(keyOf(workNode, 0), middle, entryBytes);
       setSon(workNode, 1, right);
@@ -385,10 +393,7 @@ unsigned VxTree::add(const void* key, const void* data, unsigned int* found) {
   if (dataLength) memcpy(entry + keyLength, data, dataLength);
   if (rootAddress == 0) {
     VXSIZE_T root;
-    if (makeNode(&root) != 0) return 1;
-    memset(workNode, 0, nodeBytes());
-    writeU16(workNode, 2);
-    writeU64(workNode + 8, root);
+    if (beginRoot(&root) != 0) return 1;
     memcpy(keyOf(workNode, 0), entry, tripletSize - 8);
     if (storeNode(root, workNode) != 0) return 1;
     rootAddress = root;

@@ -168,6 +168,7 @@ class VX_EXPORT VxTree : public VxObject {
   unsigned loadNode(VXSIZE_T address, char* node);
   unsigned storeNode(VXSIZE_T address, const char* node);
   unsigned makeNode(VXSIZE_T* address);
+  unsigned beginRoot(VXSIZE_T* root);
   void freeNode(VXSIZE_T address);
   unsigned prepareWork();
   unsigned insertAt(VxTreeIterator& path, const char* entry, VXSIZE_T rightSon);
