@@ -4,9 +4,8 @@
 
 #include <cassert>
 #include <cstdlib>
-#include <cstring>
 
-#include "foundation/ram_internal.h"
+#include "containers/parallel_arrays_internal.h"
 
 VxIntHandleCache::~VxIntHandleCache() { releaseAll(); }
 
@@ -17,13 +16,9 @@ void VxIntHandleCache::releaseAll() {
 }
 
 unsigned VxIntHandleCache::initialize(unsigned long n) {
-  int64_t* newKeys = static_cast<int64_t*>(ramAllocZeroed(n * sizeof(int64_t)));
-  UConverter** newHandles = static_cast<UConverter**>(ramAllocZeroed(n * sizeof(UConverter*)));
-  if (newKeys == nullptr || newHandles == nullptr) {
-    free(newKeys);
-    free(newHandles);
-    return 1;
-  }
+  int64_t* newKeys = nullptr;
+  UConverter** newHandles = nullptr;
+  if (!resizeParallelArrays(0, n, newKeys, newHandles)) return 1;
   releaseAll();
   keys = newKeys;
   handles = newHandles;
@@ -34,25 +29,8 @@ unsigned VxIntHandleCache::initialize(unsigned long n) {
 
 unsigned VxIntHandleCache::addAssoc(long key, UConverter* handle) {
   if (count == capacity) {
-    // Both new arrays are allocated before either old one is dropped, so a
-    // failure leaves the cache as it was.
-    VXSIZE_T grown = capacity * 2;
-    int64_t* newKeys = static_cast<int64_t*>(ramAlloc(grown * sizeof(int64_t)));
-    UConverter** newHandles = static_cast<UConverter**>(ramAlloc(grown * sizeof(UConverter*)));
-    if (grown == 0 || newKeys == nullptr || newHandles == nullptr) {
-      free(newKeys);
-      free(newHandles);
-      return 1;
-    }
-    if (count != 0) {
-      memcpy(newKeys, keys, count * sizeof(int64_t));
-      memcpy(newHandles, handles, count * sizeof(UConverter*));
-    }
-    free(keys);
-    free(handles);
-    keys = newKeys;
-    handles = newHandles;
-    capacity = grown;
+    if (!resizeParallelArrays(count, capacity * 2, keys, handles)) return 1;
+    capacity *= 2;
   }
   assert(count < capacity);
   keys[count] = key;

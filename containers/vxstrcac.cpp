@@ -6,31 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "foundation/ram_internal.h"
-
-namespace {
-
-// The three arrays of one capacity, allocated together or not at all.
-struct StrCacheArrays {
-  unsigned char** keys;
-  VXSIZE_T* keyLengths;
-  UConverter** handles;
-};
-
-bool allocateArrays(VXSIZE_T n, StrCacheArrays& out) {
-  out.keys = static_cast<unsigned char**>(ramAllocZeroed(n * sizeof(unsigned char*)));
-  out.keyLengths = static_cast<VXSIZE_T*>(ramAllocZeroed(n * sizeof(VXSIZE_T)));
-  out.handles = static_cast<UConverter**>(ramAllocZeroed(n * sizeof(UConverter*)));
-  if (n != 0 && out.keys != nullptr && out.keyLengths != nullptr && out.handles != nullptr) {
-    return true;
-  }
-  free(out.keys);
-  free(out.keyLengths);
-  free(out.handles);
-  return false;
-}
-
-}  // namespace
+#include "containers/parallel_arrays_internal.h"
 
 VxStrHandleCache::~VxStrHandleCache() { releaseAll(); }
 
@@ -45,12 +21,14 @@ void VxStrHandleCache::releaseAll() {
 }
 
 unsigned VxStrHandleCache::initialize(unsigned long n) {
-  StrCacheArrays fresh;
-  if (!allocateArrays(n, fresh)) return 1;
+  unsigned char** newKeys = nullptr;
+  VXSIZE_T* newLengths = nullptr;
+  UConverter** newHandles = nullptr;
+  if (!resizeParallelArrays(0, n, newKeys, newLengths, newHandles)) return 1;
   releaseAll();
-  keys = fresh.keys;
-  keyLengths = fresh.keyLengths;
-  handles = fresh.handles;
+  keys = newKeys;
+  keyLengths = newLengths;
+  handles = newHandles;
   count = 0;
   capacity = n;
   return 0;
@@ -58,19 +36,7 @@ unsigned VxStrHandleCache::initialize(unsigned long n) {
 
 unsigned VxStrHandleCache::addAssoc(unsigned char* key, unsigned long length, UConverter* handle) {
   if (count == capacity) {
-    StrCacheArrays grown;
-    if (!allocateArrays(capacity * 2, grown)) return 1;
-    if (count != 0) {
-      memcpy(grown.keys, keys, count * sizeof(unsigned char*));
-      memcpy(grown.keyLengths, keyLengths, count * sizeof(VXSIZE_T));
-      memcpy(grown.handles, handles, count * sizeof(UConverter*));
-    }
-    free(keys);
-    free(keyLengths);
-    free(handles);
-    keys = grown.keys;
-    keyLengths = grown.keyLengths;
-    handles = grown.handles;
+    if (!resizeParallelArrays(count, capacity * 2, keys, keyLengths, handles)) return 1;
     capacity *= 2;
   }
   assert(count < capacity);
